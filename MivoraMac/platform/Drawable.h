@@ -1,0 +1,102 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "MivoraMac/Export.h"
+
+namespace Mivora::platform {
+
+/// A size in pixels.
+struct PixelSize {
+    int width = 0;
+    int height = 0;
+    bool operator==(const PixelSize&) const = default;
+};
+
+/// The framebuffer behind a native view: what the library draws into as its default framebuffer.
+///
+/// Drawing goes into a multisampled colour and depth/stencil framebuffer; `flush` resolves it into
+/// the older of two textures and publishes that one, so the newest complete frame can always be
+/// shown while the next is being drawn.
+///
+/// Threads: as marked. "GL" means a thread on which the owning context is current.
+class MIVORA_EXPORT Drawable {
+ public:
+    /// The newest published picture.
+    struct Frame {
+        std::uint32_t texture = 0;  ///< GL name; 0 before the first `flush`
+        PixelSize size;
+        std::uint64_t serial = 0;  ///< counts up by one with every published frame
+    };
+
+    /// 8-bit RGBA, straight from the framebuffer, top row first, rows tightly packed.
+    struct Picture {
+        PixelSize size;
+        std::vector<std::uint8_t> rgba;
+    };
+
+    /// @param samples  samples a pixel; 0 or 1 for none. More than the driver offers: its maximum.
+    explicit Drawable(int samples);
+    Drawable(const Drawable&) = delete;
+    Drawable& operator=(const Drawable&) = delete;
+    /// The GL objects must have been released, or have gone with their context.
+    ~Drawable();
+
+    /// Asks for another size, in pixels; it takes effect when `framebuffer` is next called, with
+    /// undefined contents. Negative values count as 0. Thread: any.
+    void setSize(PixelSize size);
+
+    /// The size last asked for. Thread: any.
+    PixelSize size() const;
+
+    /// The framebuffer's name, at the size last asked for; 0 while that has no area, or when the
+    /// driver cannot provide it (logged). Thread: GL.
+    std::uint32_t framebuffer();
+
+    /// Resolves what was drawn and publishes it. Does nothing without a framebuffer. Leaves
+    /// framebuffer 0 bound. Thread: GL.
+    void flush();
+
+    /// Thread: any.
+    Frame latestFrame() const;
+
+    /// Reads the newest published frame; an empty picture before the first. Thread: GL.
+    Picture readLatestFrame() const;
+
+    /// Whether there is anything to release. Thread: that of the owner, while nobody draws.
+    bool hasGLObjects() const { return framebuffer_ != 0 || latest_.texture != 0; }
+
+    /// Deletes every GL object. Thread: GL.
+    void release();
+
+ private:
+    struct Target {
+        std::uint32_t texture = 0;
+        std::uint32_t framebuffer = 0;
+        PixelSize size;
+    };
+
+    void build(PixelSize size);
+    void buildTarget(Target& target);
+    void releaseMultisampled();
+    static void releaseTarget(Target& target);
+
+    const int samples_;
+
+    // GL thread.
+    std::uint32_t framebuffer_ = 0;
+    std::uint32_t colorBuffer_ = 0;
+    std::uint32_t depthStencilBuffer_ = 0;
+    PixelSize builtSize_;
+    std::array<Target, 2> targets_;
+    int newest_ = 0;
+
+    mutable std::mutex mutex_;
+    PixelSize wantedSize_;
+    Frame latest_;
+};
+
+}  // namespace Mivora::platform

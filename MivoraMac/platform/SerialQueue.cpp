@@ -1,0 +1,324 @@
+#include "MivoraMac/platform/SerialQueue.h"
+
+#include <pthread.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <string>
+#include <thread>
+
+#include "MivoraMac/platform/ConcurrentQueue.h"
+#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/MVMake.h"
+
+namespace Mivora::platform {
+
+namespace {
+
+/// How long an idle thread looks for new work before it sleeps, in processor pauses: some tens of
+/// microseconds, against a few microseconds that waking it would cost each producer.
+constexpr int kSpinsBeforeSleep = 1000;
+
+void processorPause() {
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#else
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+#endif
+}
+
+}  // namespace
+
+QueueScope::~QueueScope() = default;
+
+/// A synchronous caller that waits; lives on the caller's stack.
+struct SerialQueue::SyncCall {
+    void (*call)(void*);
+    void* closure;
+    Backlog* backlog;
+    bool done = false;
+    SyncCall* nextCompleted = nullptr;
+};
+
+/// What a queue needs once closures have to wait. A queue that only ever meets uncontended
+/// synchronous calls never has one.
+struct SerialQueue::Backlog {
+    ClosureStream stream;
+    /// The scope of the closure queued last; null: none, or the queue is dry.
+    QueueScope* queuedScope = nullptr;
+    std::condition_variable wake;
+    std::condition_variable syncDone;
+    std::atomic<std::uint64_t> submissions{0};
+    std::uint64_t drains = 0;
+    bool sleeping = false;
+    bool stopping = false;
+    bool* destroyedFlag = nullptr;
+    std::thread thread;
+
+    // Belongs to whoever drains.
+    std::shared_ptr<QueueScope> scope;
+    SyncCall* completed = nullptr;
+
+    void queueScopeChange(QueueScope* next);
+    void enter(std::shared_ptr<QueueScope> next);
+    void signalCompleted(std::unique_lock<std::mutex>& lock);
+};
+
+namespace {
+
+struct ScopeChange {
+    void* backlog;
+    std::shared_ptr<QueueScope> scope;
+};
+
+}  // namespace
+
+void SerialQueue::Backlog::queueScopeChange(QueueScope* next) {
+    std::shared_ptr<QueueScope> retained = next != nullptr ? next->retainScope() : nullptr;
+    queuedScope = retained.get();
+    ::new (stream.reserve(sizeof(ScopeChange))) ScopeChange{this, std::move(retained)};
+    stream.commit([](void* payload) {
+        auto* change = static_cast<ScopeChange*>(payload);
+        static_cast<Backlog*>(change->backlog)->enter(std::move(change->scope));
+        change->~ScopeChange();
+    });
+}
+
+void SerialQueue::Backlog::enter(std::shared_ptr<QueueScope> next) {
+    if (scope) {
+        scope->leaveScope();
+        scope.reset();
+    }
+    scope = std::move(next);
+    if (scope) {
+        scope->enterScope();
+    }
+}
+
+/// Tells synchronous callers that their closures have run. Called before the next closure starts
+/// or, when there is none, after the scope has been left.
+void SerialQueue::Backlog::signalCompleted(std::unique_lock<std::mutex>& lock) {
+    if (completed == nullptr) {
+        return;
+    }
+    if (!lock.owns_lock()) {
+        lock.lock();
+    }
+    for (SyncCall* call = std::exchange(completed, nullptr); call != nullptr;) {
+        SyncCall* next = call->nextCompleted;
+        call->done = true;
+        call = next;
+    }
+    syncDone.notify_all();
+}
+
+std::shared_ptr<SerialQueue> SerialQueue::create(const char* label, Execution execution) {
+    auto queue = MVMake<SerialQueue>(label, execution);
+    if (execution == Execution::OwnThread) {
+        Backlog& backlog = queue->backlog();
+        backlog.thread = std::thread([unowned = queue.get()] { unowned->threadMain(); });
+    }
+    return queue;
+}
+
+SerialQueue::SerialQueue(const char* label, Execution execution)
+    : WorkQueue(label), execution_(execution) {}
+
+SerialQueue::~SerialQueue() {
+    if (execution_ != Execution::OwnThread) {
+        return;  // a pending drain would hold a reference: nothing waits
+    }
+    if (backlog_->thread.get_id() == std::this_thread::get_id()) {
+        std::unique_lock lock(mutex_);
+        drain(lock);
+        *backlog_->destroyedFlag = true;
+        backlog_->thread.detach();
+        return;
+    }
+    {
+        const std::lock_guard lock(mutex_);
+        backlog_->stopping = true;
+        backlog_->submissions.fetch_add(1, std::memory_order_relaxed);
+    }
+    backlog_->wake.notify_one();
+    backlog_->thread.join();
+}
+
+std::uint64_t SerialQueue::drainCount() const {
+    const std::lock_guard lock(mutex_);
+    return backlog_ ? backlog_->drains : 0;
+}
+
+/// Call with the lock held, or before the queue is shared.
+SerialQueue::Backlog& SerialQueue::backlog() {
+    if (!backlog_) {
+        backlog_ = std::make_unique<Backlog>();
+    }
+    return *backlog_;
+}
+
+void* SerialQueue::lockAndReserve(QueueScope* scope, std::size_t size) {
+    mutex_.lock();
+    try {
+        Backlog& waiting = backlog();
+        if (waiting.queuedScope != scope) {
+            waiting.queueScopeChange(scope);
+        }
+        return waiting.stream.reserve(size);
+    } catch (...) {
+        mutex_.unlock();
+        throw;
+    }
+}
+
+void SerialQueue::commitAndUnlock(ClosureStream::Run run) {
+    Backlog& waiting = *backlog_;
+    waiting.stream.commit(run);
+    waiting.submissions.store(waiting.submissions.load(std::memory_order_relaxed) + 1,
+                              std::memory_order_relaxed);
+    if (execution_ == Execution::OwnThread) {
+        const bool wake = std::exchange(waiting.sleeping, false);
+        mutex_.unlock();
+        if (wake) {
+            waiting.wake.notify_one();
+        }
+        return;
+    }
+    const bool schedule = !std::exchange(busy_, true);
+    mutex_.unlock();
+    if (schedule) {
+        scheduleDrain();
+    }
+}
+
+void SerialQueue::scheduleDrain() {
+    ConcurrentQueue::global()->async([self = shared_from_this()] {
+        std::unique_lock lock(self->mutex_);
+        self->drain(lock);
+        self->busy_ = false;
+    });
+}
+
+/// Claims an idle queue for a synchronous caller. A scope is only ever used with queues that have
+/// a thread of their own.
+bool SerialQueue::takeOverIfIdle(QueueScope* scope) {
+    if (execution_ == Execution::OwnThread || scope != nullptr) {
+        return false;
+    }
+    const std::lock_guard lock(mutex_);
+    return !std::exchange(busy_, true);
+}
+
+void SerialQueue::finishOnCaller() {
+    bool schedule = false;
+    {
+        const std::lock_guard lock(mutex_);
+        schedule = backlog_ && backlog_->stream.hasReady();
+        busy_ = schedule;
+    }
+    if (schedule) {
+        scheduleDrain();
+    }
+}
+
+void SerialQueue::syncCall(QueueScope* scope, void (*call)(void*), void* closure) {
+    if (current() == this) {
+        throw MVException(MVException::kInternalInconsistency,
+                          std::string("a closure of the serial queue \"") + label() +
+                              "\" may not wait for another one of the same queue");
+    }
+    if (takeOverIfIdle(scope)) {
+        {
+            const CurrentScope running(this);
+            call(closure);
+        }
+        finishOnCaller();
+        return;
+    }
+    SyncCall waiter{call, closure, nullptr};
+    void* place = lockAndReserve(scope, sizeof(SyncCall*));
+    waiter.backlog = backlog_.get();
+    ::new (place) SyncCall*(&waiter);
+    commitAndUnlock([](void* payload) {
+        SyncCall* waiting = *static_cast<SyncCall**>(payload);
+        waiting->call(waiting->closure);
+        waiting->nextCompleted = waiting->backlog->completed;
+        waiting->backlog->completed = waiting;
+    });
+    std::unique_lock lock(mutex_);
+    backlog_->syncDone.wait(lock, [&] { return waiter.done; });
+}
+
+/// Runs everything that waits, until nothing does. Call with the lock held; returns with it held.
+void SerialQueue::drain(std::unique_lock<std::mutex>& lock) {
+    const CurrentScope running(this);
+    Backlog& waiting = backlog();
+    bool ran = false;
+    for (;;) {
+        std::size_t count = waiting.stream.takeReady();
+        if (count == 0) {
+            waiting.drains += ran ? 1 : 0;
+            ran = false;
+            if (!waiting.scope && waiting.completed == nullptr) {
+                return;
+            }
+            waiting.queuedScope = nullptr;
+            lock.unlock();
+            waiting.enter(nullptr);
+            waiting.signalCompleted(lock);
+            if (!lock.owns_lock()) {
+                lock.lock();
+            }
+            continue;
+        }
+        ran = true;
+        lock.unlock();
+        for (; count != 0; --count) {
+            waiting.signalCompleted(lock);
+            if (lock.owns_lock()) {
+                lock.unlock();
+            }
+            waiting.stream.runNext();
+        }
+        lock.lock();
+    }
+}
+
+void SerialQueue::threadMain() {
+    pthread_setname_np(pthread_self(), "MVRenderQueue");
+    bool destroyed = false;
+    std::unique_lock lock(mutex_);
+    Backlog& waiting = *backlog_;
+    waiting.destroyedFlag = &destroyed;
+    for (;;) {
+        const std::uint64_t seen = waiting.submissions.load(std::memory_order_relaxed);
+        if (!waiting.stream.hasReady() && !waiting.stopping) {
+            lock.unlock();
+            for (int i = 0; i < kSpinsBeforeSleep &&
+                            waiting.submissions.load(std::memory_order_relaxed) == seen;
+                 ++i) {
+                processorPause();
+            }
+            lock.lock();
+        }
+        while (!waiting.stream.hasReady() && !waiting.stopping) {
+            waiting.sleeping = true;
+            waiting.wake.wait(lock);
+        }
+        waiting.sleeping = false;
+        if (!waiting.stream.hasReady()) {
+            return;
+        }
+        // A closure may drop the last reference to its own queue; keep the queue until it is dry.
+        std::shared_ptr<SerialQueue> self = weak_from_this().lock();
+        drain(lock);
+        lock.unlock();
+        self.reset();
+        if (destroyed) {
+            return;
+        }
+        lock.lock();
+    }
+}
+
+}  // namespace Mivora::platform

@@ -1,0 +1,143 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <type_traits>
+#include <utility>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/platform/ClosureStream.h"
+#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/WorkQueue.h"
+
+namespace Mivora::platform {
+
+/// Something that surrounds closures on a serial queue, such as a GL context being current.
+///
+/// Consecutive closures of one scope that are already waiting share one `enterScope` and
+/// `leaveScope`. The scope is left as soon as the queue runs dry or a closure of another owner
+/// comes up, so between closures nobody sees more than a pair around each closure would show.
+class MIVORA_EXPORT QueueScope {
+ public:
+    virtual ~QueueScope();
+
+ protected:
+    friend class SerialQueue;
+
+    /// Shared ownership of this scope; the queue takes it once for a run of closures, not for
+    /// each. Thread: the submitting one.
+    virtual std::shared_ptr<QueueScope> retainScope() = 0;
+    /// Thread: the queue's.
+    virtual void enterScope() = 0;
+    virtual void leaveScope() = 0;
+};
+
+/// Runs closures one at a time, in the order they were submitted.
+///
+/// A queue without a thread of its own is a light object: its closures run on the shared pool, and
+/// a synchronous call that meets no other work runs on the caller's stack.
+///
+/// Dropping the last reference runs what still waits. Thread: any.
+class MIVORA_EXPORT SerialQueue : public WorkQueue,
+                                  public std::enable_shared_from_this<SerialQueue> {
+ public:
+    enum class Execution {
+        SharedPool,  ///< on any thread of the pool, or on that of a synchronous caller
+        OwnThread,   ///< always on one thread that belongs to the queue
+    };
+
+    /// @param label  a string that outlives the queue, usually a literal
+    static std::shared_ptr<SerialQueue> create(const char* label,
+                                               Execution execution = Execution::SharedPool);
+    ~SerialQueue();
+
+    /// Runs `closure` later, after everything submitted before. Captures are moved where the
+    /// closure is given as a temporary and copied otherwise, and destroyed on the queue.
+    template <class Closure>
+    void async(Closure&& closure) {
+        submit(nullptr, std::decay_t<Closure>(std::forward<Closure>(closure)));
+    }
+
+    /// As `async`, with `scope` entered around the closure.
+    template <class Closure>
+    void asyncInScope(QueueScope& scope, Closure&& closure) {
+        submit(&scope, std::decay_t<Closure>(std::forward<Closure>(closure)));
+    }
+
+    /// Runs `closure` after everything submitted before, and returns when it has run.
+    /// @throws MVException (internal inconsistency) when called from a closure of this same queue,
+    ///         which would wait for itself for ever
+    template <class Closure>
+    void sync(Closure&& closure) {
+        syncCall(
+            nullptr, [](void* it) { runLogged(*static_cast<Pointee<Closure>*>(it)); },
+            address(closure));
+    }
+
+    /// As `sync`, with `scope` entered around the closure and, unless further work of that scope
+    /// already waits, left before this returns.
+    template <class Closure>
+    void syncInScope(QueueScope& scope, Closure&& closure) {
+        syncCall(
+            &scope, [](void* it) { runLogged(*static_cast<Pointee<Closure>*>(it)); },
+            address(closure));
+    }
+
+    /// How often the queue has run dry so far: a measure for benchmarks.
+    std::uint64_t drainCount() const;
+
+ private:
+    friend struct ::MVMaker;
+    struct Backlog;
+    struct SyncCall;
+
+    template <class Closure>
+    using Pointee = std::remove_reference_t<Closure>;
+
+    template <class Closure>
+    static void* address(Closure& closure) {
+        return const_cast<void*>(static_cast<const volatile void*>(std::addressof(closure)));
+    }
+
+    template <class Closure>
+    static void runAndDestroy(void* payload) {
+        Closure& closure = *static_cast<Closure*>(payload);
+        runLogged(closure);
+        closure.~Closure();
+    }
+
+    template <class Closure>
+    void submit(QueueScope* scope, Closure&& closure) {
+        static_assert(!std::is_reference_v<Closure>);
+        if constexpr (alignof(Closure) <= ClosureStream::kAlignment &&
+                      std::is_nothrow_move_constructible_v<Closure>) {
+            void* place = lockAndReserve(scope, sizeof(Closure));
+            ::new (place) Closure(std::move(closure));
+            commitAndUnlock(&runAndDestroy<Closure>);
+        } else {
+            submit(scope, [boxed = std::make_unique<Closure>(std::move(closure))] { (*boxed)(); });
+        }
+    }
+
+    SerialQueue(const char* label, Execution execution);
+
+    void* lockAndReserve(QueueScope* scope, std::size_t size);
+    void commitAndUnlock(ClosureStream::Run run);
+    void syncCall(QueueScope* scope, void (*call)(void*), void* closure);
+
+    Backlog& backlog();
+    bool takeOverIfIdle(QueueScope* scope);
+    void finishOnCaller();
+    void scheduleDrain();
+    void drain(std::unique_lock<std::mutex>& lock);
+    void threadMain();
+
+    mutable std::mutex mutex_;
+    const Execution execution_;
+    /// Somebody runs, or is scheduled to run, this queue's closures.
+    bool busy_ = false;
+    std::unique_ptr<Backlog> backlog_;
+};
+
+}  // namespace Mivora::platform

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <atomic>
+
+#include "MivoraMac/Export.h"
+
+namespace Mivora::platform {
+
+/// What serial and concurrent work queues have in common: a label, and values attached to the
+/// queue under keys, by which code can tell on which queue it is running.
+///
+/// A closure that throws is logged and ends; no exception leaves a queue.
+class MIVORA_EXPORT WorkQueue {
+ public:
+    WorkQueue(const WorkQueue&) = delete;
+    WorkQueue& operator=(const WorkQueue&) = delete;
+
+    /// The name given at creation, for debuggers and logs.
+    const char* label() const { return label_; }
+
+    /// Attaches `value` to this queue under the address `key`, replacing an earlier value. The
+    /// queue owns neither. Null is a value like any other to store, and reads as "none".
+    /// Thread: any.
+    void setSpecific(const void* key, void* value);
+
+    /// The value stored under `key`, or null. Thread: any.
+    void* specific(const void* key) const;
+
+    /// The queue whose closure the calling thread is running, the innermost one when synchronous
+    /// calls nest; null outside any queue.
+    static WorkQueue* current();
+
+    /// The value under `key` of the current queue; null outside any queue.
+    static void* currentSpecific(const void* key);
+
+ protected:
+    /// @param label  a string that outlives the queue, usually a literal
+    explicit WorkQueue(const char* label);
+    ~WorkQueue();
+
+    /// Makes a queue the current one of this thread for the duration of a scope.
+    class MIVORA_EXPORT CurrentScope {
+     public:
+        explicit CurrentScope(WorkQueue* queue);
+        ~CurrentScope();
+        CurrentScope(const CurrentScope&) = delete;
+        CurrentScope& operator=(const CurrentScope&) = delete;
+
+     private:
+        WorkQueue* outer_;
+    };
+
+ private:
+    struct Specific {
+        const void* key = nullptr;
+        std::atomic<void*> value{nullptr};
+        Specific* next = nullptr;
+    };
+
+    Specific* find(const void* key) const;
+
+    const char* label_;
+    std::atomic<Specific*> specifics_{nullptr};
+};
+
+/// Calls `closure` and logs whatever it throws: the one rule for exceptions in queued work.
+MIVORA_EXPORT void logClosureException() noexcept;
+
+template <class Closure>
+void runLogged(Closure& closure) noexcept {
+    try {
+        closure();
+    } catch (...) {
+        logClosureException();
+    }
+}
+
+}  // namespace Mivora::platform

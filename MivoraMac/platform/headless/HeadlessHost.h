@@ -1,0 +1,29 @@
+#pragma once
+
+#include <memory>
+
+#include "MivoraMac/platform/Host.h"
+#include "MivoraMac/platform/headless/HeadlessScreen.h"
+
+namespace Mivora::platform {
+
+/// The host without a display: GL contexts come from EGL, the screen is a value.
+class MIVORA_EXPORT HeadlessHost : public Host {
+ public:
+    static constexpr const char* kName = "headless";
+
+    HeadlessHost();
+
+    const char* name() const override { return kName; }
+    std::shared_ptr<Screen> mainScreen() override { return screen_; }
+    std::shared_ptr<GLContext> createGLContext(const std::shared_ptr<PixelFormat>& format,
+                                               const std::shared_ptr<GLContext>& share) override;
+
+    /// The main screen, whose scale a program may set.
+    const std::shared_ptr<HeadlessScreen>& screen() const { return screen_; }
+
+ private:
+    std::shared_ptr<HeadlessScreen> screen_;
+};
+
+}  // namespace Mivora::platform

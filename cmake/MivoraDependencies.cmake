@@ -1,0 +1,21 @@
+# What the library is built on.
+#
+# Its headers show glm only. Everything else is private: a program that uses the shared library
+# needs none of it, a program that links the static library needs it to link. The list is said
+# once, as TARGET=module for pkg-config: it makes the imported targets PkgConfig::TARGET here and
+# in the installed package, and the Requires.private line of the pkg-config file.
+set(MIVORA_PRIVATE_MODULES EPOXY=epoxy GLIB=glib-2.0)
+
+find_package(glm REQUIRED)
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+
+set(MIVORA_PRIVATE_TARGETS Threads::Threads)
+set(MIVORA_PRIVATE_MODULE_NAMES "")
+foreach(entry IN LISTS MIVORA_PRIVATE_MODULES)
+    string(REPLACE "=" ";" entry "${entry}")
+    list(POP_FRONT entry name module)
+    pkg_check_modules(${name} REQUIRED IMPORTED_TARGET ${module})
+    list(APPEND MIVORA_PRIVATE_TARGETS PkgConfig::${name})
+    list(APPEND MIVORA_PRIVATE_MODULE_NAMES ${module})
+endforeach()
