@@ -1,0 +1,150 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <unordered_set>
+#include <utility>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/SerialQueue.h"
+
+class MVShader;
+
+namespace Mivora::platform {
+class DisplayLink;
+class GLContext;
+class OpenGLView;
+class PixelFormat;
+}  // namespace Mivora::platform
+
+/// The OpenGL context that everything is drawn through, and the serial queue on which every GL
+/// call of the library runs. GL may be called only in closures given to this class.
+///
+/// A closure runs with the context current and locked. Closures from outside the queue run in the
+/// order of submission; a closure dispatched from GL work runs at once, inline, before the rest of
+/// the outer one, so nesting never waits. Consecutive closures of one context that already wait
+/// share one make-current; it ends before a closure of another owner starts and as soon as the
+/// queue runs dry.
+///
+/// One context at a time is the active one, through which shaders, surfaces, images and views
+/// reach the queue.
+///
+/// Thread: any, unless stated otherwise.
+class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRenderContext>,
+                                      private Mivora::platform::QueueScope {
+ public:
+    /// A context with a queue of its own. It exists even where the platform has no GL context to
+    /// give (the debug log, category `gl`, says why): `mv_context` is then null and closures run
+    /// with no current context.
+    static std::shared_ptr<MVRenderContext> init();
+
+    /// A context that shares `other`'s queue, textures, buffers and programs. Null makes it `init`.
+    static std::shared_ptr<MVRenderContext> initWithSharedContext(
+        const std::shared_ptr<MVRenderContext>& other);
+
+    ~MVRenderContext() override;
+
+    /// The process-wide active context, held weakly; null when there is none.
+    static std::shared_ptr<MVRenderContext> activeContext();
+    static void mv_setActiveContext(const std::shared_ptr<MVRenderContext>& context);
+
+    /// The queue on which all GL work runs. Closures put on it directly run with no current
+    /// context.
+    const std::shared_ptr<Mivora::platform::SerialQueue>& dispatchQueue() const {
+        return dispatchQueue_;
+    }
+
+    /// Runs `closure` as GL work without waiting; inline when called from GL work of any context.
+    /// An empty function does nothing.
+    template <class Closure>
+    void dispatchBlock(Closure&& closure) {
+        if (isEmpty(closure)) {
+            return;
+        }
+        if (mv_isOnRenderQueue()) {
+            Mivora::platform::runLogged(closure);
+        } else {
+            dispatchQueue_->asyncInScope(*this, std::forward<Closure>(closure));
+        }
+    }
+
+    /// As `dispatchBlock`, but returns only when the closure has run.
+    template <class Closure>
+    void mv_dispatchBlockSync(Closure&& closure) {
+        if (isEmpty(closure)) {
+            return;
+        }
+        if (mv_isOnRenderQueue()) {
+            Mivora::platform::runLogged(closure);
+        } else {
+            dispatchQueue_->syncInScope(*this, std::forward<Closure>(closure));
+        }
+    }
+
+    /// Whether the calling code runs on a render context's queue, whichever context's it is.
+    static bool mv_isOnRenderQueue();
+
+    /// The platform's GL context, or null.
+    const std::shared_ptr<Mivora::platform::GLContext>& mv_context() const { return context_; }
+
+    /// What the GL context was made from, or null.
+    const std::shared_ptr<Mivora::platform::PixelFormat>& pixelFormat() const {
+        return pixelFormat_;
+    }
+
+    /// Whether the driver reported an extension of exactly this name.
+    bool supportsGLExtension(std::string_view name) const;
+
+    /// Clears one pending GL error flag; reports nothing.
+    void mv_logGLError();
+
+    /// Attaches the GL context to a native view. Null is ignored. Thread: main.
+    void mv_setRenderView(Mivora::platform::OpenGLView* view);
+
+    /// Ties a display link to the display that shows this context's drawing.
+    void mv_optimizeDisplayLink(Mivora::platform::DisplayLink& displayLink);
+
+    /// The program most recently bound with `setShader`.
+    const std::shared_ptr<MVShader>& shader() const { return shader_; }
+
+    /// Binds a shader, also one that is bound already, and remembers it. Null binds nothing and
+    /// forgets the last one.
+    void setShader(const std::shared_ptr<MVShader>& shader);
+
+    /// Shows what was drawn: returns when all GL work dispatched before has been submitted and the
+    /// buffers have been flipped.
+    void present();
+
+ private:
+    friend struct ::MVMaker;
+
+    MVRenderContext();
+
+    template <class Closure>
+    static bool isEmpty(const Closure& closure) {
+        if constexpr (std::is_pointer_v<Closure>) {
+            return closure == nullptr;
+        } else if constexpr (requires { closure.operator bool(); }) {
+            return !closure;
+        } else {
+            return false;
+        }
+    }
+
+    void mv_renderContextInitWithSharedContext(
+        const std::shared_ptr<Mivora::platform::GLContext>& shared);
+    void readExtensions();
+
+    std::shared_ptr<QueueScope> retainScope() override;
+    void enterScope() override;
+    void leaveScope() override;
+
+    std::shared_ptr<Mivora::platform::SerialQueue> dispatchQueue_;
+    std::shared_ptr<Mivora::platform::PixelFormat> pixelFormat_;
+    std::shared_ptr<Mivora::platform::GLContext> context_;
+    std::unordered_set<std::string> glExtensions_;
+    std::shared_ptr<MVShader> shader_;
+};
