@@ -1,0 +1,292 @@
+#include "MivoraMac/views/MVView.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/views/MVViewTreePrivate.h"
+#include "MivoraMac/views/MVWindow.h"
+
+namespace {
+
+/// Drops a reference to what may be the top of a tree. What that destroys passes its own references
+/// here, too, and they are dropped after it one by one, so that the stack does not grow with the
+/// depth of the tree.
+void releaseWithoutRecursion(std::shared_ptr<const void> reference) {
+    using References = std::vector<std::shared_ptr<const void>>;
+    // A plain pointer, which outlives every static object that holds views.
+    thread_local References* pending = nullptr;
+    if (pending != nullptr) {
+        pending->push_back(std::move(reference));
+        return;
+    }
+    References references;
+    pending = &references;
+    reference.reset();
+    while (!references.empty()) {
+        const std::shared_ptr<const void> next = std::move(references.back());
+        references.pop_back();
+    }
+    pending = nullptr;
+}
+
+/// The content scale factor of new views; negative until the first one has asked the screen.
+float defaultContentScaleFactor = -1.0F;
+
+float contentScaleFactorOfNewView() {
+    if (defaultContentScaleFactor < 0.0F) {
+        defaultContentScaleFactor =
+            static_cast<float>(Mivora::platform::Screen::mainScreen()->backingScaleFactor());
+    }
+    return defaultContentScaleFactor;
+}
+
+auto isView(const MVView* view) {
+    return [view](const std::shared_ptr<MVView>& other) { return other.get() == view; };
+}
+
+[[noreturn]] void refuse(const char* operation, const char* reason) {
+    throw MVException(MVException::kInvalidArgument, std::string(operation) + ": " + reason);
+}
+
+}  // namespace
+
+std::shared_ptr<MVView> MVView::init() {
+    return MVMake<MVView>();
+}
+
+MVView::MVView() : contentScaleFactor_(contentScaleFactorOfNewView()) {}
+
+MVView::~MVView() {
+    if (backPointer_ != nullptr) {
+        *backPointer_ = nullptr;
+    }
+    if (subviews_ != nullptr) {
+        releaseWithoutRecursion(std::move(subviews_));
+    }
+}
+
+// Tree
+
+std::shared_ptr<MVView> MVView::superview() const {
+    MVView* const superview = superviewPointer();
+    return superview != nullptr ? superview->weak_from_this().lock() : nullptr;
+}
+
+std::shared_ptr<const MVViewArray> MVView::subviews() const {
+    if (subviews_ != nullptr) {
+        return subviews_;
+    }
+    static const MVViewArray empty;
+    return {std::shared_ptr<void>(), &empty};
+}
+
+void MVView::addSubview(std::shared_ptr<MVView> view) {
+    checkCanBecomeSubview(view.get(), "addSubview");
+    if (view->superviewPointer() == this) {
+        return;
+    }
+    // Held, the list is replaced by every change, which is how one made by a hook is noticed.
+    std::shared_ptr<MVViewArray> before = subviews_;
+    view->mv_setSuperview(this);
+    if (view->superviewPointer() != this || (subviews_ != before && hasSubview(view.get()))) {
+        return;
+    }
+    before.reset();
+    subviewsToChange().push_back(std::move(view));
+    mv_setDrawDirty();
+}
+
+void MVView::insertSubviewAtIndex(std::shared_ptr<MVView> view, std::int64_t index) {
+    checkCanBecomeSubview(view.get(), "insertSubviewAtIndex");
+    const auto others =
+        static_cast<std::int64_t>(subviews()->size()) - (hasSubview(view.get()) ? 1 : 0);
+    if (index < 0 || index > others) {
+        throw MVException(MVException::kRange, "insertSubviewAtIndex: index " +
+                                                   std::to_string(index) + " is not in 0 to " +
+                                                   std::to_string(others));
+    }
+    view->mv_setSuperview(this);
+    if (view->superviewPointer() != this) {
+        return;
+    }
+    MVViewArray& array = subviewsToChange();
+    std::erase(array, view);
+    // A hook may have removed some of those that the index was checked against.
+    const auto place = std::min(index, static_cast<std::int64_t>(array.size()));
+    array.insert(array.begin() + place, std::move(view));
+    mv_setDrawDirty();
+}
+
+void MVView::removeFromSuperview() {
+    mv_setSuperview(nullptr);
+}
+
+void MVView::removeAllSubviews() {
+    const std::shared_ptr<const MVViewArray> snapshot = subviews();
+    for (const std::shared_ptr<MVView>& view : *snapshot) {
+        view->removeFromSuperview();
+    }
+}
+
+void MVView::mv_setSuperview(MVView* superview) {
+    MVView* const previous = superviewPointer();
+    if (previous == superview) {
+        return;
+    }
+    const std::shared_ptr<MVView> self = weak_from_this().lock();
+    if (previous != nullptr) {
+        previous->mv_removeSubviewFromHierarchy(this);
+    }
+    superview_ = superview != nullptr ? superview->backPointer() : nullptr;
+
+    giveWindowOfSuperview();
+    if (superviewPointer() != superview) {
+        return;
+    }
+    mv_setTransformMatrixDirty();
+    mv_setEffectivelyHiddenDirty();
+    mv_setEffectiveOpacityDirty();
+    setContentScaleFactor(superview != nullptr ? superview->contentScaleFactor() : 0.0F);
+}
+
+void MVView::mv_removeSubviewFromHierarchy(const MVView* view) {
+    if (subviews_ != nullptr) {
+        const auto found = std::find_if(subviews_->begin(), subviews_->end(), isView(view));
+        if (found != subviews_->end()) {
+            const auto index = found - subviews_->begin();
+            MVViewArray& array = subviewsToChange();
+            array.erase(array.begin() + index);
+        }
+        if (subviews_->empty()) {
+            subviews_ = nullptr;
+        }
+    }
+    mv_setDrawDirty();
+}
+
+const MVView::BackPointer& MVView::backPointer() {
+    if (backPointer_ == nullptr) {
+        backPointer_ = std::make_shared<MVView*>(this);
+    }
+    return backPointer_;
+}
+
+void MVView::checkCanBecomeSubview(const MVView* view, const char* operation) const {
+    if (view == nullptr) {
+        refuse(operation, "the view is null");
+    }
+    if (view->windowPointer() == view) {
+        refuse(operation, "a window cannot be a subview");
+    }
+    if (view == this) {
+        refuse(operation, "a view cannot be its own subview");
+    }
+    // Only a view that something was ever placed in can be above this one: building a deep tree
+    // from the top does not walk up for every leaf.
+    if (view->backPointer_ == nullptr) {
+        return;
+    }
+    for (const MVView* ancestor = superviewPointer(); ancestor != nullptr;
+         ancestor = ancestor->superviewPointer()) {
+        if (ancestor == view) {
+            refuse(operation, "a view cannot become a subview of a view inside it");
+        }
+    }
+}
+
+bool MVView::hasSubview(const MVView* view) const {
+    return subviews_ != nullptr && std::any_of(subviews_->begin(), subviews_->end(), isView(view));
+}
+
+/// The list of subviews for changing: the one there is while nobody else holds it, else a copy.
+MVViewArray& MVView::subviewsToChange() {
+    if (subviews_ == nullptr) {
+        subviews_ = std::make_shared<MVViewArray>();
+    } else if (subviews_.use_count() > 1) {
+        subviews_ = std::make_shared<MVViewArray>(*subviews_);
+    }
+    return *subviews_;
+}
+
+// Window
+
+std::shared_ptr<MVWindow> MVView::mv_window() const {
+    const MVView* const window = windowPointer();
+    return window != nullptr ? window->mv_window() : nullptr;
+}
+
+void MVView::mv_setWindow(MVWindow* window) {
+    mv_setWindowUpdateSubviews(window, true);
+}
+
+void MVView::mv_setWindowUpdateSubviews(MVWindow* window, bool updateSubviews) {
+    if (windowPointer() == window) {
+        return;
+    }
+    // Each hook may change the tree, this view's place in it included. What such a change says
+    // about windows stands; the rest of this one is left out or corrected.
+    const MVView* const superview = superviewPointer();
+    mv_windowWillChange();
+    if (superviewPointer() != superview) {
+        return;
+    }
+    window_ = window != nullptr ? window->backPointer() : nullptr;
+    mv_windowDidChange();
+    if (!updateSubviews || windowPointer() != window) {
+        return;
+    }
+    MVViewTree::Children children(*this);
+    while (MVView* const child = children.next()) {
+        if (child->superviewPointer() != this) {
+            continue;
+        }
+        child->mv_setWindowUpdateSubviews(window, true);
+        if (windowPointer() != window) {
+            // The other children were told of it then; this one was in the middle of its own.
+            if (child->superviewPointer() == this) {
+                child->giveWindowOfSuperview();
+            }
+            return;
+        }
+    }
+}
+
+/// Gives this view and those below it the window that the superview's subviews are in, if any.
+void MVView::giveWindowOfSuperview() {
+    MVView* const superview = superviewPointer();
+    if (superview == nullptr) {
+        mv_setWindow(nullptr);
+        return;
+    }
+    const MVView* const before = superview->windowPointer();
+    const std::shared_ptr<MVWindow> window = superview->windowOfSubviews();
+    mv_setWindow(window.get());
+    if (superviewPointer() == superview && superview->windowPointer() != before) {
+        mv_setWindow(superview->windowOfSubviews().get());
+    }
+}
+
+std::shared_ptr<MVWindow> MVView::windowOfSubviews() const {
+    if (!weak_from_this().expired()) {
+        return mv_window();
+    }
+    // Nobody owns a view under construction yet, and a window cannot share itself.
+    return {std::shared_ptr<void>(), static_cast<MVWindow*>(windowPointer())};
+}
+
+void MVView::mv_setDrawDirty() {
+    if (MVView* const window = windowPointer()) {
+        window->mv_setDrawDirty();
+    }
+}
+
+void MVView::setNeedsDraw() {
+    mv_setDrawDirty();
+}
+
+void MVView::mv_windowWillChange() {}
+
+void MVView::mv_windowDidChange() {}

@@ -1,0 +1,418 @@
+#pragma once
+
+#include <cstdint>
+#include <glm/mat4x4.hpp>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/geometry/Point.h"
+#include "MivoraMac/geometry/Size.h"
+
+class MVView;
+class MVWindow;
+struct MVMaker;
+struct MVViewTree;
+
+/// A list of views. Views never change one that somebody else holds: they replace it.
+using MVViewArray = std::vector<std::shared_ptr<MVView>>;
+
+/// A node of the view tree, and the base of every visible element.
+///
+/// A view has one superview, an ordered list of subviews, the window at the root of its tree, and
+/// a placement in three dimensions. A view keeps its subviews alive; it knows its superview and
+/// its window without keeping them alive, and forgets them when they are destroyed.
+///
+/// From the placement of a view and of its ancestors follow values that are kept and rebuilt when
+/// they are next read: two matrices and an inverse, the effective hidden state and the effective
+/// opacity. A change marks them in the view and in everything below it, without stopping at
+/// views that are marked already, and asks the window for a redraw. What marks what:
+///
+/// - position, size, rotation, scale, anchor, local origin, coordinate system: local and world
+///   transform;
+/// - joining or leaving a superview: world transform, effective hidden state, effective opacity;
+/// - `setHidden`: effective hidden state;
+/// - `setOpacity`: effective opacity;
+/// - a change of the list of subviews: nothing but the redraw.
+///
+/// @anchor transform-order
+/// A point of a view's content reaches its superview's content in this order:
+/// 1. The local origin is subtracted, so that the local origin is seen at the view's origin.
+/// 2. If the view's coordinate system differs from its superview's, y becomes height - y.
+/// 3. The anchor, a fraction of the size, becomes the origin.
+/// 4. Scale.
+/// 5. Rotation about z, then about y, then about x, each right-handed.
+/// 6. The position is added.
+///
+/// Steps 3 to 6 are the local transform. All six, followed by those of the superview and its
+/// ancestors, are the world transform, from the view's content space to the window's world space.
+/// Lengths are in points until something scales them. With a coordinate system that matches and a
+/// local origin of zero, the point at the anchor's fraction of the size always lies at `position`
+/// in the superview.
+///
+/// Infinite and NaN placements are stored as they are. They make the matrices that depend on them
+/// infinite or NaN and an inverse that does not exist the identity; nothing else happens.
+///
+/// Instances are made by `init`, and those of a client's subclass by `MVMake<Subclass>(…)`. A
+/// constructor may already add subviews.
+///
+/// Depth: building, marking and destroying a tree needs no stack for its depth. Joining or leaving
+/// a window takes some hundred bytes of stack for each level.
+///
+/// Thread: main.
+class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView> {
+ public:
+    /// Creates a view of size zero at the origin, visible and opaque, in no tree.
+    static std::shared_ptr<MVView> init();
+
+    /// Lets go of the subviews, which are destroyed after their superview. One that is held
+    /// elsewhere goes on without a superview; what was last built for it and the window it was
+    /// given stay until something marks or changes them.
+    virtual ~MVView();
+
+    MVView(const MVView&) = delete;
+    MVView& operator=(const MVView&) = delete;
+
+    /// @name Tree
+    /// @{
+
+    /// The view that this one is placed in; null for a root.
+    std::shared_ptr<MVView> superview() const;
+
+    /// The subviews in drawing order, back to front; never null. What is returned stays as it is:
+    /// changes to the tree show in the next call's answer.
+    std::shared_ptr<const MVViewArray> subviews() const;
+
+    /// Adds a view in front of the other subviews, taking it from the superview it may have. A
+    /// view that is placed in this one already stays where it is in the order.
+    ///
+    /// @throws MVException `kInvalidArgument`, with nothing changed, if the view is null, a window,
+    ///         this view, or one that this view is inside
+    void addSubview(std::shared_ptr<MVView> view);
+
+    /// Adds a view at an index in the order of subviews, taking it from the superview it may have,
+    /// or moves a subview there.
+    ///
+    /// @param view   may be a subview already
+    /// @param index  0 is the back; counted without `view`, and at most the number of the others
+    /// @throws MVException `kInvalidArgument` as `addSubview` does, `kRange` for an index below 0
+    ///         or beyond the others; nothing is changed then
+    void insertSubviewAtIndex(std::shared_ptr<MVView> view, std::int64_t index);
+
+    /// Leaves the superview, if there is one, and with it the window. The view and everything
+    /// below it are then effectively hidden; its own `contentScaleFactor` becomes 0.
+    void removeFromSuperview();
+
+    /// Sends `removeFromSuperview` to each subview, from the back to the front.
+    void removeAllSubviews();
+
+    /// @}
+    /// @name Placement
+    /// All in the superview's content space. Setting an equal value (component by component, as
+    /// floats, so NaN never is) does nothing; a change shows in the next frame.
+    /// @{
+
+    /// Where the anchor of this view lies, in points.
+    Mivora::Point3 position3() const { return position_; }
+    /// Moves the view.
+    void setPosition3(Mivora::Point3 position);
+
+    /// x and y of `position3`; setting them keeps z.
+    Mivora::Point2 position() const { return {position_.x, position_.y}; }
+    /// Moves the view within its plane.
+    void setPosition(Mivora::Point2 position);
+
+    /// The extent of the content, in points. Negative extents are kept as they are.
+    Mivora::Size3 size3() const { return size_; }
+    /// The one setter for sizes: `setSize` calls it, too. An override calls this one first.
+    virtual void setSize3(Mivora::Size3 size);
+
+    /// Width and height of `size3`; setting them keeps the depth.
+    Mivora::Size2 size() const { return {size_.width, size_.height}; }
+    /// Changes width and height, through `setSize3`.
+    void setSize(Mivora::Size2 size);
+
+    /// Angles about the x, y and z axis, in radians; a positive angle turns y to z, z to x and x
+    /// to y. See the order above.
+    Mivora::Point3 rotation3() const { return rotation_; }
+    /// Turns the view about all three axes.
+    void setRotation3(Mivora::Point3 rotation);
+
+    /// The angle about z, in radians; setting it keeps the other two.
+    float rotation() const { return rotation_.z; }
+    /// Turns the view about z.
+    void setRotation(float rotation);
+
+    /// The scale along every axis, 1 by default. 0 makes the world transform singular, and its
+    /// inverse the identity.
+    float uniformScale() const { return scale_.x; }
+    /// Scales every axis alike. Compares with the scale along x alone.
+    void setUniformScale(float scale);
+
+    /// The pivot of rotation and scale, as a fraction of the size along each axis: 0 is the side
+    /// of the content's origin, 1 the far side. Beyond 0 to 1 it lies outside.
+    Mivora::Point3 anchorPoint3() const { return anchorPoint_; }
+    /// Moves the pivot, and with it the content: the new anchor lies at `position3`.
+    void setAnchorPoint3(Mivora::Point3 anchorPoint);
+
+    /// x and y of `anchorPoint3`; setting them keeps z.
+    Mivora::Point2 anchorPoint() const { return {anchorPoint_.x, anchorPoint_.y}; }
+    /// Moves the pivot as `setAnchorPoint3` does.
+    void setAnchorPoint(Mivora::Point2 anchorPoint);
+
+    /// The point of this view's content that is seen at its origin, in points: a content offset.
+    Mivora::Point3 localOrigin3() const { return localOrigin_; }
+    /// Moves the content within the view.
+    void setLocalOrigin3(Mivora::Point3 localOrigin);
+
+    /// x and y of `localOrigin3`; setting them keeps z.
+    Mivora::Point2 localOrigin() const { return {localOrigin_.x, localOrigin_.y}; }
+    /// Moves the content within the view, in its plane.
+    void setLocalOrigin(Mivora::Point2 localOrigin);
+
+    /// A tag that is compared with the superview's, or with 0 where there is no superview: if they
+    /// differ, y runs the other way inside this view, down from the top of its own height. The
+    /// subviews compare theirs with this one. 0 by default.
+    std::int32_t coordinateSystem() const { return coordinateSystem_; }
+    /// Changes the tag; only whether it equals others matters.
+    void setCoordinateSystem(std::int32_t coordinateSystem);
+
+    /// @}
+    /// @name Matrices
+    /// Column-major; the product A * B applies B first.
+    /// @{
+
+    /// From this view's content space to the window's world space, in the order above. An override
+    /// changes what the subviews build theirs on.
+    virtual glm::mat4 transformMatrix();
+
+    /// The inverse of the world transform; the identity where there is none.
+    glm::mat4 inverseTransformMatrix();
+
+    /// @}
+    /// @name Conversion
+    /// From this view's content space to that of another in the same tree (`ToView`), or back
+    /// (`FromView`). Nothing is divided by w: the matrices are affine.
+    ///
+    /// Null stands for no space at all, not for the window's: everything converted to it is zero,
+    /// and every point converted from it is what this view's inverse makes of the world's origin.
+    /// @{
+
+    /// Converts a point.
+    Mivora::Point3 convertPoint3FToView(Mivora::Point3 point, const std::shared_ptr<MVView>& view);
+    /// As above, from `view` to this one.
+    Mivora::Point3 convertPoint3FFromView(Mivora::Point3 point,
+                                          const std::shared_ptr<MVView>& view);
+
+    /// Converts a point with z = 0 and drops the z of the result.
+    Mivora::Point2 convertPoint2FToView(Mivora::Point2 point, const std::shared_ptr<MVView>& view);
+    /// As above, from `view` to this one.
+    Mivora::Point2 convertPoint2FFromView(Mivora::Point2 point,
+                                          const std::shared_ptr<MVView>& view);
+
+    /// Converts a direction or distance: the difference of two points, untouched by translation.
+    Mivora::Point3 convertVector3FToView(Mivora::Point3 vector,
+                                         const std::shared_ptr<MVView>& view);
+    /// As above, from `view` to this one.
+    Mivora::Point3 convertVector3FFromView(Mivora::Point3 vector,
+                                           const std::shared_ptr<MVView>& view);
+
+    /// Converts a direction with z = 0 and drops the z of the result.
+    Mivora::Point2 convertVector2FToView(Mivora::Point2 vector,
+                                         const std::shared_ptr<MVView>& view);
+    /// As above, from `view` to this one.
+    Mivora::Point2 convertVector2FFromView(Mivora::Point2 vector,
+                                           const std::shared_ptr<MVView>& view);
+
+    /// @}
+    /// @name Visibility
+    /// @{
+
+    /// Whether this view, and with it everything below it, is left out; its own flag alone.
+    bool isHidden() const { return hidden_; }
+    /// Hides or shows the view. An equal value does nothing.
+    void setHidden(bool hidden);
+
+    /// Whether this view or one above it is hidden, or it is outside any tree.
+    ///
+    /// A root answers for itself only after something marked it: a window that was never hidden
+    /// answers false, and so does a new view; once marked, by `setHidden` or by losing its
+    /// superview, a view without a superview answers true.
+    bool isEffectivelyHidden();
+
+    /// How opaque this view is, 1 by default, nominally 0 to 1; not clamped. NaN is stored.
+    float opacity() const { return opacity_; }
+    /// Fades the view and everything below it. An equal value does nothing.
+    void setOpacity(float opacity);
+
+    /// The product of the opacities of this view and all above it.
+    float effectiveOpacity();
+
+    /// Pixels for each point of the content that this view draws. A new view has that of the main
+    /// screen, asked once for the process; joining a superview takes over the superview's, leaving
+    /// makes it 0. Subviews keep theirs.
+    float contentScaleFactor() const { return contentScaleFactor_; }
+    /// Only stores the value: no subview is told and no redraw asked for.
+    void setContentScaleFactor(float contentScaleFactor);
+
+    /// Asks for the tree to be drawn again in the next frame.
+    void setNeedsDraw();
+
+    /// @}
+    /// @name Debugging
+    /// @{
+
+    /// A name for logs and descriptions; empty by default.
+    std::string debugName() const;
+    /// Names the view; an empty name takes the name away.
+    void setDebugName(const std::string& name);
+
+    /// The view and everything below it as text, for people: one line a view, indented by depth,
+    /// with class, debug name, what differs from a new view, and which values wait to be rebuilt.
+    /// Reads what is there and rebuilds nothing.
+    std::string describe() const;
+
+    /// @}
+    /// @name Internal to the library
+    /// @{
+
+    /// The window whose tree this view is in, or null. An override answers for the views below it:
+    /// they join that window, while this view's own redraw requests go on to the one it was given.
+    virtual std::shared_ptr<MVWindow> mv_window() const;
+
+    /// Makes `superview` the superview, in this order:
+    /// 1. The current superview takes this view off its list.
+    /// 2. The new superview is stored.
+    /// 3. This view and those below it are given the window of the new superview, or none.
+    /// 4. World transform, effective hidden state and effective opacity are marked.
+    /// 5. The content scale factor of the new superview is taken over; 0 when there is none.
+    ///
+    /// The caller puts this view on the new superview's list. Where a hook run by step 3 gives this
+    /// view yet another superview, that move stands, and the rest of this one is left out.
+    ///
+    /// @param superview  null to leave the current one; an equal one does nothing
+    virtual void mv_setSuperview(MVView* superview);
+
+    /// Takes a view off the list of subviews, if it is there, and asks for a redraw.
+    void mv_removeSubviewFromHierarchy(const MVView* view);
+
+    /// `mv_setWindowUpdateSubviews` including the subviews.
+    void mv_setWindow(MVWindow* window);
+
+    /// Stores the window between `mv_windowWillChange` and `mv_windowDidChange`, then tells those
+    /// below. An equal window does nothing, nor is it passed on.
+    ///
+    /// @param window          null for none
+    /// @param updateSubviews  whether the views below are given the window, too
+    virtual void mv_setWindowUpdateSubviews(MVWindow* window, bool updateSubviews);
+
+    /// Asks the window this view was given, if any, for a redraw.
+    virtual void mv_setDrawDirty();
+
+    /// The local transform, rebuilt if need be: T(position) · Rx · Ry · Rz · S(scale) ·
+    /// T(-anchor ⊙ size), without the coordinate system and the local origin.
+    glm::mat4 mv_localTransformMatrix();
+
+    /// Marks the local transform of this view, and the world transforms that depend on it.
+    void mv_setLocalTransformMatrixDirty();
+
+    /// Marks the world transforms of this view and everything below it, and asks for a redraw.
+    void mv_setTransformMatrixDirty();
+
+    /// Rebuilds the local transform if it is marked.
+    void mv_buildLocalTransformMatrix();
+
+    /// Rebuilds the world transform and its inverse if they are marked: after
+    /// `mv_transformMatrixWillBuild`, with the ancestors' first, and followed by
+    /// `mv_transformMatrixDidBuild`.
+    void mv_buildTransformMatrix();
+
+    /// Marks the hidden state of this view and everything below it, and asks for a redraw.
+    void mv_setEffectivelyHiddenDirty();
+
+    /// Rebuilds the effective hidden state if it is marked, then calls
+    /// `mv_effectivelyHiddenDidBuild`. The ancestors' are rebuilt first unless this view is hidden.
+    void mv_buildEffectivelyHidden();
+
+    /// Marks the opacity of this view and everything below it, and asks for a redraw.
+    void mv_setEffectiveOpacityDirty();
+
+    /// Rebuilds the effective opacity if it is marked, with the ancestors' first.
+    void mv_buildEffectiveOpacity();
+
+    /// @}
+
+ protected:
+    MVView();
+
+    /// @name Hooks, internal to the library
+    /// All empty here. They may change the tree and the placement of views, but one that is
+    /// called around the rebuilding of a value must not read that value of its own view before it
+    /// is built.
+    /// @{
+
+    /// The window is about to change; `mv_window` still answers the current one.
+    virtual void mv_windowWillChange();
+    /// The window has changed; the views below have not been told yet.
+    virtual void mv_windowDidChange();
+    /// The world transform is about to be rebuilt; those above have not been yet.
+    virtual void mv_transformMatrixWillBuild();
+    /// The world transform has been rebuilt.
+    virtual void mv_transformMatrixDidBuild();
+    /// The effective hidden state has been rebuilt; it may be the same as before.
+    virtual void mv_effectivelyHiddenDidBuild();
+
+    /// @}
+
+ private:
+    friend struct MVMaker;
+    friend struct MVViewTree;
+    friend class MVWindow;
+
+    /// How a view is known to those it does not keep alive: a cell that holds its address and that
+    /// it clears when it is destroyed. Unlike a weak pointer it works from within a constructor,
+    /// and reading it costs two loads.
+    using BackPointer = std::shared_ptr<MVView*>;
+
+    const BackPointer& backPointer();
+    MVView* superviewPointer() const { return superview_ != nullptr ? *superview_ : nullptr; }
+    MVView* windowPointer() const { return window_ != nullptr ? *window_ : nullptr; }
+
+    void checkCanBecomeSubview(const MVView* view, const char* operation) const;
+    bool hasSubview(const MVView* view) const;
+    MVViewArray& subviewsToChange();
+    void giveWindowOfSuperview();
+    std::shared_ptr<MVWindow> windowOfSubviews() const;
+    void computeTransformMatrix();
+
+    BackPointer superview_;
+    BackPointer window_;
+    std::shared_ptr<MVViewArray> subviews_;  ///< Null while empty.
+    BackPointer backPointer_;                ///< To this view; null until somebody needs it.
+
+    bool localTransformMatrixDirty_ = false;
+    bool transformMatrixDirty_ = false;
+    bool effectivelyHiddenDirty_ = false;
+    bool effectiveOpacityDirty_ = false;
+    bool hidden_ = false;
+    bool effectivelyHidden_ = false;
+
+    std::int32_t coordinateSystem_ = 0;
+    float opacity_ = 1.0F;
+    float effectiveOpacity_ = 1.0F;
+    float contentScaleFactor_;
+
+    Mivora::Point3 position_ = Mivora::Point3::kZero;
+    Mivora::Size3 size_ = Mivora::Size3::kZero;
+    Mivora::Point3 rotation_ = Mivora::Point3::kZero;
+    Mivora::Point3 scale_{1.0F, 1.0F, 1.0F};
+    Mivora::Point3 anchorPoint_ = Mivora::Point3::kZero;
+    Mivora::Point3 localOrigin_ = Mivora::Point3::kZero;
+
+    glm::mat4 localTransformMatrix_{1.0F};
+    glm::mat4 transformMatrix_{1.0F};
+    glm::mat4 inverseTransformMatrix_{1.0F};
+
+    std::unique_ptr<std::string> debugName_;  ///< Null while empty.
+};

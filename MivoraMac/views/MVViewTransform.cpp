@@ -1,0 +1,262 @@
+// Placement, matrices and conversion between views.
+
+#include <cmath>
+#include <glm/vec4.hpp>
+
+#include "MivoraMac/geometry/MatrixPrivate.h"
+#include "MivoraMac/views/MVView.h"
+#include "MivoraMac/views/MVViewTreePrivate.h"
+
+namespace {
+
+struct SineCosine {
+    float sine = 0.0F;
+    float cosine = 1.0F;
+
+    explicit SineCosine(float angle) {
+        if (angle != 0.0F) {
+            sine = std::sin(angle);
+            cosine = std::cos(angle);
+        }
+    }
+};
+
+/// T(position) · Rx · Ry · Rz · S(scale) · T(-pivot), multiplied out.
+glm::mat4 placementMatrix(Mivora::Point3 position, Mivora::Point3 rotation, Mivora::Point3 scale,
+                          Mivora::Point3 pivot) {
+    const SineCosine x(rotation.x);
+    const SineCosine y(rotation.y);
+    const SineCosine z(rotation.z);
+    const float sineXSineY = x.sine * y.sine;
+    const float cosineXSineY = x.cosine * y.sine;
+    glm::mat4 result;
+    result[0] = glm::vec4(y.cosine * z.cosine, sineXSineY * z.cosine + x.cosine * z.sine,
+                          x.sine * z.sine - cosineXSineY * z.cosine, 0.0F) *
+                scale.x;
+    result[1] = glm::vec4(-(y.cosine * z.sine), x.cosine * z.cosine - sineXSineY * z.sine,
+                          cosineXSineY * z.sine + x.sine * z.cosine, 0.0F) *
+                scale.y;
+    result[2] = glm::vec4(y.sine, -(x.sine * y.cosine), x.cosine * y.cosine, 0.0F) * scale.z;
+    result[3] = glm::vec4(position.x, position.y, position.z, 1.0F) - result[0] * pivot.x -
+                result[1] * pivot.y - result[2] * pivot.z;
+    return result;
+}
+
+/// What `from` · (point, 1) becomes under `to`, the w in between taken as 1.
+Mivora::Point3 convert(Mivora::Point3 point, const glm::mat4& from, const glm::mat4& to) {
+    const glm::vec4 world = from * glm::vec4(point.x, point.y, point.z, 1.0F);
+    const glm::vec4 result = to * glm::vec4(world.x, world.y, world.z, 1.0F);
+    return {result.x, result.y, result.z};
+}
+
+}  // namespace
+
+// Placement
+
+void MVView::setPosition3(Mivora::Point3 position) {
+    if (position_ == position) {
+        return;
+    }
+    position_ = position;
+    mv_setLocalTransformMatrixDirty();
+}
+
+void MVView::setPosition(Mivora::Point2 position) {
+    setPosition3({position.x, position.y, position_.z});
+}
+
+void MVView::setSize3(Mivora::Size3 size) {
+    if (size_ == size) {
+        return;
+    }
+    size_ = size;
+    mv_setLocalTransformMatrixDirty();
+}
+
+void MVView::setSize(Mivora::Size2 size) {
+    setSize3({size.width, size.height, size_.depth});
+}
+
+void MVView::setRotation3(Mivora::Point3 rotation) {
+    if (rotation_ == rotation) {
+        return;
+    }
+    rotation_ = rotation;
+    mv_setLocalTransformMatrixDirty();
+}
+
+void MVView::setRotation(float rotation) {
+    setRotation3({rotation_.x, rotation_.y, rotation});
+}
+
+void MVView::setUniformScale(float scale) {
+    if (scale_.x == scale) {
+        return;
+    }
+    scale_ = {scale, scale, scale};
+    mv_setLocalTransformMatrixDirty();
+}
+
+void MVView::setAnchorPoint3(Mivora::Point3 anchorPoint) {
+    if (anchorPoint_ == anchorPoint) {
+        return;
+    }
+    anchorPoint_ = anchorPoint;
+    mv_setLocalTransformMatrixDirty();
+}
+
+void MVView::setAnchorPoint(Mivora::Point2 anchorPoint) {
+    setAnchorPoint3({anchorPoint.x, anchorPoint.y, anchorPoint_.z});
+}
+
+void MVView::setLocalOrigin3(Mivora::Point3 localOrigin) {
+    if (localOrigin_ == localOrigin) {
+        return;
+    }
+    localOrigin_ = localOrigin;
+    mv_setLocalTransformMatrixDirty();
+}
+
+void MVView::setLocalOrigin(Mivora::Point2 localOrigin) {
+    setLocalOrigin3({localOrigin.x, localOrigin.y, localOrigin_.z});
+}
+
+void MVView::setCoordinateSystem(std::int32_t coordinateSystem) {
+    if (coordinateSystem_ == coordinateSystem) {
+        return;
+    }
+    coordinateSystem_ = coordinateSystem;
+    mv_setLocalTransformMatrixDirty();
+}
+
+// Matrices
+
+glm::mat4 MVView::transformMatrix() {
+    mv_buildTransformMatrix();
+    return transformMatrix_;
+}
+
+glm::mat4 MVView::inverseTransformMatrix() {
+    mv_buildTransformMatrix();
+    return inverseTransformMatrix_;
+}
+
+glm::mat4 MVView::mv_localTransformMatrix() {
+    mv_buildLocalTransformMatrix();
+    return localTransformMatrix_;
+}
+
+void MVView::mv_setLocalTransformMatrixDirty() {
+    localTransformMatrixDirty_ = true;
+    mv_setTransformMatrixDirty();
+}
+
+void MVView::mv_setTransformMatrixDirty() {
+    MVViewTree::visitSubtree(*this, [](MVView& view, std::size_t) {
+        view.transformMatrixDirty_ = true;
+        view.mv_setDrawDirty();
+    });
+}
+
+void MVView::mv_buildLocalTransformMatrix() {
+    if (!localTransformMatrixDirty_) {
+        return;
+    }
+    localTransformMatrix_ =
+        placementMatrix(position_, rotation_, scale_,
+                        {anchorPoint_.x * size_.width, anchorPoint_.y * size_.height,
+                         anchorPoint_.z * size_.depth});
+    localTransformMatrixDirty_ = false;
+}
+
+void MVView::mv_buildTransformMatrix() {
+    if (!transformMatrixDirty_) {
+        return;
+    }
+    MVViewTree::buildFromTop(
+        *this,
+        [](MVView& view) {
+            view.mv_transformMatrixWillBuild();
+            const MVView* const superview = view.superviewPointer();
+            return superview != nullptr && superview->transformMatrixDirty_;
+        },
+        [](MVView& view) {
+            view.computeTransformMatrix();
+            view.mv_transformMatrixDidBuild();
+        });
+}
+
+void MVView::computeTransformMatrix() {
+    mv_buildLocalTransformMatrix();
+    MVView* const superview = superviewPointer();
+    glm::mat4 world = superview != nullptr ? superview->transformMatrix() * localTransformMatrix_
+                                           : localTransformMatrix_;
+    const std::int32_t coordinateSystemAbove =
+        superview != nullptr ? superview->coordinateSystem_ : 0;
+    if (coordinateSystemAbove != coordinateSystem_) {
+        // · T(0, height, 0) · S(1, -1, 1)
+        world[3] += world[1] * size_.height;
+        world[1] = -world[1];
+    }
+    if (localOrigin_ != Mivora::Point3::kZero) {
+        // · T(-localOrigin)
+        world[3] -=
+            world[0] * localOrigin_.x + world[1] * localOrigin_.y + world[2] * localOrigin_.z;
+    }
+    transformMatrix_ = world;
+    inverseTransformMatrix_ = Mivora::invertMatrix(world, nullptr);
+    transformMatrixDirty_ = false;
+}
+
+void MVView::mv_transformMatrixWillBuild() {}
+
+void MVView::mv_transformMatrixDidBuild() {}
+
+// Conversion
+
+Mivora::Point3 MVView::convertPoint3FToView(Mivora::Point3 point,
+                                            const std::shared_ptr<MVView>& view) {
+    return convert(point, transformMatrix(),
+                   view != nullptr ? view->inverseTransformMatrix() : glm::mat4(0.0F));
+}
+
+Mivora::Point3 MVView::convertPoint3FFromView(Mivora::Point3 point,
+                                              const std::shared_ptr<MVView>& view) {
+    return convert(point, view != nullptr ? view->transformMatrix() : glm::mat4(0.0F),
+                   inverseTransformMatrix());
+}
+
+Mivora::Point2 MVView::convertPoint2FToView(Mivora::Point2 point,
+                                            const std::shared_ptr<MVView>& view) {
+    const Mivora::Point3 result = convertPoint3FToView({point.x, point.y, 0.0F}, view);
+    return {result.x, result.y};
+}
+
+Mivora::Point2 MVView::convertPoint2FFromView(Mivora::Point2 point,
+                                              const std::shared_ptr<MVView>& view) {
+    const Mivora::Point3 result = convertPoint3FFromView({point.x, point.y, 0.0F}, view);
+    return {result.x, result.y};
+}
+
+Mivora::Point3 MVView::convertVector3FToView(Mivora::Point3 vector,
+                                             const std::shared_ptr<MVView>& view) {
+    return convertPoint3FToView(vector, view) - convertPoint3FToView(Mivora::Point3::kZero, view);
+}
+
+Mivora::Point3 MVView::convertVector3FFromView(Mivora::Point3 vector,
+                                               const std::shared_ptr<MVView>& view) {
+    return convertPoint3FFromView(vector, view) -
+           convertPoint3FFromView(Mivora::Point3::kZero, view);
+}
+
+Mivora::Point2 MVView::convertVector2FToView(Mivora::Point2 vector,
+                                             const std::shared_ptr<MVView>& view) {
+    const Mivora::Point3 result = convertVector3FToView({vector.x, vector.y, 0.0F}, view);
+    return {result.x, result.y};
+}
+
+Mivora::Point2 MVView::convertVector2FFromView(Mivora::Point2 vector,
+                                               const std::shared_ptr<MVView>& view) {
+    const Mivora::Point3 result = convertVector3FFromView({vector.x, vector.y, 0.0F}, view);
+    return {result.x, result.y};
+}

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <memory_resource>
+#include <utility>
+#include <vector>
+
+#include "MivoraMac/views/MVView.h"
+
+/// How operations reach the views below and above a view. What counts as below is decided here and
+/// nowhere else.
+struct MVViewTree {
+    /// The views directly below one, in order. Holds the list it steps through, so that the tree
+    /// may change meanwhile; a view that has left it is still returned.
+    class Children {
+     public:
+        explicit Children(const MVView& view) : subviews_(view.subviews_) {}
+
+        /// Whether there are any; costs no reference.
+        static bool exist(const MVView& view) { return view.subviews_ != nullptr; }
+
+        /// The next one, or null at the end.
+        MVView* next() {
+            return subviews_ != nullptr && next_ < subviews_->size() ? (*subviews_)[next_++].get()
+                                                                     : nullptr;
+        }
+
+     private:
+        std::shared_ptr<const MVViewArray> subviews_;
+        std::size_t next_ = 0;
+    };
+
+    /// Calls `visit` with a view and everything below it, each view before those below it, and
+    /// with its depth below the first. Uses no stack for the depth of the tree, and no heap down to
+    /// some twenty levels.
+    template <class Visit>
+    static void visitSubtree(MVView& root, Visit visit) {
+        visit(root, std::size_t{0});
+        if (!Children::exist(root)) {
+            return;
+        }
+        std::array<std::byte, 1024> storage;
+        std::pmr::monotonic_buffer_resource memory(storage.data(), storage.size());
+        std::pmr::vector<Children> path(&memory);
+        path.reserve(storage.size() / 2 / sizeof(Children));
+        path.emplace_back(root);
+        while (!path.empty()) {
+            MVView* const view = path.back().next();
+            if (view == nullptr) {
+                path.pop_back();
+                continue;
+            }
+            visit(*view, path.size());
+            if (Children::exist(*view)) {
+                path.emplace_back(*view);
+            }
+        }
+    }
+
+    /// Calls `build` with a view, after those ancestors whose result it depends on, topmost first:
+    /// what a `build` that calls itself for the superview would do, without its use of the stack.
+    ///
+    /// @param enter  called on the way up, nearest first; tells whether the superview has to be
+    ///               built before the view it is called with
+    template <class Enter, class Build>
+    static void buildFromTop(MVView& view, Enter enter, Build build) {
+        // The references keep ancestors alive that a hook takes out of the tree. A view under
+        // construction has none to give yet.
+        std::vector<std::pair<MVView*, std::shared_ptr<MVView>>> ancestors;
+        for (MVView* current = &view; enter(*current);) {
+            current = current->superviewPointer();
+            ancestors.emplace_back(current, current->weak_from_this().lock());
+        }
+        for (auto ancestor = ancestors.rbegin(); ancestor != ancestors.rend(); ++ancestor) {
+            build(*ancestor->first);
+        }
+        build(view);
+    }
+};

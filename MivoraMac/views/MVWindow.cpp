@@ -1,0 +1,121 @@
+#include "MivoraMac/views/MVWindow.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "MivoraMac/geometry/MVMath.h"
+#include "MivoraMac/platform/MVMake.h"
+
+namespace {
+
+/// How close the near plane may come to the eye, which it must not reach.
+constexpr float kLeastNear = 0.001F;
+
+/// A perspective projection whose negated second row turns y over: world y grows downward.
+glm::mat4 perspective(float fieldOfView, float aspect, float near, float far) {
+    const float cotangent = 1.0F / std::tan(fieldOfView * 0.5F);
+    glm::mat4 result(0.0F);
+    result[0][0] = cotangent / aspect;
+    result[1][1] = -cotangent;
+    result[2][2] = (far + near) / (near - far);
+    result[2][3] = -1.0F;
+    result[3][2] = 2.0F * far * near / (near - far);
+    return result;
+}
+
+}  // namespace
+
+std::shared_ptr<MVWindow> MVWindow::init() {
+    return MVMake<MVWindow>();
+}
+
+MVWindow::MVWindow() {
+    window_ = backPointer();
+    setAnchorPoint({0.5F, 0.5F});
+}
+
+void MVWindow::setSize3(Mivora::Size3 size) {
+    MVView::setSize3(size);
+    mv_setProjectionMatrixDirty();
+}
+
+void MVWindow::setFieldOfView(float fieldOfView) {
+    if (fieldOfView_ == fieldOfView) {
+        return;
+    }
+    fieldOfView_ = fieldOfView;
+    mv_setProjectionMatrixDirty();
+}
+
+void MVWindow::setNearDistance(float nearDistance) {
+    if (nearDistance_ == nearDistance) {
+        return;
+    }
+    nearDistance_ = nearDistance;
+    mv_setProjectionMatrixDirty();
+}
+
+void MVWindow::setFarDistance(float farDistance) {
+    if (farDistance_ == farDistance) {
+        return;
+    }
+    farDistance_ = farDistance;
+    mv_setProjectionMatrixDirty();
+}
+
+glm::mat4 MVWindow::projectionMatrix() {
+    mv_buildProjectionMatrix();
+    return projectionMatrix_;
+}
+
+std::shared_ptr<MVWindow> MVWindow::mv_window() const {
+    return std::static_pointer_cast<MVWindow>(const_cast<MVWindow*>(this)->weak_from_this().lock());
+}
+
+void MVWindow::mv_setSuperview(MVView*) {}
+
+void MVWindow::mv_setProjectionMatrixDirty() {
+    projectionMatrixDirty_ = true;
+}
+
+void MVWindow::mv_buildProjectionMatrix() {
+    if (!projectionMatrixDirty_) {
+        return;
+    }
+    const Mivora::Size2 extent = size();
+    if (extent != Mivora::Size2::kZero) {
+        const float distance = extent.height * 0.5F / std::tan(fieldOfView_ * 0.5F);
+        setPosition3({position().x, position().y, -distance});
+        projectionMatrix_ =
+            perspective(fieldOfView_, std::abs(extent.width / extent.height),
+                        std::max(distance - nearDistance_, kLeastNear), distance + farDistance_);
+    }
+    projectionMatrixDirty_ = false;
+}
+
+Mivora::Ray3 MVWindow::mv_unprojectScreenPointViewport(Mivora::Point2 screenPoint,
+                                                       Mivora::Viewport viewport) {
+    const Mivora::Point2 pixel = screenPoint * contentScaleFactor();
+    const glm::mat4 projection = projectionMatrix();
+    const glm::mat4 identity(1.0F);
+    bool nearFound = false;
+    bool farFound = false;
+    const Mivora::Point3 near =
+        MVMathUnproject({pixel.x, pixel.y, 0.0F}, identity, projection, viewport, &nearFound);
+    const Mivora::Point3 far =
+        MVMathUnproject({pixel.x, pixel.y, 1.0F}, identity, projection, viewport, &farFound);
+    if (!nearFound || !farFound) {
+        return Mivora::Ray3::kNull;
+    }
+    // The direction is the far point itself: the eye is the origin of this space.
+    const float length = std::sqrt(far.x * far.x + far.y * far.y + far.z * far.z);
+    return {near, {far.x / length, far.y / length, far.z / length}};
+}
+
+void MVWindow::mv_setDrawDirty() {
+    drawDirty_ = true;
+}
+
+void MVWindow::mv_setDrawClean() {
+    drawDirty_ = false;
+}

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/geometry/Ray.h"
+#include "MivoraMac/geometry/Viewport.h"
+#include "MivoraMac/views/MVView.h"
+
+/// The root of a view tree, and the camera it is seen through.
+///
+/// The camera stands so that the window's own plane, z = 0 of its content, fills the vertical field
+/// of view exactly: one unit of content is one point on the screen. With the coordinate system 0
+/// and a position of x = y = 0, the content's (0, 0) is the top left corner of the viewport and
+/// (width, height) the bottom right one; y grows downward. A new window's anchor is (0.5, 0.5), so
+/// that the camera looks at its centre.
+///
+/// Every view below a window asks it for redraws; whoever draws frames polls `mv_windowNeedsDraw`.
+///
+/// Thread: main.
+class MIVORA_EXPORT MVWindow : public MVView {
+ public:
+    /// Creates a window of size zero.
+    static std::shared_ptr<MVWindow> init();
+
+    /// Also marks the projection, even for an equal size.
+    void setSize3(Mivora::Size3 size) override;
+
+    /// @name Camera
+    /// Setting an equal value does nothing. None of these asks for a redraw; the camera moves when
+    /// the projection is next read.
+    /// @{
+
+    /// The vertical field of view in radians, 60 degrees by default. 0 and multiples of a full turn
+    /// put the camera infinitely far away: the projection is then infinite or NaN.
+    float fieldOfView() const { return fieldOfView_; }
+    /// Changes the field of view; the camera keeps the window's plane in view.
+    void setFieldOfView(float fieldOfView);
+
+    /// How far in front of the window's plane, towards the eye, content is still seen, in points;
+    /// 150 by default. The near plane stays at least 0.001 in front of the eye.
+    float nearDistance() const { return nearDistance_; }
+    /// Moves the near plane.
+    void setNearDistance(float nearDistance);
+
+    /// How far behind the window's plane content is still seen, in points; 150 by default.
+    float farDistance() const { return farDistance_; }
+    /// Moves the far plane.
+    void setFarDistance(float farDistance);
+
+    /// The projection from world space to clip space, rebuilt if need be. The identity for a window
+    /// that never had a size.
+    glm::mat4 projectionMatrix();
+
+    /// @}
+    /// @name Internal to the library
+    /// @{
+
+    /// This window; null while it is being constructed or destroyed.
+    std::shared_ptr<MVWindow> mv_window() const override;
+
+    /// Does nothing: a window has no superview.
+    void mv_setSuperview(MVView* superview) override;
+
+    /// Marks the projection without asking for a redraw.
+    void mv_setProjectionMatrixDirty();
+
+    /// Rebuilds the projection if it is marked, and moves the window back to where the camera at
+    /// the origin sees its height h under the field of view: its z becomes -d with
+    /// d = (h / 2) / tan(fieldOfView / 2).
+    ///
+    /// A window of width and height 0 keeps its projection. A height or width of 0 alone, and sizes
+    /// and camera values that are NaN, infinite or negative, are not refused: they flow through and
+    /// may make the matrix infinite or NaN.
+    void mv_buildProjectionMatrix();
+
+    /// The ray from the eye through a point of the screen, in the world space of this window's
+    /// tree.
+    ///
+    /// @param screenPoint  in points, with y as the viewport counts it
+    /// @param viewport     what the projection fills, in pixels: points times `contentScaleFactor`
+    /// @return starts on the near plane. The direction has unit length. `Ray3::kNull` where the
+    ///         projection cannot be inverted; NaN where the viewport has no width or height
+    Mivora::Ray3 mv_unprojectScreenPointViewport(Mivora::Point2 screenPoint,
+                                                 Mivora::Viewport viewport);
+
+    /// Notes that the tree has to be drawn.
+    void mv_setDrawDirty() override;
+    /// Notes that it has been. Called once the frame has been presented.
+    void mv_setDrawClean();
+    /// Whether the tree has to be drawn. True for a new window.
+    bool mv_windowNeedsDraw() const { return drawDirty_; }
+
+    /// @}
+
+ protected:
+    MVWindow();
+
+ private:
+    friend struct MVMaker;
+
+    glm::mat4 projectionMatrix_{1.0F};
+    bool projectionMatrixDirty_ = true;
+    bool drawDirty_ = false;
+    float fieldOfView_ = 1.0471976F;
+    float nearDistance_ = 150.0F;
+    float farDistance_ = 150.0F;
+};
