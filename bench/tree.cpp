@@ -1,0 +1,263 @@
+// The cost of the view tree by itself: no layout, no drawing, no GL.
+//
+// Held constant: plain views, each with a position, a size, a rotation about all three axes, a
+// scale and a centred anchor, none at a default that would shorten the arithmetic; one window that
+// is told of every change; one thread. The flat tree is one superview with 10,000 subviews, the
+// deep one a chain of 100. Every number is the median of the repetitions stated beside it, after
+// one that is not counted, in a process whose heap the earlier parts have warmed up.
+//
+// The reference is what the same matrices cost without views: a loop over plain arrays that builds
+// each with GLM (translate, rotate three times, scale, translate), multiplies it with its
+// superview's and inverts the product. It alternates with the measured loop, so that both meet the
+// same machine.
+
+#include <malloc.h>
+
+#include <glm/gtc/matrix_transform.hpp>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "MivoraMac/views/MVView.h"
+#include "MivoraMac/views/MVWindow.h"
+#include "bench/support/Bench.h"
+
+namespace {
+
+using Mivora::bench::AllocationCounter;
+using Mivora::bench::doNotOptimize;
+using Mivora::bench::median;
+using Mivora::bench::Report;
+using Mivora::bench::Stopwatch;
+
+constexpr int kFlat = 10000;
+constexpr int kDeep = 100;
+constexpr int kRepetitions = 21;
+
+using View = std::shared_ptr<MVView>;
+
+struct Placement {
+    glm::vec3 position;
+    glm::vec3 rotation;
+    float scale;
+    glm::vec3 size;
+    glm::vec3 anchor;
+};
+
+Placement placementOf(int index) {
+    const auto step = static_cast<float>(index);
+    return {{step, 2.0F * step, -step},
+            {0.1F + step * 1e-4F, 0.2F - step * 1e-4F, 0.3F + step * 2e-4F},
+            1.0F + 0.5F / (1.0F + step),
+            {40.0F + step * 0.01F, 30.0F, 1.0F},
+            {0.5F, 0.5F, 0.5F}};
+}
+
+View makeView(int index) {
+    const Placement placement = placementOf(index);
+    View view = MVView::init();
+    view->setPosition3({placement.position.x, placement.position.y, placement.position.z});
+    view->setRotation3({placement.rotation.x, placement.rotation.y, placement.rotation.z});
+    view->setUniformScale(placement.scale);
+    view->setSize3({placement.size.x, placement.size.y, placement.size.z});
+    view->setAnchorPoint3({placement.anchor.x, placement.anchor.y, placement.anchor.z});
+    return view;
+}
+
+std::vector<View> makeViews(int count) {
+    std::vector<View> views;
+    views.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        views.push_back(makeView(i));
+    }
+    return views;
+}
+
+View makeFlatTree() {
+    View superview = makeView(0);
+    for (int i = 0; i < kFlat; ++i) {
+        superview->addSubview(makeView(i));
+    }
+    return superview;
+}
+
+/// The median time of `operation` after `prepare`, in nanoseconds.
+template <class Prepare, class Operation>
+double medianNanoseconds(int repetitions, Prepare prepare, Operation operation) {
+    std::vector<double> times;
+    for (int i = 0; i <= repetitions; ++i) {
+        auto state = prepare();
+        const Stopwatch watch;
+        operation(state);
+        const double time = watch.nanoseconds();
+        if (i > 0) {
+            times.push_back(time);
+        }
+    }
+    return median(times);
+}
+
+void measureBuilding(Report& report) {
+    const auto window = MVWindow::init();
+    report.add("build_10k_ms",
+               medianNanoseconds(
+                   kRepetitions, [] { return nullptr; },
+                   [&](auto) { window->addSubview(makeFlatTree()); }) *
+                   1e-6,
+               "create, place and add; median of 21");
+    window->removeAllSubviews();
+    report.add(
+        "destroy_10k_ms",
+        medianNanoseconds(kRepetitions, makeFlatTree, [](View& view) { view = nullptr; }) * 1e-6,
+        "drop the last reference; median of 21");
+    report.add("remove_all_10k_ms",
+               medianNanoseconds(kRepetitions, makeFlatTree,
+                                 [](View& view) { view->removeAllSubviews(); }) *
+                   1e-6,
+               "removeAllSubviews; median of 21");
+}
+
+/// What the allocator has handed out, its own bookkeeping included.
+std::size_t heapBytes() {
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+void measureMemory(Report& report) {
+    const auto window = MVWindow::init();
+    const std::size_t before = heapBytes();
+    const AllocationCounter counter;
+    const View superview = MVView::init();
+    for (int i = 0; i < kFlat; ++i) {
+        superview->addSubview(MVView::init());
+    }
+    window->addSubview(superview);
+    const auto views = static_cast<double>(kFlat + 1);
+    report.add("bytes_per_view", static_cast<double>(heapBytes() - before) / views,
+               "heap in use, lists and overhead included; target: at most 1,024");
+    report.add("allocations_per_view", static_cast<double>(counter.allocations()) / views,
+               "to create and add one");
+}
+
+double nanosecondsToAdd(int count) {
+    return medianNanoseconds(
+        kRepetitions, [count] { return makeViews(count); },
+        [](const std::vector<View>& views) {
+            const View superview = MVView::init();
+            for (const View& view : views) {
+                superview->addSubview(view);
+            }
+            doNotOptimize(superview);
+        });
+}
+
+void measureAdding(Report& report) {
+    report.add("add_growth_1k_to_10k", nanosecondsToAdd(kFlat) / nanosecondsToAdd(1000),
+               "time to add 10,000 by that for 1,000; target: at most 12");
+}
+
+/// Plain arrays in place of views.
+class Reference {
+ public:
+    Reference() : world_(kFlat), inverse_(kFlat) {
+        for (int i = 0; i < kFlat; ++i) {
+            placements_.push_back(placementOf(i));
+        }
+    }
+
+    void moveAndRebuild(float by, const glm::mat4& above) {
+        for (std::size_t i = 0; i < placements_.size(); ++i) {
+            Placement& placement = placements_[i];
+            placement.position.x += by;
+            glm::mat4 local = glm::translate(glm::mat4(1.0F), placement.position);
+            local = glm::rotate(local, placement.rotation.x, glm::vec3(1, 0, 0));
+            local = glm::rotate(local, placement.rotation.y, glm::vec3(0, 1, 0));
+            local = glm::rotate(local, placement.rotation.z, glm::vec3(0, 0, 1));
+            local = glm::scale(local, glm::vec3(placement.scale));
+            local = glm::translate(local, -placement.anchor * placement.size);
+            world_[i] = above * local;
+            inverse_[i] = glm::inverse(world_[i]);
+        }
+        doNotOptimize(world_.data());
+        doNotOptimize(inverse_.data());
+    }
+
+ private:
+    std::vector<Placement> placements_;
+    std::vector<glm::mat4> world_;
+    std::vector<glm::mat4> inverse_;
+};
+
+void measureFlatRebuild(Report& report) {
+    const auto window = MVWindow::init();
+    const View superview = makeFlatTree();
+    window->addSubview(superview);
+    const auto views = superview->subviews();
+    Reference reference;
+
+    std::vector<double> ours;
+    std::vector<double> plain;
+    for (int i = 0; i <= 4 * kRepetitions; ++i) {
+        const float by = i % 2 == 0 ? 1.0F : -1.0F;
+        const glm::mat4 above = superview->transformMatrix();
+        Stopwatch watch;
+        reference.moveAndRebuild(by, above);
+        const double plainTime = watch.nanoseconds() / kFlat;
+        watch.restart();
+        for (const View& view : *views) {
+            Mivora::Point3 position = view->position3();
+            position.x += by;
+            view->setPosition3(position);
+        }
+        for (const View& view : *views) {
+            doNotOptimize(view->inverseTransformMatrix());
+        }
+        if (i > 0) {
+            plain.push_back(plainTime);
+            ours.push_back(watch.nanoseconds() / kFlat);
+        }
+    }
+    report.add("rebuild_ns_per_view", median(ours),
+               "move each of 10,000, then rebuild world and inverse; median of 84");
+    report.add("rebuild_reference_ns", median(plain), "the same in plain arrays with GLM");
+    report.add("rebuild_ratio", median(ours) / median(plain), "target: at most 1.5");
+}
+
+void measureDeepRebuild(Report& report) {
+    const auto window = MVWindow::init();
+    const View root = makeView(1);
+    View leaf = root;
+    for (int i = 1; i < kDeep; ++i) {
+        const View next = makeView(i);
+        leaf->addSubview(next);
+        leaf = next;
+    }
+    window->addSubview(root);
+    constexpr int kMoves = 100;
+    const double time = medianNanoseconds(
+        kRepetitions, [] { return nullptr; },
+        [&](auto) {
+            for (int i = 0; i < kMoves; ++i) {
+                root->setPosition({static_cast<float>(i), 0.0F});
+                doNotOptimize(leaf->inverseTransformMatrix());
+            }
+        });
+    report.add("rebuild_deep_ns_per_view", time / (kMoves * kDeep),
+               "move the root of 100 levels, read the leaf; median of 21 times 100");
+}
+
+}  // namespace
+
+int main() {
+    Report report("tree");
+    report.condition("flat tree", "10,000 subviews of one view, in a window");
+    report.condition("deep tree", "a chain of 100 views, in a window");
+    report.condition("size of a view",
+                     std::to_string(sizeof(MVView)) + " bytes before the allocator's share");
+    measureBuilding(report);
+    measureMemory(report);
+    measureAdding(report);
+    measureFlatRebuild(report);
+    measureDeepRebuild(report);
+    return report.finish();
+}
