@@ -1,10 +1,11 @@
 # shellcheck shell=bash
+# shellcheck disable=SC2034  # the lists are for the scripts that source this
 # The Debian packages the scripts of this repository need, and how they come by them. Sourced.
 
 # To build the library.
 MIVORA_BUILD_PACKAGES=(
     g++ cmake ninja-build pkg-config
-    libepoxy-dev libglib2.0-dev libglm-dev
+    libepoxy-dev libgdk-pixbuf-2.0-dev libglib2.0-dev libglm-dev
 )
 
 # To run what draws: EGL and the software rasteriser, which are loaded at run time.

@@ -15,8 +15,9 @@ constexpr std::array<const char*, 7> kCategoryNames = {"frame",  "gl",     "even
                                                        "layout", "images", "queue"};
 
 struct SinkHolder {
-    std::mutex mutex;
+    std::recursive_mutex mutex;
     DebugLog::Sink sink;
+    bool writing = false;
 };
 
 SinkHolder& sinkHolder() {
@@ -43,9 +44,12 @@ std::string formatted(const char* format, va_list arguments) {
 void write(DebugLog::Category category, const std::string& text) {
     SinkHolder& holder = sinkHolder();
     const std::lock_guard lock(holder.mutex);
-    if (holder.sink) {
+    if (holder.sink && !holder.writing) {
+        holder.writing = true;
         holder.sink(category, text);
+        holder.writing = false;
     } else {
+        // Without a sink, or from within it.
         std::fprintf(stderr, "MivoraMac[%s]: %s\n", categoryName(category), text.c_str());
     }
 }

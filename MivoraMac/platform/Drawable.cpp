@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <vector>
 
 #include "MivoraMac/platform/DebugLog.h"
 
@@ -115,7 +116,7 @@ Drawable::Frame Drawable::latestFrame() const {
     return latest_;
 }
 
-Drawable::Picture Drawable::readLatestFrame() const {
+Picture Drawable::readLatestFrame() const {
     const Target& target = targets_[static_cast<std::size_t>(newest_)];
     if (latestFrame().texture == 0) {
         return {};

@@ -3,18 +3,11 @@
 #include <array>
 #include <cstdint>
 #include <mutex>
-#include <vector>
 
 #include "MivoraMac/Export.h"
+#include "MivoraMac/platform/Picture.h"
 
 namespace Mivora::platform {
-
-/// A size in pixels.
-struct PixelSize {
-    int width = 0;
-    int height = 0;
-    bool operator==(const PixelSize&) const = default;
-};
 
 /// The framebuffer behind a native view: what the library draws into as its default framebuffer.
 ///
@@ -30,12 +23,6 @@ class MIVORA_EXPORT Drawable {
         std::uint32_t texture = 0;  ///< GL name; 0 before the first `flush`
         PixelSize size;
         std::uint64_t serial = 0;  ///< counts up by one with every published frame
-    };
-
-    /// 8-bit RGBA, straight from the framebuffer, top row first, rows tightly packed.
-    struct Picture {
-        PixelSize size;
-        std::vector<std::uint8_t> rgba;
     };
 
     /// @param samples  samples a pixel; 0 or 1 for none. More than the driver offers: its maximum.

@@ -26,12 +26,16 @@ GLContext::~GLContext() {
     if (view_ != nullptr) {
         setView(nullptr);
     }
+    if (current == this) {
+        current = nullptr;
+    }
 }
 
 void GLContext::makeCurrentContext() {
-    const bool made = makeCurrent();
-    current = made ? this : nullptr;
-    if (!made) {
+    if (makeCurrent()) {
+        current = this;
+    } else {
+        clearCurrentContext();
         DebugLog::warn(DebugLog::Category::GL, "could not make a GL context current");
     }
 }
@@ -58,6 +62,9 @@ void GLContext::setView(OpenGLView* view) {
 
 void GLContext::releaseDrawable() {
     if (!drawable_.hasGLObjects()) {
+        if (current == this) {
+            clearCurrentContext();
+        }
         return;
     }
     GLContext* const outer = current;

@@ -69,7 +69,8 @@ class MIVORA_EXPORT GLContext : public std::enable_shared_from_this<GLContext> {
  protected:
     explicit GLContext(std::shared_ptr<PixelFormat> format);
 
-    /// Releases the drawable's GL objects; a host's context calls it before it goes.
+    /// Releases the drawable's GL objects; a host's context calls it before it goes. Afterwards
+    /// this context is not current on the calling thread.
     void releaseDrawable();
 
     /// @return whether the context is current afterwards

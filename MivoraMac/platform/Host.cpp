@@ -3,10 +3,12 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "MivoraMac/platform/DebugLog.h"
 #include "MivoraMac/platform/MVException.h"
 #include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/headless/HeadlessDisplayLink.h"
 #include "MivoraMac/platform/headless/HeadlessHost.h"
 
 namespace Mivora::platform {
@@ -65,6 +67,10 @@ Host& Host::current() {
 
 void Host::registerDesktopHost(const char* name, Factory factory) {
     desktopHost() = {name, factory};
+}
+
+std::unique_ptr<DisplayLink> Host::createDisplayLink(DisplayLink::Handler refreshed) {
+    return std::make_unique<HeadlessDisplayLink>(std::move(refreshed));
 }
 
 Screen::~Screen() = default;

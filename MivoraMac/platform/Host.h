@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "MivoraMac/Export.h"
+#include "MivoraMac/platform/DisplayLink.h"
 
 namespace Mivora::platform {
 
@@ -39,6 +40,11 @@ class MIVORA_EXPORT Host {
     /// See `GLContext::initWithFormatShareContext`. Thread: any.
     virtual std::shared_ptr<GLContext> createGLContext(const std::shared_ptr<PixelFormat>& format,
                                                        const std::shared_ptr<GLContext>& share) = 0;
+
+    /// A stopped display link that serves all displays until it is tied to one. A host that knows
+    /// nothing of refreshes has links at 60 Hz. Thread: any.
+    /// @param refreshed  what the link calls at every refresh; an empty function is not called
+    virtual std::unique_ptr<DisplayLink> createDisplayLink(DisplayLink::Handler refreshed);
 };
 
 }  // namespace Mivora::platform

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/Drawable.h"
+#include "MivoraMac/platform/Picture.h"
 
 namespace Mivora::platform {
 

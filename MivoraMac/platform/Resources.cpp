@@ -65,7 +65,7 @@ std::optional<std::string> Resources::pathForResource(std::string_view name,
     }
     for (const fs::path& folder : searchFolders()) {
         std::error_code error;
-        if (!folder.empty() && fs::exists(folder / file, error)) {
+        if (!folder.empty() && fs::is_regular_file(folder / file, error)) {
             return (folder / file).string();
         }
     }

@@ -10,6 +10,7 @@
 #include "MivoraMac/platform/ConcurrentQueue.h"
 #include "MivoraMac/platform/MVException.h"
 #include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/QueueThreadsPrivate.h"
 
 namespace Mivora::platform {
 
@@ -52,7 +53,7 @@ struct SerialQueue::Backlog {
     std::uint64_t drains = 0;
     bool sleeping = false;
     bool stopping = false;
-    bool* destroyedFlag = nullptr;
+    bool abandoned = false;  // by its own thread, which alone looks at this
     std::thread thread;
 
     // Belongs to whoever drains.
@@ -113,27 +114,38 @@ void SerialQueue::Backlog::signalCompleted(std::unique_lock<std::mutex>& lock) {
 }
 
 std::shared_ptr<SerialQueue> SerialQueue::create(const char* label, Execution execution) {
-    auto queue = MVMake<SerialQueue>(label, execution);
-    if (execution == Execution::OwnThread) {
-        Backlog& backlog = queue->backlog();
-        backlog.thread = std::thread([unowned = queue.get()] { unowned->threadMain(); });
+    if (execution == Execution::SharedPool) {
+        return MVMake<SerialQueue>(label, execution);
     }
+    const std::shared_ptr<SerialQueue> queue(new SerialQueue(label, execution), release);
+    queue->backlog_->thread = std::thread([unowned = queue.get()] { unowned->threadMain(); });
     return queue;
 }
 
+/// Destroys a queue with a thread of its own. Where that thread itself drops the last reference, in
+/// the middle of its work, it does so once the queue is dry.
+void SerialQueue::release(SerialQueue* queue) {
+    Backlog& waiting = *queue->backlog_;
+    if (waiting.thread.get_id() == std::this_thread::get_id()) {
+        waiting.abandoned = true;
+    } else {
+        delete queue;
+    }
+}
+
 SerialQueue::SerialQueue(const char* label, Execution execution)
-    : WorkQueue(label), execution_(execution) {}
+    : WorkQueue(label), execution_(execution) {
+    if (execution == Execution::OwnThread) {
+        backlog();
+    }
+}
 
 SerialQueue::~SerialQueue() {
     if (execution_ != Execution::OwnThread) {
         return;  // a pending drain would hold a reference: nothing waits
     }
-    if (backlog_->thread.get_id() == std::this_thread::get_id()) {
-        std::unique_lock lock(mutex_);
-        drain(lock);
-        *backlog_->destroyedFlag = true;
-        backlog_->thread.detach();
-        return;
+    if (!backlog_->thread.joinable()) {
+        return;  // the thread destroys the queue itself, or could not be started
     }
     {
         const std::lock_guard lock(mutex_);
@@ -177,14 +189,14 @@ void SerialQueue::commitAndUnlock(ClosureStream::Run run) {
     waiting.submissions.store(waiting.submissions.load(std::memory_order_relaxed) + 1,
                               std::memory_order_relaxed);
     if (execution_ == Execution::OwnThread) {
-        const bool wake = std::exchange(waiting.sleeping, false);
-        mutex_.unlock();
-        if (wake) {
+        if (std::exchange(waiting.sleeping, false)) {
             waiting.wake.notify_one();
         }
+        // Last: once unlocked, the closure may run and drop the last reference to this queue.
+        mutex_.unlock();
         return;
     }
-    const bool schedule = !std::exchange(busy_, true);
+    const bool schedule = !running_ && !std::exchange(scheduled_, true);
     mutex_.unlock();
     if (schedule) {
         scheduleDrain();
@@ -194,8 +206,12 @@ void SerialQueue::commitAndUnlock(ClosureStream::Run run) {
 void SerialQueue::scheduleDrain() {
     ConcurrentQueue::global()->async([self = shared_from_this()] {
         std::unique_lock lock(self->mutex_);
-        self->drain(lock);
-        self->busy_ = false;
+        self->scheduled_ = false;
+        if (!self->running_) {  // or a synchronous caller was faster
+            self->running_ = true;
+            self->drain(lock);
+            self->running_ = false;
+        }
     });
 }
 
@@ -206,15 +222,19 @@ bool SerialQueue::takeOverIfIdle(QueueScope* scope) {
         return false;
     }
     const std::lock_guard lock(mutex_);
-    return !std::exchange(busy_, true);
+    if (running_ || (backlog_ && backlog_->stream.hasReady())) {
+        return false;
+    }
+    running_ = true;
+    return true;
 }
 
 void SerialQueue::finishOnCaller() {
     bool schedule = false;
     {
         const std::lock_guard lock(mutex_);
-        schedule = backlog_ && backlog_->stream.hasReady();
-        busy_ = schedule;
+        running_ = false;
+        schedule = backlog_ && backlog_->stream.hasReady() && !std::exchange(scheduled_, true);
     }
     if (schedule) {
         scheduleDrain();
@@ -239,18 +259,31 @@ void SerialQueue::syncCall(QueueScope* scope, void (*call)(void*), void* closure
     void* place = lockAndReserve(scope, sizeof(SyncCall*));
     waiter.backlog = backlog_.get();
     ::new (place) SyncCall*(&waiter);
-    commitAndUnlock([](void* payload) {
+    const ClosureStream::Run run = [](void* payload) {
         SyncCall* waiting = *static_cast<SyncCall**>(payload);
         waiting->call(waiting->closure);
         waiting->nextCompleted = waiting->backlog->completed;
         waiting->backlog->completed = waiting;
-    });
+    };
+    if (execution_ == Execution::SharedPool && scope == nullptr && !running_) {
+        // The pool has not come to this queue yet, and may not before this caller returns, as when
+        // all its threads wait here: what waits runs on this stack, up to the closure at hand.
+        running_ = true;
+        waiter.backlog->stream.commit(run);
+        std::unique_lock lock(mutex_, std::adopt_lock);
+        drain(lock, DrainUntil::BatchRun);
+        lock.unlock();
+        finishOnCaller();
+        return;
+    }
+    commitAndUnlock(run);
     std::unique_lock lock(mutex_);
     backlog_->syncDone.wait(lock, [&] { return waiter.done; });
 }
 
-/// Runs everything that waits, until nothing does. Call with the lock held; returns with it held.
-void SerialQueue::drain(std::unique_lock<std::mutex>& lock) {
+/// Runs what waits, until nothing does or, with `BatchRun`, until everything has run that waited at
+/// first, the last of which is outside any scope. Call with the lock held; returns with it held.
+void SerialQueue::drain(std::unique_lock<std::mutex>& lock, DrainUntil until) {
     const CurrentScope running(this);
     Backlog& waiting = backlog();
     bool ran = false;
@@ -281,15 +314,17 @@ void SerialQueue::drain(std::unique_lock<std::mutex>& lock) {
             waiting.stream.runNext();
         }
         lock.lock();
+        if (until == DrainUntil::BatchRun && waiting.stream.hasReady()) {
+            waiting.signalCompleted(lock);
+            return;
+        }
     }
 }
 
 void SerialQueue::threadMain() {
     pthread_setname_np(pthread_self(), "MVRenderQueue");
-    bool destroyed = false;
     std::unique_lock lock(mutex_);
     Backlog& waiting = *backlog_;
-    waiting.destroyedFlag = &destroyed;
     for (;;) {
         const std::uint64_t seen = waiting.submissions.load(std::memory_order_relaxed);
         if (!waiting.stream.hasReady() && !waiting.stopping) {
@@ -309,15 +344,16 @@ void SerialQueue::threadMain() {
         if (!waiting.stream.hasReady()) {
             return;
         }
-        // A closure may drop the last reference to its own queue; keep the queue until it is dry.
-        std::shared_ptr<SerialQueue> self = weak_from_this().lock();
+        QueueThreads::shared().beginWork();
         drain(lock);
-        lock.unlock();
-        self.reset();
-        if (destroyed) {
+        if (waiting.abandoned) {
+            lock.unlock();
+            QueueThreads::shared().adopt(std::move(waiting.thread));
+            delete this;
+            QueueThreads::shared().endWork();
             return;
         }
-        lock.lock();
+        QueueThreads::shared().endWork();
     }
 }
 

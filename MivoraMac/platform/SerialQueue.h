@@ -70,18 +70,16 @@ class MIVORA_EXPORT SerialQueue : public WorkQueue,
     ///         which would wait for itself for ever
     template <class Closure>
     void sync(Closure&& closure) {
-        syncCall(
-            nullptr, [](void* it) { runLogged(*static_cast<Pointee<Closure>*>(it)); },
-            address(closure));
+        auto call = [&closure] { closure(); };
+        syncCall(nullptr, &runInPlace<decltype(call)>, &call);
     }
 
-    /// As `sync`, with `scope` entered around the closure and, unless further work of that scope
-    /// already waits, left before this returns.
+    /// As `sync`, with `scope` entered around the closure and, unless further work already waits,
+    /// left before this returns.
     template <class Closure>
     void syncInScope(QueueScope& scope, Closure&& closure) {
-        syncCall(
-            &scope, [](void* it) { runLogged(*static_cast<Pointee<Closure>*>(it)); },
-            address(closure));
+        auto call = [&closure] { closure(); };
+        syncCall(&scope, &runInPlace<decltype(call)>, &call);
     }
 
     /// How often the queue has run dry so far: a measure for benchmarks.
@@ -93,11 +91,8 @@ class MIVORA_EXPORT SerialQueue : public WorkQueue,
     struct SyncCall;
 
     template <class Closure>
-    using Pointee = std::remove_reference_t<Closure>;
-
-    template <class Closure>
-    static void* address(Closure& closure) {
-        return const_cast<void*>(static_cast<const volatile void*>(std::addressof(closure)));
+    static void runInPlace(void* closure) {
+        runLogged(*static_cast<Closure*>(closure));
     }
 
     template <class Closure>
@@ -126,17 +121,21 @@ class MIVORA_EXPORT SerialQueue : public WorkQueue,
     void commitAndUnlock(ClosureStream::Run run);
     void syncCall(QueueScope* scope, void (*call)(void*), void* closure);
 
+    static void release(SerialQueue* queue);
     Backlog& backlog();
+    enum class DrainUntil { Dry, BatchRun };
+
     bool takeOverIfIdle(QueueScope* scope);
     void finishOnCaller();
     void scheduleDrain();
-    void drain(std::unique_lock<std::mutex>& lock);
+    void drain(std::unique_lock<std::mutex>& lock, DrainUntil until = DrainUntil::Dry);
     void threadMain();
 
     mutable std::mutex mutex_;
     const Execution execution_;
-    /// Somebody runs, or is scheduled to run, this queue's closures.
-    bool busy_ = false;
+    // A queue on the shared pool: a thread runs its closures; one of the pool is asked to.
+    bool running_ = false;
+    bool scheduled_ = false;
     std::unique_ptr<Backlog> backlog_;
 };
 

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/MainThread.h"
 
 namespace Mivora::platform {
 
@@ -73,7 +74,9 @@ WorkQueue::CurrentScope::~CurrentScope() {
 }
 
 void logClosureException() noexcept {
-    const char* label = currentQueue != nullptr ? currentQueue->label() : "main thread";
+    const char* label = currentQueue != nullptr      ? currentQueue->label()
+                        : MainThread::isMainThread() ? "main thread"
+                                                     : "outside any queue";
     try {
         throw;
     } catch (const std::exception& exception) {

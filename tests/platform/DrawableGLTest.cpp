@@ -82,7 +82,7 @@ TEST_F(DrawableTest, framesAlternateBetweenTwoTexturesAndTheNewestIsPublished) {
 
 TEST_F(DrawableTest, pixelsAreReadTopRowFirst) {
     drawable_.setSize({2, 2});
-    Drawable::Picture picture;
+    Mivora::platform::Picture picture;
     onQueue([&] {
         glBindFramebuffer(GL_FRAMEBUFFER, drawable_.framebuffer());
         glClearColor(1, 0, 0, 1);
@@ -110,7 +110,7 @@ TEST_F(DrawableTest, anotherSizeTakesEffectAtTheNextFrame) {
     EXPECT_EQ(drawable_.latestFrame().size, (PixelSize{8, 4})) << "until something is drawn";
     onQueue([this] { paint(0, 1, 0); });
     EXPECT_EQ(drawable_.latestFrame().size, (PixelSize{6, 10}));
-    Drawable::Picture picture;
+    Mivora::platform::Picture picture;
     onQueue([&] { picture = drawable_.readLatestFrame(); });
     EXPECT_THAT(picture.rgba, SizeIs(6 * 10 * 4));
     EXPECT_EQ(picture.rgba[1], 255);

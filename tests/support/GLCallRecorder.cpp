@@ -38,7 +38,9 @@ void readPointers(GLCall& call, GLint, GLsizei count, GLboolean, const GLfloat* 
 void readPointers(GLCall& call, GLuint, GLsizei count, const GLchar* const* texts, const GLint*) {
     call.strings.assign(texts, texts + count);
 }
-void readPointers(GLCall& call, GLuint, const GLchar* name) { call.strings = {name}; }
+void readPointers(GLCall& call, GLuint, const GLchar* name) {
+    call.strings = {name};
+}
 void readPointers(GLCall& call, GLuint, GLuint, const GLchar* name) {
     call.strings = {name};
 }
@@ -55,6 +57,11 @@ struct GLCallRecorder::Hook {
     std::function<void()> remove;
 
     static void record(GLCall call) { recorder->record(std::move(call)); }
+    static void runBefore(const GLCall& call) { recorder->runBefore(call); }
+    template <class Result>
+    static Result resultOf(const char* name, Result result) {
+        return static_cast<Result>(recorder->resultOf(name, static_cast<std::uint32_t>(result)));
+    }
 
     template <auto* Slot, class Result, class... Arguments>
     struct Swap {
@@ -64,6 +71,7 @@ struct GLCallRecorder::Hook {
 
         static Result call(Arguments... arguments) {
             GLCall seen{name, {number(arguments)...}, {}, {}, {}};
+            runBefore(seen);
             // The loader finds the driver's function when its own pointer is first called through,
             // so that pointer has to be in its place then.
             *Slot = original;
@@ -71,8 +79,9 @@ struct GLCallRecorder::Hook {
                 (*Slot)(arguments...);
                 finish(seen, arguments...);
             } else {
-                const Result result = (*Slot)(arguments...);
+                Result result = (*Slot)(arguments...);
                 if constexpr (std::is_integral_v<Result>) {
+                    result = resultOf(name, result);
                     seen.names = {static_cast<std::uint32_t>(result)};
                 }
                 finish(seen, arguments...);
@@ -204,6 +213,41 @@ void GLCallRecorder::record(GLCall call) {
         }
     }
     calls_.push_back(std::move(call));
+}
+
+void GLCallRecorder::overrideResult(const std::string& name, std::uint32_t value) {
+    const std::lock_guard lock(mutex_);
+    results_[name] = value;
+}
+
+void GLCallRecorder::restoreResult(const std::string& name) {
+    const std::lock_guard lock(mutex_);
+    results_.erase(name);
+}
+
+std::uint32_t GLCallRecorder::resultOf(const std::string& name, std::uint32_t result) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = results_.find(name);
+    return found != results_.end() ? found->second : result;
+}
+
+void GLCallRecorder::before(const std::string& name, std::function<void(const GLCall&)> action) {
+    const std::lock_guard lock(mutex_);
+    actions_[name] = std::make_shared<std::function<void(const GLCall&)>>(std::move(action));
+}
+
+void GLCallRecorder::runBefore(const GLCall& call) const {
+    std::shared_ptr<std::function<void(const GLCall&)>> action;
+    {
+        const std::lock_guard lock(mutex_);
+        const auto found = actions_.find(call.name);
+        if (found != actions_.end()) {
+            action = found->second;
+        }
+    }
+    if (action && *action) {
+        (*action)(call);
+    }
 }
 
 std::string GLCall::text() const {

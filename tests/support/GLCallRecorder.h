@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -46,15 +47,27 @@ class GLCallRecorder {
     /// kinds without any are left out. Not affected by `clear`.
     std::map<std::string, int> liveObjects() const;
 
+    /// Has a function with an integer result return `value`, whatever the driver said.
+    void overrideResult(const std::string& name, std::uint32_t value);
+    void restoreResult(const std::string& name);
+
+    /// Has `action` run before each call of a function that is still to come, with its arguments;
+    /// null for nothing. Thread: that of the call.
+    void before(const std::string& name, std::function<void(const GLCall&)> action);
+
     struct Hook;
 
  private:
     friend struct Hook;
     void record(GLCall call);
+    std::uint32_t resultOf(const std::string& name, std::uint32_t result) const;
+    void runBefore(const GLCall& call) const;
 
     mutable std::mutex mutex_;
     std::vector<GLCall> calls_;
     std::map<std::string, std::map<std::uint32_t, int>> objects_;
+    std::map<std::string, std::uint32_t> results_;
+    std::map<std::string, std::shared_ptr<std::function<void(const GLCall&)>>> actions_;
     std::vector<std::unique_ptr<Hook>> hooks_;
 };
 

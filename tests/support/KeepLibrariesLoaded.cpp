@@ -16,5 +16,7 @@
 #if defined(MIVORA_TESTS_SANITIZED)
 extern "C" __attribute__((visibility("default"))) int dlclose(void* library) noexcept;
 
-int dlclose(void* /*library*/) noexcept { return 0; }
+int dlclose(void* /*library*/) noexcept {
+    return 0;
+}
 #endif

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "MivoraMac/Export.h"
+
+namespace Mivora::platform {
+
+/// A size in pixels.
+struct PixelSize {
+    int width = 0;
+    int height = 0;
+    bool operator==(const PixelSize&) const = default;
+};
+
+/// Pixels of 8-bit red, green, blue and alpha, top row first, rows tightly packed.
+struct MIVORA_EXPORT Picture {
+    PixelSize size;
+    std::vector<std::uint8_t> rgba;
+
+    bool isEmpty() const { return rgba.empty(); }
+
+    /// One pixel; all zero outside the picture.
+    /// @param x  from the left
+    /// @param y  from the top
+    std::array<std::uint8_t, 4> pixel(int x, int y) const;
+
+    /// Writes a PNG file. The colours are taken as straight alpha.
+    /// @return false when the picture is empty or the file cannot be written; the debug log
+    ///         (category `images`) says why
+    bool writePNG(const std::string& path) const;
+};
+
+}  // namespace Mivora::platform

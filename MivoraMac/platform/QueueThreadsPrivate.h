@@ -1,0 +1,39 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace Mivora::platform {
+
+/// The threads that belong to serial queues, as far as the end of the process is concerned.
+///
+/// A GL driver keeps state for each thread that used it, and lets go of it both when the thread
+/// ends and when the process exits; the two must not happen at once. So the exit waits until no
+/// queue works and until every thread that outlived its queue has ended.
+///
+/// Thread: any.
+class QueueThreads {
+ public:
+    /// Never destroyed.
+    static QueueThreads& shared();
+
+    /// The calling thread starts, or has finished, running closures of its queue.
+    void beginWork();
+    void endWork();
+
+    /// Takes over a thread that ends by itself, the calling one.
+    void adopt(std::thread thread);
+
+ private:
+    static void waitAtExit();
+    void joinAdopted();
+
+    std::mutex mutex_;
+    std::condition_variable idle_;
+    std::thread adopted_;
+    int working_ = 0;
+    bool exitHandled_ = false;
+};
+
+}  // namespace Mivora::platform
