@@ -3,6 +3,7 @@
 #include <epoxy/gl.h>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 
@@ -42,9 +43,17 @@ constexpr std::array<std::uint32_t, 13> kPixelFormatAttributes = {
     PixelFormat::End,
 };
 
+/// The active context. Asked for several times for every drawn view, so each thread keeps what it
+/// read last, until the count of changes says that there is something newer.
 struct ActiveContext {
     std::mutex mutex;
     std::weak_ptr<MVRenderContext> context;
+    std::atomic<std::uint64_t> changes{1};
+};
+
+struct KnownContext {
+    std::weak_ptr<MVRenderContext> context;
+    std::uint64_t change = 0;
 };
 
 ActiveContext& active() {
@@ -110,15 +119,27 @@ void MVRenderContext::readExtensions() {
 }
 
 std::shared_ptr<MVRenderContext> MVRenderContext::activeContext() {
+    thread_local KnownContext known;
     ActiveContext& holder = active();
-    const std::lock_guard lock(holder.mutex);
-    return holder.context.lock();
+    if (holder.changes.load(std::memory_order_acquire) != known.change) {
+        const std::lock_guard lock(holder.mutex);
+        known = {holder.context, holder.changes.load(std::memory_order_relaxed)};
+    }
+    return known.context.lock();
+}
+
+std::shared_ptr<MVRenderContext> MVRenderContext::mv_drawingContext() {
+    std::shared_ptr<MVRenderContext> context = activeContext();
+    return context && context->context_ ? context : nullptr;
 }
 
 void MVRenderContext::mv_setActiveContext(const std::shared_ptr<MVRenderContext>& context) {
     ActiveContext& holder = active();
     const std::lock_guard lock(holder.mutex);
-    holder.context = context;
+    if (holder.context.lock() != context) {
+        holder.context = context;
+        holder.changes.fetch_add(1, std::memory_order_release);
+    }
 }
 
 bool MVRenderContext::mv_isOnRenderQueue() {
@@ -138,12 +159,14 @@ void MVRenderContext::mv_logGLError() {
 }
 
 void MVRenderContext::mv_setRenderView(Mivora::platform::OpenGLView* view) {
-    if (view == nullptr || !context_) {
+    if (view == nullptr) {
         return;
     }
     view->setPixelFormat(pixelFormat_);
     view->setOpenGLContext(context_);
-    context_->setView(view);
+    if (context_) {
+        context_->setView(view);
+    }
 }
 
 void MVRenderContext::mv_optimizeDisplayLink(Mivora::platform::DisplayLink& displayLink) {

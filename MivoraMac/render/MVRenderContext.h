@@ -49,6 +49,8 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
 
     /// The process-wide active context, held weakly; null when there is none.
     static std::shared_ptr<MVRenderContext> activeContext();
+    /// The active context, if it has a GL context to draw with; else null.
+    static std::shared_ptr<MVRenderContext> mv_drawingContext();
     static void mv_setActiveContext(const std::shared_ptr<MVRenderContext>& context);
 
     /// The queue on which all GL work runs. Closures put on it directly run with no current

@@ -23,8 +23,8 @@ constinit MVShaderMatrixSource* matrixSource = nullptr;
 
 /// The context for GL work, or null (logged) where there is nothing to do it with.
 std::shared_ptr<MVRenderContext> usableContext(const char* operation) {
-    std::shared_ptr<MVRenderContext> context = MVRenderContext::activeContext();
-    if (!context || !context->mv_context()) {
+    std::shared_ptr<MVRenderContext> context = MVRenderContext::mv_drawingContext();
+    if (!context) {
         DebugLog::log(DebugLog::Category::GL, "MVShader %s: no active render context", operation);
         return nullptr;
     }

@@ -3,6 +3,7 @@
 #include <epoxy/gl.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <functional>
 #include <latch>
 #include <stdexcept>
@@ -207,6 +208,31 @@ TEST_F(MVRenderContextTest, theLastReferenceMayBeDroppedOnTheQueueItself) {
     }
 }
 
+TEST_F(MVRenderContextTest, theProcessExitsCleanlyWhileTheQueueLetsItsLastContextGo) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto exitAtOnce = [] {
+        for (int i = 0; i < 3; ++i) {
+            auto context = MVRenderContext::init();
+            MVRenderContext& unowned = *context;
+            unowned.dispatchBlock([held = std::move(context)]() mutable {
+                glFlush();
+                held.reset();
+            });
+        }
+        std::exit(0);
+    };
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EXIT(exitAtOnce(), testing::ExitedWithCode(0), "");
+    }
+}
+
+TEST_F(MVRenderContextTest, onlyAnActiveContextIsTheDrawingContext) {
+    MVRenderContext::mv_setActiveContext(nullptr);
+    EXPECT_EQ(MVRenderContext::mv_drawingContext(), nullptr);
+    MVRenderContext::mv_setActiveContext(context_);
+    EXPECT_EQ(MVRenderContext::mv_drawingContext(), context_);
+}
+
 TEST_F(MVRenderContextTest, aSharedContextHasTheSameQueueAndSeesTheSameObjects) {
     const auto second = MVRenderContext::initWithSharedContext(context_);
     ASSERT_NE(second->mv_context(), nullptr);
@@ -357,7 +383,7 @@ TEST_F(MVRenderContextTest, presentShowsWhatWasQueuedBefore) {
     });
     context_->present();
     EXPECT_EQ(context_->mv_context()->drawable().latestFrame().serial, 1U);
-    Mivora::platform::Drawable::Picture picture;
+    Mivora::platform::Picture picture;
     onQueue([&] { picture = context_->mv_context()->drawable().readLatestFrame(); });
     ASSERT_EQ(picture.rgba.size(), 32U);
     for (std::size_t i = 0; i < picture.rgba.size(); i += 4) {

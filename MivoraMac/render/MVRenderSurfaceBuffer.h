@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/geometry/Size.h"
+#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/PropertyObservation.h"
+
+class MVRenderContext;
+class MVRenderSurface;
+
+/// Something a render surface draws into: a renderbuffer in this class, other storage in
+/// subclasses.
+///
+/// Observable property: "storageSize".
+///
+/// GL work is queued on the render context that was active when the buffer was made. Thread: any,
+/// one at a time.
+class MIVORA_EXPORT MVRenderSurfaceBuffer
+    : public std::enable_shared_from_this<MVRenderSurfaceBuffer>,
+      public Mivora::platform::ObservableObject {
+ public:
+    /// A buffer without storage.
+    static std::shared_ptr<MVRenderSurfaceBuffer> init();
+
+    /// A buffer with renderbuffer storage, one sample a pixel.
+    /// @param storageSize        in pixels; negative extents count as 0
+    /// @param storageFormat      a GL internal format
+    /// @param multisampleFormat  ignored: the storage is always single-sampled
+    static std::shared_ptr<MVRenderSurfaceBuffer> initWithStorageSizeStorageFormatMultisampleFormat(
+        Mivora::Size2I storageSize, std::uint32_t storageFormat, std::int32_t multisampleFormat);
+
+    ~MVRenderSurfaceBuffer() override;
+
+    /// In pixels.
+    Mivora::Size2I storageSize() const { return storageSize_; }
+    /// Pixels per point.
+    float scale() const { return scale_; }
+    /// In points: `storageSize` divided by `scale`.
+    Mivora::Size2 size() const;
+
+    /// Attaches the storage to the framebuffer that is bound when the GL work runs.
+    /// @param attachment  a GL attachment point
+    virtual void mv_attach(std::uint32_t attachment);
+
+    /// Gives the storage another format and attaches it to a second point as well, of the
+    /// framebuffer that is bound when the GL work runs. For `MVRenderSurface` only.
+    void mv_respecifyAndAttach(std::uint32_t storageFormat, std::uint32_t attachment);
+
+    /// Called after everything that was drawn into a surface has been queued.
+    virtual void renderSurfaceDidRenderToBuffer(MVRenderSurface& surface);
+
+ protected:
+    friend struct MVMaker;
+    MVRenderSurfaceBuffer();
+
+    void mv_renderSurfaceBufferInit();
+    /// Stores the size and tells observers of "storageSize". An equal size does nothing.
+    void mv_setStorageSize(Mivora::Size2I storageSize);
+    void mv_setScale(float scale) { scale_ = scale; }
+
+    std::shared_ptr<MVRenderContext> context_;
+
+ private:
+    std::uint32_t renderbuffer_ = 0;  // written on the GL queue while the closure holds the buffer
+    Mivora::Size2I storageSize_ = Mivora::Size2I::kZero;
+    float scale_ = 1.0F;
+};

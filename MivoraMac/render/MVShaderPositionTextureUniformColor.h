@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/geometry/Color.h"
+#include "MivoraMac/render/MVShader.h"
+
+/// Draws vertices textured with what is bound to texture unit 0, each component multiplied by
+/// that of one colour.
+class MIVORA_EXPORT MVShaderPositionTextureUniformColor : public MVShader {
+ public:
+    /// As `init`.
+    static std::shared_ptr<MVShaderPositionTextureUniformColor> shader();
+
+    /// Compiles and links the program.
+    /// @param errorMessage  optional; the driver's logs are appended
+    /// @return null when a stage does not compile, or without an active render context
+    static std::shared_ptr<MVShaderPositionTextureUniformColor> init(
+        std::string* errorMessage = nullptr);
+
+    /// Queues the upload of the colour to the program that is current by then: call it after
+    /// `use`. Straight alpha, not clamped.
+    void setColor(Mivora::ColorRGBA color);
+
+    /// Also points the sampler at texture unit 0, whatever it was before.
+    void renderContextBindShader(MVRenderContext& context) override;
+
+ protected:
+    friend struct MVMaker;
+    MVShaderPositionTextureUniformColor() = default;
+
+ private:
+    std::int32_t samplerUniform_ = 0;
+    std::int32_t colorUniform_ = 0;
+};
