@@ -5,6 +5,7 @@
 
 #include "MivoraMac/platform/MVException.h"
 #include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/MainThreadAssertPrivate.h"
 #include "MivoraMac/platform/Screen.h"
 #include "MivoraMac/views/MVViewTreePrivate.h"
 #include "MivoraMac/views/MVWindow.h"
@@ -63,6 +64,10 @@ MVView::~MVView() {
     if (backPointer_ != nullptr) {
         *backPointer_ = nullptr;
     }
+    forgetCurrentDrawing();
+    if (stencilView_ != nullptr) {
+        releaseWithoutRecursion(std::move(stencilView_));
+    }
     if (subviews_ != nullptr) {
         releaseWithoutRecursion(std::move(subviews_));
     }
@@ -84,6 +89,7 @@ std::shared_ptr<const MVViewArray> MVView::subviews() const {
 }
 
 void MVView::addSubview(std::shared_ptr<MVView> view) {
+    MIVORA_ASSERT_MAIN_THREAD("MVView::addSubview");
     checkCanBecomeSubview(view.get(), "addSubview");
     if (view->superviewPointer() == this) {
         return;
@@ -100,6 +106,7 @@ void MVView::addSubview(std::shared_ptr<MVView> view) {
 }
 
 void MVView::insertSubviewAtIndex(std::shared_ptr<MVView> view, std::int64_t index) {
+    MIVORA_ASSERT_MAIN_THREAD("MVView::insertSubviewAtIndex");
     checkCanBecomeSubview(view.get(), "insertSubviewAtIndex");
     const auto others =
         static_cast<std::int64_t>(subviews()->size()) - (hasSubview(view.get()) ? 1 : 0);
@@ -121,6 +128,13 @@ void MVView::insertSubviewAtIndex(std::shared_ptr<MVView> view, std::int64_t ind
 }
 
 void MVView::removeFromSuperview() {
+    if (MVView* const superview = superviewPointer();
+        superview != nullptr && superview->stencilView_.get() == this) {
+        const std::shared_ptr<MVView> self = shared_from_this();
+        superview->setStencilView(nullptr);
+        mv_setSuperview(nullptr);
+        return;
+    }
     mv_setSuperview(nullptr);
 }
 
@@ -132,6 +146,7 @@ void MVView::removeAllSubviews() {
 }
 
 void MVView::mv_setSuperview(MVView* superview) {
+    MIVORA_ASSERT_MAIN_THREAD("MVView::mv_setSuperview");
     MVView* const previous = superviewPointer();
     if (previous == superview) {
         return;

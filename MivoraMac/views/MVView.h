@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <glm/mat4x4.hpp>
 #include <memory>
@@ -9,11 +10,17 @@
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Point.h"
 #include "MivoraMac/geometry/Size.h"
+#include "MivoraMac/render/MVShader.h"
+#include "MivoraMac/render/MVStencilState.h"
 
 class MVView;
 class MVWindow;
 struct MVMaker;
 struct MVViewTree;
+
+namespace Mivora::platform {
+class SerialQueue;
+}
 
 /// A list of views. Views never change one that somebody else holds: they replace it.
 using MVViewArray = std::vector<std::shared_ptr<MVView>>;
@@ -61,7 +68,8 @@ using MVViewArray = std::vector<std::shared_ptr<MVView>>;
 /// a window takes some hundred bytes of stack for each level.
 ///
 /// Thread: main.
-class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView> {
+class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
+                             private MVShaderMatrixSource {
  public:
     /// Creates a view of size zero at the origin, visible and opaque, in no tree.
     static std::shared_ptr<MVView> init();
@@ -260,6 +268,51 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView> {
     void setNeedsDraw();
 
     /// @}
+    /// @name Layout and drawing
+    /// @anchor frame-visits
+    /// A frame visits the tree of a window up to four times. A hidden view is skipped by all four,
+    /// with everything below it; opacity makes no difference to any.
+    /// 1. Layout preparation: `prepareForLayoutSubviews`, where a layout is wanted.
+    /// 2. Layout: `layoutSubviews`, where a layout is wanted; a superview's before its subviews',
+    ///    so that a view may resize its subviews and have them laid out in the same visit.
+    /// 3. Draw preparation, if the window has to be drawn: `prepareForDraw`.
+    /// 4. Drawing, likewise: `draw`, then the subviews from back to front.
+    ///
+    /// Each visit reaches the stencil view before the subviews, but for drawing, where it is drawn
+    /// into the stencil only.
+    /// @{
+
+    /// Wants `layoutSubviews` to be called in the next frame; a change of size does, too. A hidden
+    /// view keeps the wish until it is shown. Not from a closure on this view's own layout queue,
+    /// which throws.
+    void setNeedsLayout();
+
+    /// Lays out the superviews that want it, from the root down, and then this view, now. A view
+    /// whose `layoutSubviews` is running is left alone.
+    void layoutSubviewsIfNeeded();
+
+    /// The view whose `draw` is running; null at any other time.
+    static std::shared_ptr<MVView> currentDrawingView();
+
+    /// @}
+    /// @name Stencil
+    /// @{
+
+    /// The view whose drawing limits where this view and everything below it may draw; null for no
+    /// limit. It is placed in this view like a subview but drawn into the stencil only, unless it
+    /// is on the list of subviews as well. While it is hidden there is no limit. Limits nest as
+    /// deep as the window's surface has stencil bits; deeper ones are ignored.
+    std::shared_ptr<MVView> stencilView() const { return stencilView_; }
+
+    /// Sets the stencil view. One without a superview is placed in this view; one that is placed
+    /// elsewhere stays there. Replacing a stencil view by another leaves the old one placed in this
+    /// view; setting null removes it, unless it is a subview or placed elsewhere.
+    ///
+    /// @throws MVException `kInvalidArgument`, with nothing changed, if the view is a window, this
+    ///         view, or one that this view is inside
+    void setStencilView(std::shared_ptr<MVView> view);
+
+    /// @}
     /// @name Debugging
     /// @{
 
@@ -341,6 +394,30 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView> {
     /// Rebuilds the effective opacity if it is marked, with the ancestors' first.
     void mv_buildEffectiveOpacity();
 
+    /// Stores the wish for a layout, on this view's layout queue, which is made for the first one.
+    void mv_setLayoutDirty();
+    bool mv_isLayoutDirty() const { return layoutDirty_.load(std::memory_order_relaxed); }
+
+    /// See `layoutSubviewsIfNeeded`.
+    void mv_layoutSubviewsIfNeeded();
+
+    /// The four visits; see @ref frame-visits. Depth: each takes some hundred bytes of stack for
+    /// each level.
+    void mv_prepareForLayoutVisit();
+    void mv_layoutVisit();
+    virtual void mv_prepareForDrawVisit();
+    virtual void mv_drawVisit();
+
+    /// Names the view that `currentDrawingView` answers and shaders take their matrices from.
+    static void mv_setCurrentDrawingView(MVView* view);
+
+    /// Draws the stencil view into a stencil level of its own and limits further drawing to it and
+    /// to the enclosing levels.
+    /// @return whether a level was taken, which `cleanupStencil` gives back: not without a visible
+    ///         stencil view, a surface, an active render context and a level that is left
+    bool applyStencil();
+    void cleanupStencil();
+
     /// @}
 
  protected:
@@ -364,6 +441,20 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView> {
     virtual void mv_effectivelyHiddenDidBuild();
 
     /// @}
+    /// @name Hooks
+    /// All empty here.
+    /// @{
+
+    /// A layout is about to happen; nothing of the tree has been laid out in this frame.
+    virtual void prepareForLayoutSubviews();
+    /// Places the subviews. They are laid out after this, in the same frame.
+    virtual void layoutSubviews();
+    /// The tree is about to be drawn; nothing of it has been drawn in this frame.
+    virtual void prepareForDraw();
+    /// Queues the GL work that draws this view, below its subviews.
+    virtual void draw();
+
+    /// @}
 
  private:
     friend struct MVMaker;
@@ -385,18 +476,28 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView> {
     void giveWindowOfSuperview();
     std::shared_ptr<MVWindow> windowOfSubviews() const;
     void computeTransformMatrix();
+    void layOutIfWanted();
+    void forgetCurrentDrawing();
+    MVShaderMatrices mv_shaderMatrices() override;
 
-    BackPointer superview_;
-    BackPointer window_;
+    struct StencilCache;
+
+    // What every visit of every frame reads stands together.
     std::shared_ptr<MVViewArray> subviews_;  ///< Null while empty.
-    BackPointer backPointer_;                ///< To this view; null until somebody needs it.
+    std::shared_ptr<MVView> stencilView_;
+    bool hidden_ = false;
+    std::atomic<bool> layoutDirty_{false};
 
     bool localTransformMatrixDirty_ = false;
     bool transformMatrixDirty_ = false;
     bool effectivelyHiddenDirty_ = false;
     bool effectiveOpacityDirty_ = false;
-    bool hidden_ = false;
     bool effectivelyHidden_ = false;
+    bool layingOut_ = false;  ///< `layoutSubviews` is running.
+
+    BackPointer superview_;
+    BackPointer window_;
+    BackPointer backPointer_;  ///< To this view; null until somebody needs it.
 
     std::int32_t coordinateSystem_ = 0;
     float opacity_ = 1.0F;
@@ -413,6 +514,9 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView> {
     glm::mat4 localTransformMatrix_{1.0F};
     glm::mat4 transformMatrix_{1.0F};
     glm::mat4 inverseTransformMatrix_{1.0F};
+
+    std::shared_ptr<Mivora::platform::SerialQueue> layoutDispatchQueue_;
+    std::shared_ptr<StencilCache> stencilStateCache_;  ///< Null until first masked.
 
     std::unique_ptr<std::string> debugName_;  ///< Null while empty.
 };

@@ -71,6 +71,7 @@ void MVView::setSize3(Mivora::Size3 size) {
     }
     size_ = size;
     mv_setLocalTransformMatrixDirty();
+    mv_setLayoutDirty();
 }
 
 void MVView::setSize(Mivora::Size2 size) {

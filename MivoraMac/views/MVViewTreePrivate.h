@@ -12,24 +12,38 @@
 /// How operations reach the views below and above a view. What counts as below is decided here and
 /// nowhere else.
 struct MVViewTree {
-    /// The views directly below one, in order. Holds the list it steps through, so that the tree
-    /// may change meanwhile; a view that has left it is still returned.
+    /// The views directly below one, in order: first the stencil view, where it is placed in the
+    /// view without being a subview, then the subviews. Holds what it steps through, so that the
+    /// tree may change meanwhile; a view that has left it is still returned.
     class Children {
      public:
-        explicit Children(const MVView& view) : subviews_(view.subviews_) {}
+        explicit Children(const MVView& view) : subviews_(view.subviews_) {
+            if (view.stencilView_ != nullptr && view.stencilView_->superviewPointer() == &view &&
+                !view.hasSubview(view.stencilView_.get())) {
+                stencilView_ = view.stencilView_;
+            }
+        }
 
-        /// Whether there are any; costs no reference.
-        static bool exist(const MVView& view) { return view.subviews_ != nullptr; }
+        /// Whether there may be any; costs no reference.
+        static bool exist(const MVView& view) {
+            return view.subviews_ != nullptr || view.stencilView_ != nullptr;
+        }
 
         /// The next one, or null at the end.
         MVView* next() {
+            if (stencilView_ != nullptr && !stencilReturned_) {
+                stencilReturned_ = true;
+                return stencilView_.get();
+            }
             return subviews_ != nullptr && next_ < subviews_->size() ? (*subviews_)[next_++].get()
                                                                      : nullptr;
         }
 
      private:
         std::shared_ptr<const MVViewArray> subviews_;
+        std::shared_ptr<MVView> stencilView_;
         std::size_t next_ = 0;
+        bool stencilReturned_ = false;
     };
 
     /// Calls `visit` with a view and everything below it, each view before those below it, and

@@ -25,13 +25,21 @@ glm::mat4 perspective(float fieldOfView, float aspect, float near, float far) {
 
 }  // namespace
 
+MVWindowOwner::~MVWindowOwner() = default;
+
 std::shared_ptr<MVWindow> MVWindow::init() {
     return MVMake<MVWindow>();
 }
 
-MVWindow::MVWindow() {
+std::shared_ptr<MVWindow> MVWindow::mv_initWithOwner(const std::shared_ptr<MVWindowOwner>& owner) {
+    return MVMake<MVWindow>(owner);
+}
+
+MVWindow::MVWindow(const std::shared_ptr<MVWindowOwner>& owner) {
     window_ = backPointer();
     setAnchorPoint({0.5F, 0.5F});
+    // Last: what construction asks for is not the owner's concern.
+    owner_ = owner;
 }
 
 void MVWindow::setSize3(Mivora::Size3 size) {
@@ -83,14 +91,21 @@ void MVWindow::mv_buildProjectionMatrix() {
         return;
     }
     const Mivora::Size2 extent = size();
-    if (extent != Mivora::Size2::kZero) {
-        const float distance = extent.height * 0.5F / std::tan(fieldOfView_ * 0.5F);
-        setPosition3({position().x, position().y, -distance});
-        projectionMatrix_ =
-            perspective(fieldOfView_, std::abs(extent.width / extent.height),
-                        std::max(distance - nearDistance_, kLeastNear), distance + farDistance_);
+    if (extent == Mivora::Size2::kZero) {
+        projectionMatrixDirty_ = false;
+        return;
     }
+    const float distance = extent.height * 0.5F / std::tan(fieldOfView_ * 0.5F);
+    setPosition3({position().x, position().y, -distance});
+    projectionMatrix_ =
+        perspective(fieldOfView_, std::abs(extent.width / extent.height),
+                    std::max(distance - nearDistance_, kLeastNear), distance + farDistance_);
     projectionMatrixDirty_ = false;
+    if (const std::shared_ptr<MVWindowOwner> owner = mv_owner()) {
+        glm::dmat4 sublayerTransform(1.0);
+        sublayerTransform[2][3] = static_cast<double>(-1.0F / distance);
+        owner->mv_windowPerspectiveDidBuild(sublayerTransform);
+    }
 }
 
 Mivora::Ray3 MVWindow::mv_unprojectScreenPointViewport(Mivora::Point2 screenPoint,
@@ -112,8 +127,15 @@ Mivora::Ray3 MVWindow::mv_unprojectScreenPointViewport(Mivora::Point2 screenPoin
     return {near, {far.x / length, far.y / length, far.z / length}};
 }
 
+void MVWindow::layoutSubviews() {
+    mv_buildProjectionMatrix();
+}
+
 void MVWindow::mv_setDrawDirty() {
     drawDirty_ = true;
+    if (const std::shared_ptr<MVWindowOwner> owner = mv_owner()) {
+        owner->mv_windowDidBecomeDrawDirty();
+    }
 }
 
 void MVWindow::mv_setDrawClean() {

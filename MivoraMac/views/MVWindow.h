@@ -5,6 +5,24 @@
 #include "MivoraMac/geometry/Viewport.h"
 #include "MivoraMac/views/MVView.h"
 
+class MVRenderSurface;
+
+/// Who a window belongs to: told what concerns the world outside the tree.
+///
+/// Thread: main.
+class MIVORA_EXPORT MVWindowOwner {
+ public:
+    virtual ~MVWindowOwner();
+
+    /// The tree asked for a redraw.
+    virtual void mv_windowDidBecomeDrawDirty() {}
+
+    /// The camera changed. `sublayerTransform` gives native views that are placed over the drawing
+    /// the same perspective: the identity, with -1 / d as what z contributes to w (column 2, row 3
+    /// for column vectors), d being the camera's distance in points.
+    virtual void mv_windowPerspectiveDidBuild(const glm::dmat4& /*sublayerTransform*/) {}
+};
+
 /// The root of a view tree, and the camera it is seen through.
 ///
 /// The camera stands so that the window's own plane, z = 0 of its content, fills the vertical field
@@ -20,6 +38,10 @@ class MIVORA_EXPORT MVWindow : public MVView {
  public:
     /// Creates a window of size zero.
     static std::shared_ptr<MVWindow> init();
+
+    /// Creates a window of size zero that tells its owner of redraws and of the camera.
+    /// @param owner  held weakly; may be null
+    static std::shared_ptr<MVWindow> mv_initWithOwner(const std::shared_ptr<MVWindowOwner>& owner);
 
     /// Also marks the projection, even for an equal size.
     void setSize3(Mivora::Size3 size) override;
@@ -82,6 +104,16 @@ class MIVORA_EXPORT MVWindow : public MVView {
     Mivora::Ray3 mv_unprojectScreenPointViewport(Mivora::Point2 screenPoint,
                                                  Mivora::Viewport viewport);
 
+    /// Who the window belongs to, or null.
+    std::shared_ptr<MVWindowOwner> mv_owner() const { return owner_.lock(); }
+
+    /// What the tree is drawn into, as far as stencils need it; held weakly, null by default.
+    std::shared_ptr<MVRenderSurface> mv_surface() const { return surface_.lock(); }
+    void setMv_surface(const std::shared_ptr<MVRenderSurface>& surface) { surface_ = surface; }
+
+    /// Brings the camera up to date.
+    void layoutSubviews() override;
+
     /// Notes that the tree has to be drawn.
     void mv_setDrawDirty() override;
     /// Notes that it has been. Called once the frame has been presented.
@@ -92,11 +124,13 @@ class MIVORA_EXPORT MVWindow : public MVView {
     /// @}
 
  protected:
-    MVWindow();
+    explicit MVWindow(const std::shared_ptr<MVWindowOwner>& owner = nullptr);
 
  private:
     friend struct MVMaker;
 
+    std::weak_ptr<MVWindowOwner> owner_;
+    std::weak_ptr<MVRenderSurface> surface_;
     glm::mat4 projectionMatrix_{1.0F};
     bool projectionMatrixDirty_ = true;
     bool drawDirty_ = false;

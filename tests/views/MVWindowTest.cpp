@@ -4,9 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <vector>
 
 #include "MivoraMac/geometry/MVMath.h"
+#include "MivoraMac/render/MVRenderSurface.h"
 #include "tests/views/RecordingView.h"
 
 namespace {
@@ -33,6 +36,21 @@ float nearOf(const glm::mat4& projection) {
 float farOf(const glm::mat4& projection) {
     return projection[3][2] / (projection[2][2] + 1.0F);
 }
+
+/// What a window tells its owner.
+struct RecordingOwner : MVWindowOwner {
+    void mv_windowDidBecomeDrawDirty() override { ++redrawRequests; }
+    void mv_windowPerspectiveDidBuild(const glm::dmat4& sublayerTransform) override {
+        perspectives.push_back(sublayerTransform);
+        if (onPerspective) {
+            onPerspective();
+        }
+    }
+
+    int redrawRequests = 0;
+    std::vector<glm::dmat4> perspectives;
+    std::function<void()> onPerspective;
+};
 
 // Root of the tree
 
@@ -242,6 +260,133 @@ TEST(MVWindowTest, degenerateCamerasDoNotCrash) {
             }
         }
     }
+}
+
+TEST(MVWindowTest, aLayoutThatIsWantedBringsTheCameraUpToDate) {
+    const Window window = windowOfSize(800.0F, 600.0F);
+    EXPECT_TRUE(window->mv_isLayoutDirty()) << "a change of size wants one";
+    EXPECT_EQ(window->position3().z, 0.0F);
+    window->mv_layoutVisit();
+    EXPECT_NEAR(window->position3().z, -519.6152F, 1e-3F);
+    EXPECT_FALSE(window->mv_isLayoutDirty());
+    window->setFieldOfView(0.8F);
+    window->setNeedsLayout();
+    window->mv_layoutVisit();
+    EXPECT_NEAR(window->position3().z, -300.0F / std::tan(0.4F), 1e-3F);
+}
+
+TEST(MVWindowTest, aLayoutMovesTheWindowBeforeItsSubviewsAreLaidOut) {
+    CallLog log;
+    const Window window = windowOfSize(800.0F, 600.0F);
+    const auto view = RecordingView::make("view", &log);
+    window->addSubview(view);
+    view->setNeedsLayout();
+    float z = 0.0F;
+    view->onLayoutSubviews = [&] { z = window->position3().z; };
+    window->mv_layoutVisit();
+    EXPECT_NEAR(z, -519.6152F, 1e-3F);
+}
+
+TEST(MVWindowTest, aLayoutOfAWindowWithoutExtentKeepsTheCamera) {
+    const Window window = windowOfSize(800.0F, 600.0F);
+    const glm::mat4 before = window->projectionMatrix();
+    window->setSize({0.0F, 0.0F});
+    window->mv_layoutVisit();
+    EXPECT_EQ(window->projectionMatrix(), before);
+    EXPECT_FALSE(window->mv_isLayoutDirty());
+}
+
+// Owner and surface
+
+TEST(MVWindowTest, aWindowOfItsOwnHasNoOwner) {
+    EXPECT_EQ(MVWindow::init()->mv_owner(), nullptr);
+    const Window window = MVWindow::mv_initWithOwner(nullptr);
+    EXPECT_EQ(window->mv_owner(), nullptr);
+    window->setSize({800.0F, 600.0F});
+    window->mv_layoutVisit();
+    EXPECT_TRUE(window->mv_windowNeedsDraw());
+}
+
+TEST(MVWindowTest, theOwnerIsToldOfEveryRequestForARedraw) {
+    const auto owner = std::make_shared<RecordingOwner>();
+    const Window window = MVWindow::mv_initWithOwner(owner);
+    EXPECT_EQ(window->mv_owner(), owner);
+    EXPECT_EQ(owner->redrawRequests, 0) << "none while the window is being made";
+    const auto view = MVView::init();
+    window->addSubview(view);
+    owner->redrawRequests = 0;
+    view->setNeedsDraw();
+    view->setNeedsDraw();
+    EXPECT_EQ(owner->redrawRequests, 2);
+    window->mv_setDrawClean();
+    EXPECT_EQ(owner->redrawRequests, 2);
+}
+
+TEST(MVWindowTest, theOwnerFindsTheWindowMarkedWhenItIsTold) {
+    struct Asking : MVWindowOwner {
+        void mv_windowDidBecomeDrawDirty() override { marked = window->mv_windowNeedsDraw(); }
+        MVWindow* window = nullptr;
+        bool marked = false;
+    };
+    const auto owner = std::make_shared<Asking>();
+    const Window window = MVWindow::mv_initWithOwner(owner);
+    owner->window = window.get();
+    window->mv_setDrawClean();
+    window->setNeedsDraw();
+    EXPECT_TRUE(owner->marked);
+}
+
+TEST(MVWindowTest, theOwnerIsGivenThePerspectiveOfTheCamera) {
+    const auto owner = std::make_shared<RecordingOwner>();
+    const Window window = MVWindow::mv_initWithOwner(owner);
+    window->setSize({800.0F, 600.0F});
+    EXPECT_TRUE(owner->perspectives.empty()) << "nothing has been built";
+    float z = 0.0F;
+    owner->onPerspective = [&] { z = window->position3().z; };
+    window->mv_layoutVisit();
+    ASSERT_EQ(owner->perspectives.size(), 1U);
+    EXPECT_NEAR(z, -519.6152F, 1e-3F) << "the window stands in its place by then";
+    glm::dmat4 expected(1.0);
+    expected[2][3] = static_cast<double>(1.0F / z);
+    EXPECT_EQ(owner->perspectives[0], expected);
+    window->projectionMatrix();
+    EXPECT_EQ(owner->perspectives.size(), 1U) << "nothing was marked";
+    window->setFieldOfView(0.8F);
+    window->projectionMatrix();
+    EXPECT_EQ(owner->perspectives.size(), 2U);
+    EXPECT_NEAR(owner->perspectives[1][2][3], -std::tan(0.4) / 300.0, 1e-8);
+}
+
+TEST(MVWindowTest, aWindowWithoutExtentGivesItsOwnerNoPerspective) {
+    const auto owner = std::make_shared<RecordingOwner>();
+    const Window window = MVWindow::mv_initWithOwner(owner);
+    window->projectionMatrix();
+    EXPECT_TRUE(owner->perspectives.empty());
+}
+
+TEST(MVWindowTest, theOwnerIsNotKeptAlive) {
+    auto owner = std::make_shared<RecordingOwner>();
+    const Window window = MVWindow::mv_initWithOwner(owner);
+    owner.reset();
+    EXPECT_EQ(window->mv_owner(), nullptr);
+    window->setSize({800.0F, 600.0F});
+    window->mv_layoutVisit();
+    EXPECT_TRUE(window->mv_windowNeedsDraw());
+}
+
+TEST(MVWindowTest, theSurfaceIsNotKeptAlive) {
+    const Window window = MVWindow::init();
+    EXPECT_EQ(window->mv_surface(), nullptr);
+    auto surface = MVRenderSurface::init();
+    window->setMv_surface(surface);
+    EXPECT_EQ(window->mv_surface(), surface);
+    EXPECT_EQ(surface.use_count(), 1);
+    surface.reset();
+    EXPECT_EQ(window->mv_surface(), nullptr);
+    surface = MVRenderSurface::init();
+    window->setMv_surface(surface);
+    window->setMv_surface(nullptr);
+    EXPECT_EQ(window->mv_surface(), nullptr);
 }
 
 // Rays

@@ -25,6 +25,10 @@ class RecordingView : public MVView {
     std::function<void()> onTransformMatrixWillBuild;
     std::function<void()> onTransformMatrixDidBuild;
     std::function<void()> onEffectivelyHiddenDidBuild;
+    std::function<void()> onPrepareForLayoutSubviews;
+    std::function<void()> onLayoutSubviews;
+    std::function<void()> onPrepareForDraw;
+    std::function<void()> onDraw;
 
     void setSize3(Mivora::Size3 size) override {
         record("setSize3", nullptr);
@@ -46,6 +50,12 @@ class RecordingView : public MVView {
     void mv_effectivelyHiddenDidBuild() override {
         record("effectivelyHiddenDidBuild", onEffectivelyHiddenDidBuild);
     }
+    void prepareForLayoutSubviews() override {
+        record("prepareForLayoutSubviews", onPrepareForLayoutSubviews);
+    }
+    void layoutSubviews() override { record("layoutSubviews", onLayoutSubviews); }
+    void prepareForDraw() override { record("prepareForDraw", onPrepareForDraw); }
+    void draw() override { record("draw", onDraw); }
 
  private:
     void record(const char* hook, const std::function<void()>& reaction) {
@@ -59,6 +69,30 @@ class RecordingView : public MVView {
     }
 
     std::string name_;
+    CallLog* log_;
+};
+
+/// A window that logs the hooks of the four visits as "window.hook".
+class RecordingWindow : public MVWindow {
+ public:
+    static std::shared_ptr<RecordingWindow> make(CallLog* log) {
+        return MVMake<RecordingWindow>(log);
+    }
+
+ protected:
+    friend struct MVMaker;
+    explicit RecordingWindow(CallLog* log) : log_(log) {}
+    void prepareForLayoutSubviews() override {
+        log_->emplace_back("window.prepareForLayoutSubviews");
+    }
+    void layoutSubviews() override {
+        log_->emplace_back("window.layoutSubviews");
+        MVWindow::layoutSubviews();
+    }
+    void prepareForDraw() override { log_->emplace_back("window.prepareForDraw"); }
+    void draw() override { log_->emplace_back("window.draw"); }
+
+ private:
     CallLog* log_;
 };
 

@@ -1,0 +1,122 @@
+#include "MivoraMac/app/MVCapture.h"
+
+#include <epoxy/gl.h>
+
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+#include "MivoraMac/platform/AtEndPrivate.h"
+#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/Drawable.h"
+#include "MivoraMac/platform/GLContext.h"
+#include "MivoraMac/render/MVRenderContext.h"
+#include "MivoraMac/render/MVRenderSurface.h"
+#include "MivoraMac/views/MVFramePrivate.h"
+#include "MivoraMac/views/MVWindow.h"
+
+using Mivora::platform::AtEnd;
+using Mivora::platform::DebugLog;
+using Mivora::platform::Drawable;
+using Mivora::platform::Picture;
+using Mivora::platform::PixelSize;
+
+namespace {
+
+Picture refuse(const char* reason) {
+    DebugLog::log(DebugLog::Category::Frame, "no picture: %s", reason);
+    return {};
+}
+
+/// Points to whole pixels, truncated; 0 for what is no size.
+int pixels(float points, float scale) {
+    const float extent = std::abs(points * scale);
+    return extent < static_cast<float>(std::numeric_limits<std::int16_t>::max())
+               ? static_cast<int>(extent)
+               : 0;
+}
+
+}  // namespace
+
+Picture MVCaptureWindow(const std::shared_ptr<MVWindow>& window, const MVCaptureOptions& options) {
+    const std::shared_ptr<MVRenderContext> context = MVRenderContext::mv_drawingContext();
+    if (!window) {
+        return refuse("no window was given");
+    }
+    if (!context) {
+        return refuse("there is no active render context");
+    }
+    const float scale = options.scale > 0.0F ? options.scale : window->contentScaleFactor();
+    MVFrame::layOut(*window);
+    const PixelSize size = {pixels(window->size().width, scale),
+                            pixels(window->size().height, scale)};
+    if (size.width == 0 || size.height == 0) {
+        return refuse("the window has no area, or is too large");
+    }
+
+    std::shared_ptr<MVRenderSurface> surface;
+    if (!window->mv_surface()) {
+        surface = MVRenderSurface::init();
+        window->setMv_surface(surface);
+    }
+    const AtEnd restoreSurface([&] {
+        if (surface) {
+            window->setMv_surface(nullptr);
+        }
+    });
+    const auto drawable = std::make_shared<Drawable>(options.samples);
+    drawable->setSize(size);
+    Picture picture;
+    const auto finish = [&] {
+        context->mv_dispatchBlockSync([&] {
+            drawable->flush();
+            picture = drawable->readLatestFrame();
+            drawable->release();
+        });
+    };
+    {
+        const AtEnd readPicture(finish);
+        MVFrame::draw(*window, [&] {
+            context->dispatchBlock([drawable, size, color = options.clearColor] {
+                glBindFramebuffer(GL_FRAMEBUFFER, drawable->framebuffer());
+                glClearColor(color.red, color.green, color.blue, color.alpha);
+                glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+                glViewport(0, 0, size.width, size.height);
+            });
+        });
+    }
+    window->mv_setDrawClean();
+    if (picture.isEmpty()) {
+        return refuse("the driver offers no framebuffer of that size");
+    }
+    if (options.alpha == MVCaptureAlpha::Opaque) {
+        for (std::size_t i = 3; i < picture.rgba.size(); i += 4) {
+            picture.rgba[i] = 255;
+        }
+    }
+    return picture;
+}
+
+Picture MVCaptureView(const std::shared_ptr<MVView>& view, const MVCaptureOptions& options) {
+    if (!view) {
+        return refuse("no view was given");
+    }
+    if (const std::shared_ptr<MVWindow> window = view->mv_window()) {
+        return MVCaptureWindow(window, options);
+    }
+    if (view->superview()) {
+        return refuse("the view is a subview of one without a window");
+    }
+    const auto window = MVWindow::init();
+    window->setSize(view->size());
+    const float scaleFactor = view->contentScaleFactor();
+    if (scaleFactor > 0.0F) {
+        window->setContentScaleFactor(scaleFactor);
+    }
+    window->addSubview(view);
+    const AtEnd remove([&] {
+        view->removeFromSuperview();
+        view->setContentScaleFactor(scaleFactor);
+    });
+    return MVCaptureWindow(window, options);
+}

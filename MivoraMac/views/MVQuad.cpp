@@ -1,0 +1,122 @@
+#include <epoxy/gl.h>
+
+#include <cstddef>
+#include <utility>
+
+#include "MivoraMac/render/MVRenderContext.h"
+#include "MivoraMac/render/MVShader.h"
+#include "MivoraMac/views/MVQuadPrivate.h"
+
+namespace {
+
+constexpr GLsizei kVertexCount = 4;
+
+/// The most that four vertices take.
+using VertexData = std::array<float, kVertexCount * 4>;
+
+GLsizeiptr dataSize(MVQuad::Vertices vertices) {
+    return vertices == MVQuad::Vertices::Position ? 32 : 64;
+}
+
+void pointAttributes(MVQuad::Vertices vertices) {
+    const bool textured = vertices == MVQuad::Vertices::PositionAndTexCoord;
+    const GLsizei stride = textured ? 16 : 0;
+    glEnableVertexAttribArray(MVShaderAttributeSlotPosition);
+    glVertexAttribPointer(MVShaderAttributeSlotPosition, 2, GL_FLOAT, GL_FALSE, stride, nullptr);
+    if (textured) {
+        constexpr std::uintptr_t kTexCoordOffset = 8;
+        glEnableVertexAttribArray(MVShaderAttributeSlotTexCoord);
+        glVertexAttribPointer(MVShaderAttributeSlotTexCoord, 2, GL_FLOAT, GL_FALSE, stride,
+                              reinterpret_cast<const void*>(kTexCoordOffset));
+    }
+}
+
+}  // namespace
+
+MVQuad::MVQuad(Vertices vertices)
+    : context_(MVRenderContext::mv_drawingContext()),
+      names_(std::make_shared<Names>()),
+      vertices_(vertices) {
+    if (!context_) {
+        return;
+    }
+    context_->dispatchBlock([names = names_, vertices] {
+        glGenVertexArrays(1, &names->vertexArray);
+        glBindVertexArray(names->vertexArray);
+        glGenBuffers(1, &names->vertexBuffer);
+        glBindBuffer(GL_ARRAY_BUFFER, names->vertexBuffer);
+        const VertexData zeros{};
+        glBufferData(GL_ARRAY_BUFFER, dataSize(vertices), zeros.data(), GL_DYNAMIC_DRAW);
+        pointAttributes(vertices);
+        glBindVertexArray(0);
+    });
+}
+
+MVQuad::~MVQuad() {
+    if (!context_) {
+        return;
+    }
+    context_->dispatchBlock([names = std::move(names_)] {
+        if (names->vertexArray != 0) {
+            glBindVertexArray(0);
+            glDeleteVertexArrays(1, &names->vertexArray);
+        }
+        if (names->vertexBuffer != 0) {
+            glBindBuffer(GL_ARRAY_BUFFER, 0);
+            glDeleteBuffers(1, &names->vertexBuffer);
+        }
+    });
+}
+
+void MVQuad::setSize(Mivora::Size2 size) {
+    if (builtSize_ != size) {
+        dirty_ = true;
+    }
+}
+
+void MVQuad::build(Mivora::Size2 size, Mivora::Rect2 textureCoordinates) {
+    if (!dirty_) {
+        return;
+    }
+    const float w = size.width;
+    const float h = size.height;
+    VertexData data{};
+    if (vertices_ == Vertices::Position) {
+        data = {0, 0, w, 0, 0, h, w, h};
+    } else {
+        const float left = textureCoordinates.origin.x;
+        const float top = textureCoordinates.origin.y;
+        const float right = left + textureCoordinates.size.width;
+        const float bottom = top + textureCoordinates.size.height;
+        data = {0, 0, left, top, w, 0, right, top, 0, h, left, bottom, w, h, right, bottom};
+    }
+    if (context_) {
+        context_->dispatchBlock([names = names_, vertices = vertices_, data] {
+            glBindBuffer(GL_ARRAY_BUFFER, names->vertexBuffer);
+            glBufferData(GL_ARRAY_BUFFER, dataSize(vertices), data.data(), GL_DYNAMIC_DRAW);
+            glBindBuffer(GL_ARRAY_BUFFER, 0);
+        });
+    }
+    builtSize_ = size;
+    dirty_ = false;
+}
+
+void MVQuad::draw(Blend blend) const {
+    if (!context_) {
+        return;
+    }
+    context_->dispatchBlock([names = names_, blend] {
+        glDisable(GL_DEPTH_TEST);
+        if (blend == Blend::Off) {
+            glDisable(GL_BLEND);
+        } else {
+            glEnable(GL_BLEND);
+            glBlendFunc(blend == Blend::Premultiplied ? GL_ONE : GL_SRC_ALPHA,
+                        GL_ONE_MINUS_SRC_ALPHA);
+        }
+        glBindVertexArray(names->vertexArray);
+        glDrawArrays(GL_TRIANGLE_STRIP, 0, kVertexCount);
+        glBindVertexArray(0);
+        glDisable(GL_BLEND);
+    });
+}

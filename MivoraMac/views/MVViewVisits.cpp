@@ -1,0 +1,249 @@
+// Layout, the four visits of a frame, and stencils.
+
+#include <epoxy/gl.h>
+
+#include <utility>
+
+#include "MivoraMac/platform/AtEndPrivate.h"
+#include "MivoraMac/platform/MainThreadAssertPrivate.h"
+#include "MivoraMac/platform/SerialQueue.h"
+#include "MivoraMac/render/MVRenderContext.h"
+#include "MivoraMac/render/MVRenderSurface.h"
+#include "MivoraMac/views/MVView.h"
+#include "MivoraMac/views/MVViewLayoutQueue.h"
+#include "MivoraMac/views/MVViewTreePrivate.h"
+#include "MivoraMac/views/MVWindow.h"
+
+using Mivora::platform::AtEnd;
+
+namespace {
+
+/// The view whose `draw` is running. One tree is drawn at a time.
+constinit MVView* drawingView = nullptr;
+
+/// The stencil level in use; all ones, so that the first level is 0, while none is.
+constinit std::uint32_t currentStencilLayer = ~0U;
+
+}  // namespace
+
+/// What a level saves on the GL queue before it begins: shared with the closures that use it.
+struct MVView::StencilCache {
+    MVStencilState state;
+    GLboolean depthMask = GL_TRUE;
+};
+
+// Layout
+
+void MVView::setNeedsLayout() {
+    mv_setLayoutDirty();
+}
+
+void MVView::mv_setLayoutDirty() {
+    if (layoutDispatchQueue_ == nullptr) {
+        layoutDispatchQueue_ = MVViewCreateLayoutDispatchQueue(this);
+    }
+    layoutDispatchQueue_->sync([this] { layoutDirty_.store(true, std::memory_order_relaxed); });
+}
+
+void MVView::layoutSubviewsIfNeeded() {
+    mv_layoutSubviewsIfNeeded();
+}
+
+void MVView::mv_layoutSubviewsIfNeeded() {
+    MVViewTree::buildFromTop(
+        *this, [](const MVView& view) { return view.superviewPointer() != nullptr; },
+        [](MVView& view) { view.layOutIfWanted(); });
+}
+
+void MVView::layOutIfWanted() {
+    if (!mv_isLayoutDirty() || layingOut_) {
+        return;
+    }
+    layingOut_ = true;
+    const AtEnd done([this] { layingOut_ = false; });
+    layoutSubviews();
+    layoutDirty_.store(false, std::memory_order_relaxed);
+}
+
+void MVView::prepareForLayoutSubviews() {}
+
+void MVView::layoutSubviews() {}
+
+void MVView::mv_prepareForLayoutVisit() {
+    if (hidden_) {
+        return;
+    }
+    if (mv_isLayoutDirty()) {
+        prepareForLayoutSubviews();
+    }
+    if (!MVViewTree::Children::exist(*this)) {
+        return;
+    }
+    MVViewTree::Children children(*this);
+    while (MVView* const child = children.next()) {
+        child->mv_prepareForLayoutVisit();
+    }
+}
+
+void MVView::mv_layoutVisit() {
+    if (hidden_) {
+        return;
+    }
+    layOutIfWanted();
+    if (!MVViewTree::Children::exist(*this)) {
+        return;
+    }
+    MVViewTree::Children children(*this);
+    while (MVView* const child = children.next()) {
+        child->mv_layoutVisit();
+    }
+}
+
+// Drawing
+
+std::shared_ptr<MVView> MVView::currentDrawingView() {
+    return drawingView != nullptr ? drawingView->weak_from_this().lock() : nullptr;
+}
+
+void MVView::mv_setCurrentDrawingView(MVView* view) {
+    drawingView = view;
+    MVShader::mv_setMatrixSource(view);
+}
+
+void MVView::forgetCurrentDrawing() {
+    if (drawingView == this) {
+        mv_setCurrentDrawingView(nullptr);
+    }
+}
+
+MVShaderMatrices MVView::mv_shaderMatrices() {
+    MVShaderMatrices matrices;
+    // The projection comes first: building it moves the window, and with it everything below.
+    if (const std::shared_ptr<MVWindow> window = mv_window()) {
+        matrices.projection = window->projectionMatrix();
+    }
+    matrices.transform = transformMatrix();
+    matrices.inverseTransform = inverseTransformMatrix();
+    return matrices;
+}
+
+void MVView::prepareForDraw() {}
+
+void MVView::draw() {}
+
+void MVView::mv_prepareForDrawVisit() {
+    if (hidden_) {
+        return;
+    }
+    prepareForDraw();
+    if (!MVViewTree::Children::exist(*this)) {
+        return;
+    }
+    MVViewTree::Children children(*this);
+    while (MVView* const child = children.next()) {
+        child->mv_prepareForDrawVisit();
+    }
+}
+
+void MVView::mv_drawVisit() {
+    if (hidden_) {
+        return;
+    }
+    const bool stenciled = applyStencil();
+    const AtEnd cleanup([this, stenciled] {
+        if (stenciled) {
+            cleanupStencil();
+        }
+    });
+    {
+        const AtEnd done([] { mv_setCurrentDrawingView(nullptr); });
+        mv_setCurrentDrawingView(this);
+        draw();
+    }
+    if (subviews_ == nullptr) {
+        return;
+    }
+    const std::shared_ptr<const MVViewArray> snapshot = subviews_;
+    for (const std::shared_ptr<MVView>& subview : *snapshot) {
+        subview->mv_drawVisit();
+    }
+}
+
+// Stencil
+
+void MVView::setStencilView(std::shared_ptr<MVView> view) {
+    MIVORA_ASSERT_MAIN_THREAD("MVView::setStencilView");
+    if (stencilView_ == view) {
+        return;
+    }
+    if (view != nullptr) {
+        checkCanBecomeSubview(view.get(), "setStencilView");
+        if (view->superviewPointer() == nullptr) {
+            view->mv_setSuperview(this);
+        }
+    } else if (stencilView_->superviewPointer() == this && !hasSubview(stencilView_.get())) {
+        stencilView_->mv_setSuperview(nullptr);
+    }
+    stencilView_ = std::move(view);
+    mv_setDrawDirty();
+}
+
+bool MVView::applyStencil() {
+    if (stencilView_ == nullptr || stencilView_->hidden_) {
+        return false;
+    }
+    const std::shared_ptr<MVWindow> window = mv_window();
+    const std::shared_ptr<MVRenderSurface> surface = window ? window->mv_surface() : nullptr;
+    const std::shared_ptr<MVRenderContext> context = MVRenderContext::mv_drawingContext();
+    const std::uint32_t level = currentStencilLayer + 1;
+    if (!surface || !context || level >= static_cast<std::uint32_t>(surface->stencilBits())) {
+        return false;
+    }
+    currentStencilLayer = level;
+    const std::uint32_t bit = 1U << (level % 32);
+    const std::uint32_t mask = bit | (bit - 1);
+    if (stencilStateCache_ == nullptr) {
+        stencilStateCache_ = std::make_shared<StencilCache>();
+    }
+    // Every fragment of the stencil view fails the test and writes this level's bit.
+    context->dispatchBlock([surface, cache = stencilStateCache_, bit] {
+        cache->state = surface->stencilState();
+        glGetBooleanv(GL_DEPTH_WRITEMASK, &cache->depthMask);
+        glEnable(GL_STENCIL_TEST);
+        glStencilMask(bit);
+        glDepthMask(GL_FALSE);
+        glClearStencil(0);
+        glClear(GL_STENCIL_BUFFER_BIT);
+        glStencilFunc(GL_NEVER, static_cast<GLint>(bit), bit);
+        glStencilOp(GL_REPLACE, GL_KEEP, GL_KEEP);
+    });
+    // From then on only pixels with this level's bit and those of all enclosing levels pass.
+    const auto limitDrawing = [&context, &cache = stencilStateCache_, mask] {
+        context->dispatchBlock([cache, mask] {
+            glDepthMask(cache->depthMask);
+            glStencilFunc(GL_EQUAL, static_cast<GLint>(mask), mask);
+            glStencilOp(GL_KEEP, GL_KEEP, GL_KEEP);
+        });
+    };
+    try {
+        const std::shared_ptr<MVView> stencilView = stencilView_;
+        stencilView->mv_drawVisit();
+    } catch (...) {
+        limitDrawing();
+        cleanupStencil();
+        throw;
+    }
+    limitDrawing();
+    return true;
+}
+
+void MVView::cleanupStencil() {
+    const std::shared_ptr<MVWindow> window = mv_window();
+    const std::shared_ptr<MVRenderSurface> surface = window ? window->mv_surface() : nullptr;
+    const std::shared_ptr<MVRenderContext> context = MVRenderContext::mv_drawingContext();
+    if (surface && context) {
+        context->dispatchBlock(
+            [surface, cache = stencilStateCache_] { surface->setStencilState(cache->state); });
+    }
+    --currentStencilLayer;
+}
