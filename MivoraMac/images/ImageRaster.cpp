@@ -1,0 +1,74 @@
+#include "MivoraMac/images/ImageRasterPrivate.h"
+
+#include <sys/mman.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+
+#include "MivoraMac/platform/BitmapContext.h"
+#include "MivoraMac/platform/DebugLog.h"
+
+using Mivora::platform::AlphaInfo;
+using Mivora::platform::BitmapContext;
+using Mivora::platform::BitmapImage;
+using Mivora::platform::ByteOrder;
+using Mivora::platform::DebugLog;
+
+namespace Mivora {
+
+namespace {
+
+struct Free {
+    void operator()(std::uint8_t* memory) const { std::free(memory); }
+};
+
+/// Memory for pixels; null when there is none. Fresh pages of the usual 4 KiB can cost as much time
+/// as all that is done with the pixels, so large memory asks for large ones.
+std::unique_ptr<std::uint8_t, Free> pixelMemory(std::size_t size) {
+    constexpr std::size_t kLargePage = std::size_t{2} << 20;
+    if (size < 2 * kLargePage) {
+        return std::unique_ptr<std::uint8_t, Free>(static_cast<std::uint8_t*>(std::malloc(size)));
+    }
+    const std::size_t rounded = (size + kLargePage - 1) / kLargePage * kLargePage;
+    void* const memory = std::aligned_alloc(kLargePage, rounded);
+    if (memory != nullptr) {
+        ::madvise(memory, rounded, MADV_HUGEPAGE);  // where refused, it is memory all the same
+    }
+    return std::unique_ptr<std::uint8_t, Free>(static_cast<std::uint8_t*>(memory));
+}
+
+bool isReadyForUpload(const BitmapImage& image, std::int32_t coordinateSystem) {
+    return coordinateSystem != kImageBottomRowFirst &&
+           image.alphaInfo() == AlphaInfo::PremultipliedLast &&
+           image.byteOrder() == ByteOrder::Forward &&
+           image.bytesPerRow() == static_cast<std::size_t>(image.size().width) * 4;
+}
+
+}  // namespace
+
+std::shared_ptr<const std::uint8_t> rasterizedImage(const std::shared_ptr<const BitmapImage>& image,
+                                                    std::int32_t coordinateSystem) {
+    if (isReadyForUpload(*image, coordinateSystem)) {
+        return {image, image->row(0)};
+    }
+    const platform::PixelSize size = image->size();
+    const std::size_t bytesPerRow = static_cast<std::size_t>(size.width) * 4;
+    auto pixels = pixelMemory(bytesPerRow * static_cast<std::size_t>(size.height));
+    std::optional<BitmapContext> context = BitmapContext::create(
+        pixels.get(), size, bytesPerRow,
+        hasAlpha(image->alphaInfo()) ? AlphaInfo::PremultipliedLast : AlphaInfo::NoneSkipLast);
+    if (!context) {
+        DebugLog::log(DebugLog::Category::Images, "no memory for %d x %d pixels", size.width,
+                      size.height);
+        return nullptr;
+    }
+    if (coordinateSystem == kImageBottomRowFirst) {
+        context->setOrientation(BitmapContext::Orientation::BottomRowFirst);
+    }
+    context->drawImage(*image);
+    return pixels;
+}
+
+}  // namespace Mivora

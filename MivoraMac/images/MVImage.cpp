@@ -1,0 +1,307 @@
+#include "MivoraMac/images/MVImage.h"
+
+#include <epoxy/gl.h>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "MivoraMac/images/HighResolutionImagePathPrivate.h"
+#include "MivoraMac/images/ImageRasterPrivate.h"
+#include "MivoraMac/images/MVImageCache.h"
+#include "MivoraMac/images/MVImageDispatchQueue.h"
+#include "MivoraMac/platform/BitmapImage.h"
+#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/ImageSource.h"
+#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/Resources.h"
+#include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/render/MVRenderContext.h"
+
+using Mivora::ImageVariant;
+using Mivora::platform::BitmapImage;
+using Mivora::platform::DebugLog;
+using Mivora::platform::ImageSource;
+using Mivora::platform::MainThread;
+using Mivora::platform::PixelSize;
+using Mivora::platform::Resources;
+using Mivora::platform::Screen;
+
+namespace {
+
+void logFailure(const std::string& path, const std::string& reason) {
+    if (!DebugLog::isEnabled(DebugLog::Category::Images)) {
+        return;
+    }
+    std::string tried;
+    for (const ImageVariant& variant :
+         Mivora::imageVariants(path, Screen::mainScreen()->backingScaleFactor())) {
+        tried += variant.path + ", ";
+    }
+    DebugLog::log(DebugLog::Category::Images, "%s: %s (tried %s%s)", path.c_str(), reason.c_str(),
+                  tried.c_str(), path.c_str());
+}
+
+/// The picture of the file that takes the place of the one at `path`, or null, which is logged.
+MVImage::BitmapImagePointer decodedFile(const std::string& path, float& scale) {
+    const ImageVariant variant = Mivora::highResolutionImagePath(path);
+    ImageSource::Result result = ImageSource::firstImageOfFile(variant.path);
+    if (!result.image) {
+        logFailure(path, result.failure);
+    }
+    scale = variant.scale;
+    return std::move(result.image);
+}
+
+GLsizei extent(std::uint64_t pixels) {
+    constexpr std::uint64_t kMost = std::numeric_limits<GLsizei>::max();
+    return static_cast<GLsizei>(std::min(pixels, kMost));
+}
+
+void call(const MVImageCompletionBlock& block, const std::shared_ptr<MVImage>& image,
+          bool success) {
+    if (block) {
+        block(image, success);
+    }
+}
+
+}  // namespace
+
+MVImage::MVImage() {
+    mv_imageInit();
+}
+
+MVImage::~MVImage() {
+    const std::uint32_t texture = texture_.exchange(0);
+    if (texture == 0) {
+        return;
+    }
+    if (const auto context = MVRenderContext::activeContext()) {
+        context->dispatchBlock([texture] { glDeleteTextures(1, &texture); });
+    }
+}
+
+void MVImage::mv_imageInit() {
+    width_ = 0;
+    height_ = 0;
+    scale_ = 1.0F;
+    coordinateSystem_ = 0;
+    coordinateSpace_ = {{0.0F, 0.0F}, {1.0F, 1.0F}};
+    premultipliedAlpha_ = false;
+    texture_ = 0;
+}
+
+Mivora::Size2 MVImage::size() const {
+    return {static_cast<float>(width_) / scale_, static_cast<float>(height_) / scale_};
+}
+
+void MVImage::setScale(float scale) {
+    if (scale_ != scale) {
+        willChangeValueForKey("size");
+        scale_ = scale;
+        didChangeValueForKey("size");
+    }
+}
+
+std::shared_ptr<MVImage> MVImage::copyWithZone() {
+    DebugLog::log(DebugLog::Category::Images, "images cannot be copied");
+    return nullptr;
+}
+
+void MVImage::use() {
+    useWithTextureUnit(GL_TEXTURE0);
+}
+
+void MVImage::useWithTextureUnit(std::uint32_t textureUnit) {
+    const auto context = MVRenderContext::activeContext();
+    if (!context) {
+        return;
+    }
+    context->dispatchBlock([self = shared_from_this(), textureUnit] {
+        glActiveTexture(textureUnit);
+        glBindTexture(GL_TEXTURE_2D, self->mv_texture());
+        if (textureUnit != GL_TEXTURE0) {
+            glActiveTexture(GL_TEXTURE0);
+        }
+    });
+}
+
+void MVImage::drawAtPoint(Mivora::Point2 point) {
+    drawInRect({point, {static_cast<float>(width_), static_cast<float>(height_)}});
+}
+
+void MVImage::drawInRect(Mivora::Rect2 /*rect*/) {}
+
+// Loading
+
+void MVImage::mv_storeWidthHeightScaleCoordinateSystemPremultipliedAlpha(
+    std::uint64_t width, std::uint64_t height, float scale, std::int32_t coordinateSystem,
+    bool premultiplied) {
+    width_ = width;
+    height_ = height;
+    scale_ = scale;
+    coordinateSystem_ = coordinateSystem;
+    premultipliedAlpha_ = premultiplied;
+}
+
+void MVImage::mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    const void* data, std::uint64_t width, std::uint64_t height, float scale,
+    std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
+    mv_storeWidthHeightScaleCoordinateSystemPremultipliedAlpha(width, height, scale,
+                                                               coordinateSystem, premultiplied);
+    mv_upload(data, GL_RGBA, pixelFormat, TextureName::New);
+}
+
+void MVImage::mv_upload(const void* data, std::uint32_t internalFormat, std::uint32_t pixelFormat,
+                        TextureName which) {
+    const auto context = MVRenderContext::activeContext();
+    if (!context) {
+        return;
+    }
+    context->mv_dispatchBlockSync([&] {
+        GLuint texture = texture_;
+        if (which == TextureName::New || texture == 0) {
+            glGenTextures(1, &texture);
+            texture_.store(texture, std::memory_order_release);
+        }
+        glBindTexture(GL_TEXTURE_2D, texture);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+        glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(internalFormat), extent(width_),
+                     extent(height_), 0, pixelFormat, GL_UNSIGNED_BYTE, data);
+        glBindTexture(GL_TEXTURE_2D, 0);
+    });
+}
+
+bool MVImage::mv_initWithContentsOfFile(const std::string& path, std::int32_t coordinateSystem) {
+    float scale = 1.0F;
+    const BitmapImagePointer bitmap = decodedFile(path, scale);
+    return mv_initWithCGImage(bitmap, scale, coordinateSystem);
+}
+
+bool MVImage::mv_initWithContentsOfFile(const std::string& path, std::int32_t coordinateSystem,
+                                        CompletionBlock completionBlock) {
+    float scale = 1.0F;
+    const BitmapImagePointer bitmap = decodedFile(path, scale);
+    return mv_initWithCGImage(bitmap, scale, coordinateSystem, std::move(completionBlock));
+}
+
+bool MVImage::mv_initWithCGImage(const BitmapImagePointer& bitmap, float scale,
+                                 std::int32_t coordinateSystem) {
+    if (!bitmap) {
+        return false;
+    }
+    const auto pixels = Mivora::rasterizedImage(bitmap, coordinateSystem);
+    if (!pixels) {
+        return false;
+    }
+    mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+        pixels.get(), static_cast<std::uint64_t>(bitmap->size().width),
+        static_cast<std::uint64_t>(bitmap->size().height), scale, coordinateSystem,
+        hasAlpha(bitmap->alphaInfo()), GL_RGBA);
+    return true;
+}
+
+bool MVImage::mv_initWithCGImage(const BitmapImagePointer& bitmap, float scale,
+                                 std::int32_t coordinateSystem, CompletionBlock completionBlock) {
+    if (!bitmap) {
+        call(completionBlock, nullptr, false);
+        return false;
+    }
+    mv_loadInBackground(
+        bitmap, scale, coordinateSystem,
+        [](MVImage& image, const void* data, std::uint64_t width, std::uint64_t height,
+           float itsScale, std::int32_t itsSystem, bool premultiplied) {
+            image.mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+                data, width, height, itsScale, itsSystem, premultiplied, GL_RGBA);
+        },
+        std::move(completionBlock));
+    return true;
+}
+
+void MVImage::mv_loadInBackground(const BitmapImagePointer& bitmap, float scale,
+                                  std::int32_t coordinateSystem, LoadPixels load,
+                                  CompletionBlock completionBlock) {
+    const auto width = static_cast<std::uint64_t>(bitmap->size().width);
+    const auto height = static_cast<std::uint64_t>(bitmap->size().height);
+    const bool premultiplied = hasAlpha(bitmap->alphaInfo());
+    mv_storeWidthHeightScaleCoordinateSystemPremultipliedAlpha(width, height, scale,
+                                                               coordinateSystem, premultiplied);
+    MVImageDispatchQueue()->async([weak = weak_from_this(), source = bitmap, width, height, scale,
+                                   coordinateSystem, premultiplied, load,
+                                   block = std::move(completionBlock)]() mutable {
+        auto pixels = Mivora::rasterizedImage(source, coordinateSystem);
+        source.reset();
+        // What the caller gave and the image itself are let go on the main thread, inside.
+        const auto finish = [&block](std::shared_ptr<MVImage>& image, bool success) {
+            MainThread::performAndWait([&] {
+                const CompletionBlock last = std::exchange(block, nullptr);
+                call(last, std::exchange(image, nullptr), success);
+            });
+        };
+        auto image = weak.lock();
+        if (image && pixels) {
+            MainThread::performAndWait([&] {
+                load(*image, pixels.get(), width, height, scale, coordinateSystem, premultiplied);
+            });
+            pixels.reset();
+            finish(image, true);
+        } else {
+            pixels.reset();
+            finish(image, false);
+        }
+    });
+}
+
+// Named images
+
+std::shared_ptr<MVImage> MVImageNameLookup::imageNamed(
+    const std::string& name, std::shared_ptr<MVImage> (*make)(const std::string& path),
+    bool isPlainImage) {
+    const auto cache = MVImageCache::sharedCache();
+    if (auto cached = cache ? cache->imageForKey(name) : nullptr) {
+        return cached;
+    }
+    const auto path = Resources::pathForResource(name, "");
+    if (!path) {
+        DebugLog::log(DebugLog::Category::Images, "%s: no such resource", name.c_str());
+        return nullptr;
+    }
+    auto image = make(*path);
+    if (image && cache && isPlainImage) {
+        cache->setImageForKey(image, name);
+    }
+    return image;
+}
+
+std::shared_ptr<MVImage> MVImageNameLookup::imageNamedCompletionBlock(
+    const std::string& name, std::shared_ptr<MVImage> (*allocate)(), bool isPlainImage,
+    MVImageCompletionBlock completionBlock) {
+    const auto cache = MVImageCache::sharedCache();
+    if (auto cached = cache ? cache->imageForKey(name) : nullptr) {
+        return cached;
+    }
+    const auto path = Resources::pathForResource(name, "");
+    if (!path) {
+        DebugLog::log(DebugLog::Category::Images, "%s: no such resource", name.c_str());
+        return nullptr;
+    }
+    auto image = allocate();
+    if (cache && isPlainImage) {
+        cache->setImageForKey(image, name);
+    }
+    const bool isLoading =
+        image->mv_initWithContentsOfFile(*path, 0,
+                                         [name, block = std::move(completionBlock)](
+                                             const std::shared_ptr<MVImage>& loaded, bool success) {
+                                             const auto current = MVImageCache::sharedCache();
+                                             if (!success && current) {
+                                                 current->setImageForKey(nullptr, name);
+                                             }
+                                             call(block, loaded, success);
+                                         });
+    return isLoading ? image : nullptr;
+}

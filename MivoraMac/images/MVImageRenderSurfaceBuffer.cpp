@@ -1,0 +1,48 @@
+#include "MivoraMac/images/MVImageRenderSurfaceBuffer.h"
+
+#include <epoxy/gl.h>
+
+#include <algorithm>
+
+#include "MivoraMac/images/ImageRasterPrivate.h"
+#include "MivoraMac/images/MVMutableImage.h"
+#include "MivoraMac/render/MVRenderContext.h"
+
+MVImageRenderSurfaceBuffer::MVImageRenderSurfaceBuffer(Mivora::Size2I storageSize, float scale) {
+    const Mivora::Size2I size = {std::max(storageSize.width, 0), std::max(storageSize.height, 0)};
+    mv_setStorageSize(size);
+    mv_setScale(scale);
+    image_ =
+        MVMutableImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+            nullptr, static_cast<std::uint64_t>(size.width),
+            static_cast<std::uint64_t>(size.height), scale, Mivora::kImageBottomRowFirst, false,
+            GL_RGBA);
+}
+
+MVImageRenderSurfaceBuffer::~MVImageRenderSurfaceBuffer() = default;
+
+std::shared_ptr<MVImageRenderSurfaceBuffer> MVImageRenderSurfaceBuffer::initWithStorageSizeScale(
+    Mivora::Size2I storageSize, float scale) {
+    return MVMake<MVImageRenderSurfaceBuffer>(storageSize, scale);
+}
+
+std::shared_ptr<MVImageRenderSurfaceBuffer>
+MVImageRenderSurfaceBuffer::initWithStorageSizeStorageFormatMultisampleFormat(
+    Mivora::Size2I storageSize, std::uint32_t /*storageFormat*/,
+    std::int32_t /*multisampleFormat*/) {
+    return initWithStorageSizeScale(storageSize, 1.0F);
+}
+
+void MVImageRenderSurfaceBuffer::mv_attach(std::uint32_t attachment) {
+    if (context_) {
+        // The closure keeps the image, and with it the texture, as long as it waits.
+        context_->dispatchBlock([image = image_, attachment] {
+            glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, GL_TEXTURE_2D, image->mv_texture(),
+                                   0);
+        });
+    }
+}
+
+void MVImageRenderSurfaceBuffer::renderSurfaceDidRenderToBuffer(MVRenderSurface& /*surface*/) {
+    image_->setUpdateIndex(image_->updateIndex() + 1);
+}

@@ -1,0 +1,170 @@
+#include "MivoraMac/images/MVMutableImage.h"
+
+#include <epoxy/gl.h>
+
+#include <utility>
+
+#include "MivoraMac/images/ImageRasterPrivate.h"
+#include "MivoraMac/platform/BitmapImage.h"
+#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/ImageSource.h"
+#include "MivoraMac/platform/PixelBuffer.h"
+
+using Mivora::platform::BitmapImage;
+using Mivora::platform::DebugLog;
+using Mivora::platform::ImageSource;
+using Mivora::platform::PixelBuffer;
+
+namespace {
+
+MVImage::BitmapImagePointer decodedFile(const std::string& path) {
+    ImageSource::Result result = ImageSource::firstImageOfFile(path);
+    if (!result.image) {
+        DebugLog::log(DebugLog::Category::Images, "%s: %s (tried %s)", path.c_str(),
+                      result.failure.c_str(), path.c_str());
+    }
+    return std::move(result.image);
+}
+
+std::uint32_t pixelFormatOf(const PixelBuffer& pixelBuffer) {
+    switch (pixelBuffer.pixelFormatType()) {
+        case PixelBuffer::kBGRA:
+            return GL_BGRA;
+        case PixelBuffer::kRGBA:
+            return GL_RGBA;
+        default:
+            return 0;
+    }
+}
+
+}  // namespace
+
+MVMutableImage::MVMutableImage() = default;
+
+MVMutableImage::~MVMutableImage() = default;
+
+void MVMutableImage::setUpdateIndex(std::uint32_t updateIndex) {
+    willChangeValueForKey("updateIndex");
+    updateIndex_ = updateIndex;
+    didChangeValueForKey("updateIndex");
+}
+
+bool MVMutableImage::replaceWithContentsOfFile(const std::string& path) {
+    return replaceWithContentsOfFileCoordinateSystem(path, 0);
+}
+
+bool MVMutableImage::replaceWithContentsOfFileCoordinateSystem(const std::string& path,
+                                                               std::int32_t coordinateSystem) {
+    return replaceWithCGImageScaleCoordinateSystem(decodedFile(path), 1.0F, coordinateSystem);
+}
+
+bool MVMutableImage::replaceWithContentsOfFileCompletionBlock(const std::string& path,
+                                                              CompletionBlock completionBlock) {
+    return replaceWithContentsOfFileCoordinateSystemCompletionBlock(path, 0,
+                                                                    std::move(completionBlock));
+}
+
+bool MVMutableImage::replaceWithContentsOfFileCoordinateSystemCompletionBlock(
+    const std::string& path, std::int32_t coordinateSystem, CompletionBlock completionBlock) {
+    return replaceWithCGImageScaleCoordinateSystemCompletionBlock(
+        decodedFile(path), 1.0F, coordinateSystem, std::move(completionBlock));
+}
+
+bool MVMutableImage::replaceWithCGImageScale(const BitmapImagePointer& bitmap, float scale) {
+    return replaceWithCGImageScaleCoordinateSystem(bitmap, scale, 0);
+}
+
+bool MVMutableImage::replaceWithCGImageScaleCoordinateSystem(const BitmapImagePointer& bitmap,
+                                                             float scale,
+                                                             std::int32_t coordinateSystem) {
+    if (!bitmap) {
+        return false;
+    }
+    const auto pixels = Mivora::rasterizedImage(bitmap, coordinateSystem);
+    if (!pixels) {
+        return false;
+    }
+    mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+        pixels.get(), static_cast<std::uint64_t>(bitmap->size().width),
+        static_cast<std::uint64_t>(bitmap->size().height), scale, coordinateSystem,
+        hasAlpha(bitmap->alphaInfo()), GL_RGBA);
+    return true;
+}
+
+bool MVMutableImage::replaceWithCGImageScaleCompletionBlock(const BitmapImagePointer& bitmap,
+                                                            float scale,
+                                                            CompletionBlock completionBlock) {
+    return replaceWithCGImageScaleCoordinateSystemCompletionBlock(bitmap, scale, 0,
+                                                                  std::move(completionBlock));
+}
+
+bool MVMutableImage::replaceWithCGImageScaleCoordinateSystemCompletionBlock(
+    const BitmapImagePointer& bitmap, float scale, std::int32_t coordinateSystem,
+    CompletionBlock completionBlock) {
+    if (!bitmap) {
+        if (completionBlock) {
+            completionBlock(shared_from_this(), false);
+        }
+        return false;
+    }
+    mv_loadInBackground(
+        bitmap, scale, coordinateSystem,
+        [](MVImage& image, const void* data, std::uint64_t width, std::uint64_t height,
+           float itsScale, std::int32_t itsSystem, bool premultiplied) {
+            static_cast<MVMutableImage&>(image)
+                .mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+                    data, width, height, itsScale, itsSystem, premultiplied, GL_RGBA);
+        },
+        std::move(completionBlock));
+    return true;
+}
+
+void MVMutableImage::replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    const void* data, std::uint64_t width, std::uint64_t height, float scale,
+    std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
+    mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+        data, width, height, scale, coordinateSystem, premultiplied, pixelFormat);
+}
+
+bool MVMutableImage::replaceWithCVPixelBuffer(const std::shared_ptr<PixelBuffer>& pixelBuffer) {
+    if (!pixelBuffer) {
+        return false;
+    }
+    pixelBuffer->lockBaseAddress();
+    mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+        pixelBuffer->baseAddress(), pixelBuffer->width(), pixelBuffer->height(), scale(),
+        coordinateSystem(), premultipliedAlpha(), pixelFormatOf(*pixelBuffer));
+    pixelBuffer->unlockBaseAddress();
+    return true;
+}
+
+void MVMutableImage::
+    mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+        const void* data, std::uint64_t width, std::uint64_t height, float scale,
+        std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
+    const bool changesSize = width != mv_width() || height != mv_height() || scale != this->scale();
+    const bool changesSystem = coordinateSystem != this->coordinateSystem();
+    const bool changesAlpha = premultiplied != premultipliedAlpha();
+    if (changesSize) {
+        willChangeValueForKey("size");
+    }
+    if (changesSystem) {
+        willChangeValueForKey("coordinateSystem");
+    }
+    if (changesAlpha) {
+        willChangeValueForKey("premultipliedAlpha");
+    }
+    mv_storeWidthHeightScaleCoordinateSystemPremultipliedAlpha(width, height, scale,
+                                                               coordinateSystem, premultiplied);
+    mv_upload(data, pixelFormat == GL_BGRA ? GL_RGBA8 : GL_RGBA, pixelFormat, TextureName::Kept);
+    setUpdateIndex(updateIndex_ + 1);
+    if (changesSize) {
+        didChangeValueForKey("size");
+    }
+    if (changesSystem) {
+        didChangeValueForKey("coordinateSystem");
+    }
+    if (changesAlpha) {
+        didChangeValueForKey("premultipliedAlpha");
+    }
+}
