@@ -49,7 +49,7 @@ mivora_require_packages "${MIVORA_BUILD_PACKAGES[@]}" "${MIVORA_RUN_PACKAGES[@]}
 
 jobs=$(nproc)
 cmake --preset bench > /dev/null
-cmake --build --preset bench --parallel "$jobs" --target "${names[@]/#/bench-}"
+cmake --build --preset bench --parallel "$jobs" --target "${names[@]/#/bench-}" -- --quiet
 
 export MIVORA_BENCH_RESULTS=$PWD/bench-results
 status=0
