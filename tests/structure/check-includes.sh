@@ -1,0 +1,92 @@
+#!/bin/bash
+# Checks that the library's includes point one way. Usage: check-includes.sh [folder of the library]
+#
+#   geometry <- render <- images, views, input <- app        (images, views, input see each other)
+#   platform is below them all: everything may include its interfaces, they include none of it
+#   platform/headless, platform/gtk implement those interfaces and include nothing else of ours;
+#   sources of platform, not its headers, may name the headless host, which is the default one
+#
+# Toolkit headers stay inside platform/gtk, GL headers out of public headers, and a public header
+# (one that is installed, any but ...Private.h) includes no private one. Our own headers are named
+# in quotes by their full path, "MivoraMac/geometry/Point.h".
+#
+# Prints a line for every include that is out of order; exits 1 if there is one.
+set -euo pipefail
+
+library=${1:-$(dirname "$0")/../../MivoraMac}
+cd "$library/.."
+library=$(basename "$library")
+
+files=$(find "$library" \( -name '*.h' -o -name '*.cpp' \) -print | LC_ALL=C sort)
+if [ -z "$files" ]; then
+    echo "check-includes: no sources below $library" >&2
+    exit 1
+fi
+
+# shellcheck disable=SC2086  # the paths of this tree hold no spaces
+awk '
+# The part of the library that a path belongs to.
+function partOf(path) {
+    if (path == "MivoraMac/Export.h") return "export"
+    if (path ~ /^MivoraMac\/[^\/]*$/) return "root"
+    sub(/^MivoraMac\//, "", path)
+    if (path ~ /^platform\/(headless|gtk)\//) {
+        sub(/^platform\//, "", path)
+        sub(/\/.*/, "", path)
+        return "platform/" path
+    }
+    sub(/\/.*/, "", path)
+    return path
+}
+
+function complain(text) {
+    printf "%s:%d: %s\n", FILENAME, FNR, text
+    bad = 1
+}
+
+BEGIN {
+    may["root"] = "root geometry render images views input app platform platform/headless"
+    may["platform"] = "platform"
+    may["platform/headless"] = "platform platform/headless"
+    may["platform/gtk"] = "platform platform/gtk"
+    may["geometry"] = "geometry platform"
+    may["render"] = "render " may["geometry"]
+    may["images"] = may["views"] = may["input"] = "images views input " may["render"]
+    may["app"] = "app " may["views"]
+}
+
+/^[ \t]*#[ \t]*include[ \t]*[<"]/ {
+    quoted = $0 ~ /include[ \t]*"/
+    path = $0
+    sub(/^[^<"]*[<"]/, "", path)
+    sub(/[>"].*/, "", path)
+
+    part = partOf(FILENAME)
+    isPublic = FILENAME ~ /\.h$/ && FILENAME !~ /Private\.h$/
+
+    if (path ~ /^MivoraMac\//) {
+        other = partOf(path)
+        if (!quoted) complain("name our own headers in quotes: <" path ">")
+        if (!(part in may)) {
+            complain("the folder " part " has no place in the order of includes")
+        } else if (other != "export" && index(" " may[part] " ", " " other " ") == 0 &&
+                   !(part == "platform" && other == "platform/headless" && FILENAME ~ /\.cpp$/)) {
+            complain(part " must not include " other ": \"" path "\"")
+        }
+        if (isPublic && path ~ /Private\.h$/) {
+            complain("a public header must not include a private one: \"" path "\"")
+        }
+    } else if (quoted) {
+        complain("name our own headers by their full path: \"" path "\"")
+    }
+
+    if (path ~ /^(gtk|gdk|gsk|adwaita)(\/|\.h$)/ && part != "platform/gtk") {
+        complain("only platform/gtk may include the toolkit: <" path ">")
+    }
+    if (isPublic && path ~ /^(epoxy|GL|GLES[0-9]*|EGL|KHR|glad)\//) {
+        complain("a public header must not include GL: <" path ">")
+    }
+}
+
+END { exit bad }
+' $files
