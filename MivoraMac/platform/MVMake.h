@@ -6,7 +6,7 @@
 #include <utility>
 
 /// Builds the library's reference-counted objects. A class whose constructors are protected names
-/// `MVMaker` as a friend; only `MVMake` uses it.
+/// `MVMaker` as a friend, within a namespace as `friend struct ::MVMaker;`; only `MVMake` uses it.
 struct MVMaker {
     template <class T>
     struct Allocator {
