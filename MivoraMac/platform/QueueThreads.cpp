@@ -8,8 +8,8 @@ namespace Mivora::platform {
 
 namespace {
 
-/// Whether the calling thread runs closures of its queue.
-[[gnu::tls_model("initial-exec")]] constinit thread_local bool workingHere = false;
+/// Whether the calling thread belongs to a queue.
+[[gnu::tls_model("initial-exec")]] constinit thread_local bool isQueueThread = false;
 
 /// A closure that never ends must not keep the process from exiting.
 constexpr std::chrono::seconds kLongestWait(5);
@@ -21,14 +21,16 @@ QueueThreads& QueueThreads::shared() {
     return *threads;
 }
 
+void QueueThreads::enter() {
+    isQueueThread = true;
+}
+
 void QueueThreads::beginWork() {
-    workingHere = true;
     const std::lock_guard lock(mutex_);
     ++working_;
 }
 
 void QueueThreads::endWork() {
-    workingHere = false;
     const std::lock_guard lock(mutex_);
     --working_;
     idle_.notify_all();
@@ -61,7 +63,7 @@ void QueueThreads::joinAdopted() {
 }
 
 void QueueThreads::waitAtExit() {
-    if (workingHere) {
+    if (isQueueThread) {
         return;  // a closure exits the process
     }
     QueueThreads& threads = shared();

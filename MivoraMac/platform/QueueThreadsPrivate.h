@@ -18,7 +18,10 @@ class QueueThreads {
     /// Never destroyed.
     static QueueThreads& shared();
 
-    /// The calling thread starts, or has finished, running closures of its queue.
+    /// Marks the calling thread as one of a queue.
+    void enter();
+
+    /// A queue got its first closure, or has run dry.
     void beginWork();
     void endWork();
 

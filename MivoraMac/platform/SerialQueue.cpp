@@ -52,6 +52,7 @@ struct SerialQueue::Backlog {
     std::atomic<std::uint64_t> submissions{0};
     std::uint64_t drains = 0;
     bool sleeping = false;
+    bool working = false;  // from the first closure on until dry, where the queue has a thread
     bool stopping = false;
     bool abandoned = false;  // by its own thread, which alone looks at this
     std::thread thread;
@@ -189,6 +190,9 @@ void SerialQueue::commitAndUnlock(ClosureStream::Run run) {
     waiting.submissions.store(waiting.submissions.load(std::memory_order_relaxed) + 1,
                               std::memory_order_relaxed);
     if (execution_ == Execution::OwnThread) {
+        if (!std::exchange(waiting.working, true)) {
+            QueueThreads::shared().beginWork();
+        }
         if (std::exchange(waiting.sleeping, false)) {
             waiting.wake.notify_one();
         }
@@ -323,6 +327,7 @@ void SerialQueue::drain(std::unique_lock<std::mutex>& lock, DrainUntil until) {
 
 void SerialQueue::threadMain() {
     pthread_setname_np(pthread_self(), "MVRenderQueue");
+    QueueThreads::shared().enter();
     std::unique_lock lock(mutex_);
     Backlog& waiting = *backlog_;
     for (;;) {
@@ -344,7 +349,6 @@ void SerialQueue::threadMain() {
         if (!waiting.stream.hasReady()) {
             return;
         }
-        QueueThreads::shared().beginWork();
         drain(lock);
         if (waiting.abandoned) {
             lock.unlock();
@@ -353,6 +357,7 @@ void SerialQueue::threadMain() {
             QueueThreads::shared().endWork();
             return;
         }
+        waiting.working = false;
         QueueThreads::shared().endWork();
     }
 }
