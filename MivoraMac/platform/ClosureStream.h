@@ -60,8 +60,8 @@ class MIVORA_EXPORT ClosureStream {
     std::size_t ready_ = 0;
     Chunk* free_ = nullptr;
     std::size_t freeCount_ = 0;
-    // The consumer.
-    Chunk* head_ = nullptr;
+    // The consumer, on a cache line of its own: it writes these for every closure.
+    alignas(64) Chunk* head_ = nullptr;
     std::size_t headOffset_ = 0;
     Chunk* spent_ = nullptr;
 };
