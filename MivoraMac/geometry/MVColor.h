@@ -11,6 +11,7 @@
 
 /// @name Named colours
 /// @{
+
 /// (0, 0, 0)
 inline constexpr Mivora::ColorRGB MVColorBlackRGB = Mivora::ColorRGB::kBlack;
 /// (1/3, 1/3, 1/3)
@@ -44,6 +45,7 @@ inline constexpr Mivora::ColorRGB MVColorBrownRGB = Mivora::ColorRGB::kBrown;
 /// @name Named colours with alpha
 /// All opaque but Clear.
 /// @{
+
 /// (0, 0, 0, 1)
 inline constexpr Mivora::ColorRGBA MVColorBlackRGBA = Mivora::ColorRGBA::kBlack;
 /// (1/3, 1/3, 1/3, 1)

@@ -31,7 +31,14 @@ struct MIVORA_EXPORT Plane {
     ///         parallel to the plane, perhaps within it, or one of the two vectors is zero. Where
     ///         it is not, NaN anywhere in the plane or the ray makes every component NaN, and so
     ///         does an infinite direction: `Ray3::kNull` gives NaN, not `Point3::kNull`.
-    Point3 RayIntersection(Ray3 ray) const;
+    Point3 RayIntersection(Ray3 ray) const {
+        const float denominator = dot(normal, ray.direction);
+        if (denominator == 0.0F) {
+            return Point3::kNull;
+        }
+        const float t = (distance - dot(normal, ray.startPoint)) / denominator;
+        return ray.startPoint + ray.direction * t;
+    }
 
     /// This plane carried by a matrix.
     ///
@@ -46,6 +53,9 @@ struct MIVORA_EXPORT Plane {
 
     /// Compares field by field.
     bool operator==(const Plane&) const = default;
+
+ private:
+    static constexpr float dot(Point3 a, Point3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 };
 
 }  // namespace Mivora

@@ -5,6 +5,7 @@
 
 #include "MivoraMac/Export.h"
 
+/// The value types of geometry and colour, and in `platform` what a desktop supplies.
 namespace Mivora {
 
 /// A point or vector in the plane.
