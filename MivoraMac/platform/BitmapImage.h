@@ -54,7 +54,9 @@ class MIVORA_EXPORT BitmapImage {
 
     /// In pixels, both above 0.
     PixelSize size() const { return size_; }
+    /// Whether there is alpha, and where.
     AlphaInfo alphaInfo() const { return alphaInfo_; }
+    /// How the bytes of a pixel stand.
     ByteOrder byteOrder() const { return byteOrder_; }
     /// 3 or 4.
     std::size_t bytesPerPixel() const { return alphaInfo_ == AlphaInfo::None ? 3 : 4; }

@@ -8,7 +8,7 @@ namespace Mivora::platform {
 
 /// How many nanoseconds a tick lasts, as a fraction.
 struct Timebase {
-    std::uint32_t numer;
+    std::uint32_t numer;  ///< nanoseconds in `denom` ticks
     std::uint32_t denom;  ///< above zero
 };
 
@@ -20,6 +20,7 @@ class MIVORA_EXPORT Clock {
     /// Ticks since some fixed point in the past; never goes back.
     static std::uint64_t ticks();
 
+    /// How long a tick lasts: 1/1 on Linux.
     static Timebase timebase();
 
     /// The length of a span of ticks, in seconds.

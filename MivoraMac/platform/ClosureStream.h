@@ -32,6 +32,7 @@ class MIVORA_EXPORT ClosureStream {
     /// Queues the closure built in the place that the last `reserve` returned.
     void commit(Run run);
 
+    /// Whether closures have been committed that `takeReady` has not counted yet.
     bool hasReady() const { return ready_ != 0; }
 
     /// The number of closures committed since the last call; the consumer runs them all with

@@ -18,9 +18,13 @@ namespace Mivora::platform {
 /// Threads: any. A line that is off costs one load and one branch.
 class MIVORA_EXPORT DebugLog {
  public:
+    /// What a line is about: the categories of `MIVORA_DEBUG`.
     enum class Category : std::uint32_t { Frame, GL, Events, Gestures, Layout, Images, Queue };
+
+    /// Receives a line without prefix and end of line.
     using Sink = std::function<void(Category, std::string_view text)>;
 
+    /// Whether lines of the category are written.
     static bool isEnabled(Category category) {
         return (enabledCategories_.load(std::memory_order_relaxed) & bit(category)) != 0;
     }

@@ -38,6 +38,7 @@ class MIVORA_EXPORT DisplayLink {
     /// Calls the handler no more, without waiting for a call under way. No effect while stopped.
     void stop();
 
+    /// Whether the link runs: between `start` and `stop`.
     bool isRunning() const;
 
     /// The time between two refreshes, in seconds; above zero.

@@ -86,8 +86,8 @@ void Drawable::flush() {
     if (framebuffer_ == 0) {
         return;
     }
-    const int older = 1 - newest_;
-    Target& target = targets_[static_cast<std::size_t>(older)];
+    const std::size_t drawn = targetToDrawInto();
+    Target& target = targets_[drawn];
     if (target.texture == 0 || target.size != builtSize_) {
         buildTarget(target);
     }
@@ -106,9 +106,22 @@ void Drawable::flush() {
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     glFlush();
 
-    newest_ = older;
+    newest_ = drawn;
     const std::lock_guard lock(mutex_);
     latest_ = {target.texture, target.size, latest_.serial + 1};
+}
+
+/// The next target in turn that nobody shows.
+std::size_t Drawable::targetToDrawInto() {
+    const std::lock_guard lock(mutex_);
+    for (std::size_t i = 1; i < targets_.size(); ++i) {
+        const std::size_t index = (newest_ + i) % targets_.size();
+        if (std::find(held_.begin(), held_.end(), targets_[index].texture) == held_.end()) {
+            return index;
+        }
+    }
+    targets_.emplace_back();
+    return targets_.size() - 1;
 }
 
 Drawable::Frame Drawable::latestFrame() const {
@@ -116,8 +129,24 @@ Drawable::Frame Drawable::latestFrame() const {
     return latest_;
 }
 
+Drawable::Frame Drawable::holdLatestFrame() {
+    const std::lock_guard lock(mutex_);
+    if (latest_.texture != 0) {
+        held_.push_back(latest_.texture);
+    }
+    return latest_;
+}
+
+void Drawable::giveBack(const Frame& frame) {
+    const std::lock_guard lock(mutex_);
+    if (const auto place = std::find(held_.begin(), held_.end(), frame.texture);
+        place != held_.end()) {
+        held_.erase(place);
+    }
+}
+
 Picture Drawable::readLatestFrame() const {
-    const Target& target = targets_[static_cast<std::size_t>(newest_)];
+    const Target& target = targets_[newest_];
     if (latestFrame().texture == 0) {
         return {};
     }
@@ -164,6 +193,7 @@ void Drawable::release() {
     }
     const std::lock_guard lock(mutex_);
     latest_ = {};
+    held_.clear();
 }
 
 }  // namespace Mivora::platform

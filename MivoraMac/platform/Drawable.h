@@ -1,8 +1,9 @@
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <vector>
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/platform/Picture.h"
@@ -13,7 +14,8 @@ namespace Mivora::platform {
 ///
 /// Drawing goes into a multisampled colour and depth/stencil framebuffer; `flush` resolves it into
 /// the older of two textures and publishes that one, so the newest complete frame can always be
-/// shown while the next is being drawn.
+/// shown while the next is being drawn. Who shows frames for longer holds them: their textures are
+/// passed over, and others take their turn.
 ///
 /// Threads: as marked. "GL" means a thread on which the owning context is current.
 class MIVORA_EXPORT Drawable {
@@ -21,7 +23,7 @@ class MIVORA_EXPORT Drawable {
     /// The newest published picture.
     struct Frame {
         std::uint32_t texture = 0;  ///< GL name; 0 before the first `flush`
-        PixelSize size;
+        PixelSize size;            ///< of the texture; zero before the first `flush`
         std::uint64_t serial = 0;  ///< counts up by one with every published frame
     };
 
@@ -50,6 +52,14 @@ class MIVORA_EXPORT Drawable {
     /// Thread: any.
     Frame latestFrame() const;
 
+    /// The newest published frame, whose texture is not drawn into until it has been given back as
+    /// often as it was held. Before the first frame there is nothing to hold, nor to give back.
+    /// Thread: any.
+    Frame holdLatestFrame();
+
+    /// Gives back a frame that was held. Thread: any.
+    void giveBack(const Frame& frame);
+
     /// Reads the newest published frame; an empty picture before the first. Thread: GL.
     Picture readLatestFrame() const;
 
@@ -68,6 +78,7 @@ class MIVORA_EXPORT Drawable {
 
     void build(PixelSize size);
     void buildTarget(Target& target);
+    std::size_t targetToDrawInto();
     void releaseMultisampled();
     static void releaseTarget(Target& target);
 
@@ -78,12 +89,13 @@ class MIVORA_EXPORT Drawable {
     std::uint32_t colorBuffer_ = 0;
     std::uint32_t depthStencilBuffer_ = 0;
     PixelSize builtSize_;
-    std::array<Target, 2> targets_;
-    int newest_ = 0;
+    std::vector<Target> targets_{2};  // more than two where frames are held
+    std::size_t newest_ = 0;
 
     mutable std::mutex mutex_;
     PixelSize wantedSize_;
     Frame latest_;
+    std::vector<std::uint32_t> held_;  // textures, each as often as it is held
 };
 
 }  // namespace Mivora::platform

@@ -12,6 +12,17 @@ namespace {
 
 [[gnu::tls_model("initial-exec")]] constinit thread_local GLContext* current = nullptr;
 
+struct HeldFrame {
+    HeldFrame(std::shared_ptr<GLContext> owner, const Drawable::Frame& held)
+        : context(std::move(owner)), frame(held) {}
+    ~HeldFrame() { context->drawable().giveBack(frame); }
+    HeldFrame(const HeldFrame&) = delete;
+    HeldFrame& operator=(const HeldFrame&) = delete;
+
+    const std::shared_ptr<GLContext> context;
+    const Drawable::Frame frame;
+};
+
 }  // namespace
 
 std::shared_ptr<GLContext> GLContext::initWithFormatShareContext(
@@ -52,12 +63,44 @@ GLContext* GLContext::currentContext() {
 }
 
 void GLContext::flushBuffer() {
+    const std::uint64_t before = drawable_.latestFrame().serial;
     drawable_.flush();
+    if (drawable_.latestFrame().serial == before) {
+        return;
+    }
+    FrameHandler handler;
+    {
+        const std::lock_guard lock(handlerMutex_);
+        handler = frameHandler_;
+    }
+    if (handler) {
+        handler();
+    }
+}
+
+void GLContext::setFrameHandler(FrameHandler handler) {
+    const std::lock_guard lock(handlerMutex_);
+    frameHandler_.swap(handler);
+}
+
+std::shared_ptr<const Drawable::Frame> GLContext::holdLatestFrame() {
+    const Drawable::Frame frame = drawable_.holdLatestFrame();
+    if (frame.texture == 0) {
+        return nullptr;
+    }
+    const auto held = std::make_shared<HeldFrame>(shared_from_this(), frame);
+    return {held, &held->frame};
 }
 
 void GLContext::setView(OpenGLView* view) {
+    if (view != view_) {
+        setFrameHandler(nullptr);
+    }
     view_ = view;
     drawable_.setSize(view != nullptr ? view->backingSize() : PixelSize());
+    if (view != nullptr && view->peer() != nullptr) {
+        view->peer()->openGLContextDidChange();
+    }
 }
 
 void GLContext::releaseDrawable() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -42,10 +43,24 @@ class MIVORA_EXPORT GLContext : public std::enable_shared_from_this<GLContext> {
     /// Keeps other threads from using the context between two operations; one thread may lock
     /// several times. Thread: any.
     void lock() { mutex_.lock(); }
+    /// Ends one `lock` of the same thread.
     void unlock() { mutex_.unlock(); }
 
     /// Presents what was drawn into the default framebuffer. Thread: one where this is current.
     virtual void flushBuffer();
+
+    /// What a host does with every frame that a flush presents.
+    using FrameHandler = std::function<void()>;
+
+    /// Has `handler` called at the end of every flush that presents a frame, on the thread of the
+    /// flush, with this context current; an empty one is not called. It is forgotten when the
+    /// context is attached to another view. A call under way may outlast its replacement.
+    /// Thread: any.
+    void setFrameHandler(FrameHandler handler);
+
+    /// Keeps the newest frame for as long as the result or a copy of it lives: nothing is drawn
+    /// into its texture, and this context stays. Null before the first frame. Thread: any.
+    std::shared_ptr<const Drawable::Frame> holdLatestFrame();
 
     /// The number of display refreshes a flush waits for; 0 for none. Hosts without a display
     /// record it only.
@@ -64,21 +79,27 @@ class MIVORA_EXPORT GLContext : public std::enable_shared_from_this<GLContext> {
     /// no area. Thread: one where this is current.
     std::uint32_t defaultFramebuffer() { return drawable_.framebuffer(); }
 
+    /// The format that the context was made with.
     const std::shared_ptr<PixelFormat>& pixelFormat() const { return pixelFormat_; }
 
  protected:
+    /// @param format  not null
     explicit GLContext(std::shared_ptr<PixelFormat> format);
 
     /// Releases the drawable's GL objects; a host's context calls it before it goes. Afterwards
     /// this context is not current on the calling thread.
     void releaseDrawable();
 
-    /// @return whether the context is current afterwards
+    /// Makes the native context current on the calling thread.
+    /// @return whether it is current afterwards
     virtual bool makeCurrent() = 0;
+    /// Leaves the calling thread, where this context is current, without a native context.
     virtual void clearCurrent() = 0;
 
  private:
     std::recursive_mutex mutex_;
+    std::mutex handlerMutex_;
+    FrameHandler frameHandler_;
     std::shared_ptr<PixelFormat> pixelFormat_;
     Drawable drawable_;
     OpenGLView* view_ = nullptr;

@@ -9,6 +9,7 @@
 #include "MivoraMac/platform/MVException.h"
 #include "MivoraMac/platform/Screen.h"
 #include "MivoraMac/platform/headless/HeadlessDisplayLink.h"
+#include "MivoraMac/platform/headless/HeadlessGLContextPrivate.h"
 #include "MivoraMac/platform/headless/HeadlessHost.h"
 
 namespace Mivora::platform {
@@ -67,6 +68,11 @@ Host& Host::current() {
 
 void Host::registerDesktopHost(const char* name, Factory factory) {
     desktopHost() = {name, factory};
+}
+
+std::shared_ptr<GLContext> Host::createGLContext(const std::shared_ptr<PixelFormat>& format,
+                                                 const std::shared_ptr<GLContext>& share) {
+    return HeadlessGLContext::create(format, share);
 }
 
 std::unique_ptr<DisplayLink> Host::createDisplayLink(DisplayLink::Handler refreshed) {

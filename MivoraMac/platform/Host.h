@@ -1,15 +1,20 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/platform/DisplayLink.h"
+#include "MivoraMac/platform/Rect.h"
 
+/// What the library needs of the system below it: windows and native views, events, GL contexts,
+/// threads and queues, timers, files, pictures in memory.
 namespace Mivora::platform {
 
 class GLContext;
 class PixelFormat;
 class Screen;
+class Window;
 
 /// What shows the library's windows: a desktop, or nothing at all.
 ///
@@ -35,16 +40,22 @@ class MIVORA_EXPORT Host {
     /// The value that selects this host in `MIVORA_HOST`.
     virtual const char* name() const = 0;
 
+    /// See `Screen::mainScreen`; never null.
     virtual std::shared_ptr<Screen> mainScreen() = 0;
 
-    /// See `GLContext::initWithFormatShareContext`. Thread: any.
+    /// See `GLContext::initWithFormatShareContext`. Here: a context from EGL that needs no display.
+    /// Thread: any.
     virtual std::shared_ptr<GLContext> createGLContext(const std::shared_ptr<PixelFormat>& format,
-                                                       const std::shared_ptr<GLContext>& share) = 0;
+                                                       const std::shared_ptr<GLContext>& share);
 
     /// A stopped display link that serves all displays until it is tied to one. A host that knows
     /// nothing of refreshes has links at 60 Hz. Thread: any.
     /// @param refreshed  what the link calls at every refresh; an empty function is not called
     virtual std::unique_ptr<DisplayLink> createDisplayLink(DisplayLink::Handler refreshed);
+
+    /// A window that is not on the screen yet; see `Window::initWithTitle`. Thread: main.
+    /// @param content  its size is that of the content, 1 at least
+    virtual std::shared_ptr<Window> createWindow(const std::string& title, const Rect& content) = 0;
 };
 
 }  // namespace Mivora::platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -8,11 +9,15 @@
 
 namespace Mivora::platform {
 
-/// Whether the bytes of a PNG, JPEG or GIF file reach to the end of its first picture. Decoders
-/// fill what is missing with nothing and do not say so.
+/// Where the first picture of a PNG, JPEG, GIF, WebP or run-length encoded BMP file ends, in bytes
+/// from its beginning. Decoders fill what is missing with nothing and do not say so, and some look
+/// into what comes behind.
 ///
 /// Only the structure is read: what lies within it is for the decoder to judge.
-/// @return nothing for files of any other kind
-MIVORA_EXPORT std::optional<bool> imageFileIsComplete(std::span<const std::uint8_t> bytes);
+/// @return 0 when the bytes are over before, when what the picture is made with, such as its
+/// colours,
+///         would lie behind them, and for a GIF picture beyond its screen; nothing for files of any
+///         other kind
+MIVORA_EXPORT std::optional<std::size_t> firstImageEnd(std::span<const std::uint8_t> bytes);
 
 }  // namespace Mivora::platform

@@ -8,13 +8,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <cstring>
+#include <initializer_list>
 #include <new>
+#include <optional>
 #include <span>
+#include <string_view>
 #include <utility>
 
 #include "MivoraMac/platform/BitmapContext.h"
 #include "MivoraMac/platform/ImageFileCheckPrivate.h"
+#include "MivoraMac/platform/LargePagesPrivate.h"
 
 namespace Mivora::platform {
 
@@ -74,19 +77,53 @@ std::string read(const std::string& path, FileContents& contents) {
     return {};
 }
 
-/// What a decoder reports while it works.
+/// What a decoder is told and what it reports while it works.
 struct Progress {
-    bool isTooLarge = false;
+    int maximumExtent;
+    std::size_t fileSize;
+    std::string refusal;      ///< why the decoder is to stop; empty if it is not
     int firstRow = G_MAXINT;  ///< of those decoded
     int endRow = 0;
 };
 
+bool isOneOf(GdkPixbufFormat* format, std::initializer_list<const char*> names) {
+    gchar* const name = format != nullptr ? gdk_pixbuf_format_get_name(format) : nullptr;
+    const bool isNamed = std::any_of(names.begin(), names.end(), [name](const char* candidate) {
+        return g_strcmp0(name, candidate) == 0;
+    });
+    g_free(name);
+    return isNamed;
+}
+
+/// Whether so small a file cannot hold a picture that large.
+bool isMoreThanBytesHold(GdkPixbufFormat* format, gint width, gint height, std::size_t fileSize) {
+    // The most that a byte of these formats says: 1,032 bytes of single bits, in a PNG. In others
+    // nothing bounds the size of a picture of one colour.
+    constexpr std::size_t kPixelsPerByte = std::size_t{1032} * 8;
+    const auto pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    return pixels / kPixelsPerByte > fileSize && isOneOf(format, {"png", "jpeg", "gif", "bmp"});
+}
+
 /// Called when the size is known and nothing has been allocated for the pixels.
 void sizePrepared(GdkPixbufLoader* loader, gint width, gint height, gpointer data) {
-    if (width > ImageSource::kMaximumExtent || height > ImageSource::kMaximumExtent) {
-        static_cast<Progress*>(data)->isTooLarge = true;
-        gdk_pixbuf_loader_set_size(loader, 0, 0);  // makes the decoder stop
+    auto* progress = static_cast<Progress*>(data);
+    if (width > progress->maximumExtent || height > progress->maximumExtent) {
+        progress->refusal =
+            "the image is larger than " + std::to_string(progress->maximumExtent) + " pixels";
+    } else if (isMoreThanBytesHold(gdk_pixbuf_loader_get_format(loader), width, height,
+                                   progress->fileSize)) {
+        progress->refusal = "the file is too small for its picture of " + std::to_string(width) +
+                            " x " + std::to_string(height) + " pixels";
+    } else {
+        return;
     }
+    gdk_pixbuf_loader_set_size(loader, 0, 0);  // makes the decoder stop
+}
+
+/// Called when the memory for the pixels is there, which most decoders have not written to yet.
+void areaPrepared(GdkPixbufLoader* loader, gpointer /*data*/) {
+    GdkPixbuf* const pixbuf = gdk_pixbuf_loader_get_pixbuf(loader);
+    preferLargePages(gdk_pixbuf_get_pixels(pixbuf), gdk_pixbuf_get_byte_length(pixbuf));
 }
 
 void areaUpdated(GdkPixbufLoader* /*loader*/, gint /*x*/, gint y, gint /*width*/, gint height,
@@ -103,11 +140,17 @@ std::string take(GError* error) {
 }
 
 /// @return an empty text, or why not
-std::string decode(GdkPixbufLoader* loader, const FileContents& contents) {
+std::string decode(GdkPixbufLoader* loader, std::span<const std::uint8_t> bytes) {
     GError* writeError = nullptr;
     GError* closeError = nullptr;
-    const bool written =
-        gdk_pixbuf_loader_write(loader, contents.bytes.get(), contents.size, &writeError) != FALSE;
+    bool written =
+        gdk_pixbuf_loader_write(loader, bytes.data(), bytes.size(), &writeError) != FALSE;
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (written && text.starts_with("GIF8")) {
+        // There may be more frames until the file says that there are none.
+        constexpr guchar kEnd = ';';
+        written = gdk_pixbuf_loader_write(loader, &kEnd, 1, &writeError) != FALSE;
+    }
     // A loader has to be closed in any case. After a failed write this repeats the failure.
     const bool closed = gdk_pixbuf_loader_close(loader, &closeError) != FALSE;
     if (!written) {
@@ -117,37 +160,51 @@ std::string decode(GdkPixbufLoader* loader, const FileContents& contents) {
     return closed ? std::string() : take(closeError);
 }
 
-/// Whether a decoder has multiplied the colours by alpha: that of TIFF files does, all others leave
-/// them straight.
-bool isPremultiplied(GdkPixbufFormat* format) {
-    gchar* const name = format != nullptr ? gdk_pixbuf_format_get_name(format) : nullptr;
-    const bool isTIFF = g_strcmp0(name, "tiff") == 0;
-    g_free(name);
-    return isTIFF;
+/// Whether a picture of four bytes a pixel is opaque everywhere.
+bool isOpaque(const BitmapImage& image) {
+    for (int y = 0; y < image.size().height; ++y) {
+        const std::uint8_t* const row = image.row(y);
+        std::uint8_t alpha = 255;
+        for (int x = 0; x < image.size().width; ++x) {
+            alpha &= row[4 * x + 3];
+        }
+        if (alpha != 255) {
+            return false;
+        }
+    }
+    return true;
 }
 
-std::shared_ptr<const BitmapImage> imageOfPixbuf(GdkPixbuf* pixbuf, GdkPixbufFormat* format) {
+std::shared_ptr<const BitmapImage> imageOfPixbuf(GdkPixbuf* pixbuf, GdkPixbufFormat* format,
+                                                 int maximumExtent) {
     const PixelSize size = {gdk_pixbuf_get_width(pixbuf), gdk_pixbuf_get_height(pixbuf)};
-    if (gdk_pixbuf_get_bits_per_sample(pixbuf) != 8 || size.width > ImageSource::kMaximumExtent ||
-        size.height > ImageSource::kMaximumExtent) {
+    if (gdk_pixbuf_get_bits_per_sample(pixbuf) != 8 || size.width > maximumExtent ||
+        size.height > maximumExtent) {
         return nullptr;
     }
     const std::shared_ptr<GdkPixbuf> owner(GDK_PIXBUF(g_object_ref(pixbuf)), Unref());
     guchar* const bytes = gdk_pixbuf_get_pixels(pixbuf);
     const std::shared_ptr<const std::uint8_t> pixels(owner, bytes);
     const auto bytesPerRow = static_cast<std::size_t>(gdk_pixbuf_get_rowstride(pixbuf));
-    if (gdk_pixbuf_get_has_alpha(pixbuf) == FALSE) {
-        return BitmapImage::create(size, AlphaInfo::None, bytesPerRow, pixels);
+    const bool hasAlpha = gdk_pixbuf_get_has_alpha(pixbuf) != FALSE;
+    auto image = BitmapImage::create(size, hasAlpha ? AlphaInfo::Last : AlphaInfo::None,
+                                     bytesPerRow, pixels);
+    if (!image || !hasAlpha) {
+        return image;
     }
-    if (!isPremultiplied(format)) {
+    // These decoders add alpha to pictures that have none.
+    if (isOneOf(format, {"jpeg", "gif", "bmp", "tiff"}) && isOpaque(*image)) {
+        return BitmapImage::create(size, AlphaInfo::NoneSkipLast, bytesPerRow, pixels);
+    }
+    // The decoder of TIFF files multiplies the colours by alpha, all others leave them straight.
+    if (!isOneOf(format, {"tiff"})) {
         // In place: nobody else has seen these pixels, and new memory would cost as much again.
-        const auto straight = BitmapImage::create(size, AlphaInfo::Last, bytesPerRow, pixels);
         auto context =
             BitmapContext::create(bytes, size, bytesPerRow, AlphaInfo::PremultipliedLast);
-        if (!straight || !context) {
+        if (!context) {
             return nullptr;
         }
-        context->drawImage(*straight);
+        context->drawImage(*image);
     }
     return BitmapImage::create(size, AlphaInfo::PremultipliedLast, bytesPerRow, pixels);
 }
@@ -163,21 +220,30 @@ ImageSource::Result ImageSource::firstImageOfFile(const std::string& path) {
     if (std::string reason = read(path, contents); !reason.empty()) {
         return failure(std::move(reason));
     }
-    const std::optional<bool> isComplete =
-        imageFileIsComplete({contents.bytes.get(), contents.size});
-    if (isComplete == false) {
-        return failure("the file is cut short");
+    return firstImageOfBytes({contents.bytes.get(), contents.size});
+}
+
+ImageSource::Result ImageSource::firstImageOfBytes(std::span<const std::uint8_t> bytes,
+                                                   int maximumExtent) {
+    if (bytes.empty()) {
+        return failure("the file is empty");
     }
+    const std::optional<std::size_t> end = firstImageEnd(bytes);
+    if (end == 0U) {
+        return failure("the file is cut short or damaged");
+    }
+    bytes = bytes.first(end.value_or(bytes.size()));
 
     const Loader loader(gdk_pixbuf_loader_new());
-    Progress progress;
+    Progress progress{std::min(maximumExtent, kMaximumExtent), bytes.size(), {}};
     g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(sizePrepared), &progress);
-    if (!isComplete.has_value()) {
+    g_signal_connect(loader.get(), "area-prepared", G_CALLBACK(areaPrepared), nullptr);
+    if (!end.has_value()) {
         g_signal_connect(loader.get(), "area-updated", G_CALLBACK(areaUpdated), &progress);
     }
-    std::string reason = decode(loader.get(), contents);
-    if (progress.isTooLarge) {
-        return failure("the image is larger than " + std::to_string(kMaximumExtent) + " pixels");
+    std::string reason = decode(loader.get(), bytes);
+    if (!progress.refusal.empty()) {
+        return failure(std::move(progress.refusal));
     }
     if (!reason.empty()) {
         return failure(std::move(reason));
@@ -186,12 +252,12 @@ ImageSource::Result ImageSource::firstImageOfFile(const std::string& path) {
     if (pixbuf == nullptr) {
         return failure("the file holds no picture");
     }
-    if (!isComplete.has_value() &&
+    if (!end.has_value() &&
         (progress.firstRow > 0 || progress.endRow < gdk_pixbuf_get_height(pixbuf))) {
         return failure("the file is cut short");
     }
     std::shared_ptr<const BitmapImage> image =
-        imageOfPixbuf(pixbuf, gdk_pixbuf_loader_get_format(loader.get()));
+        imageOfPixbuf(pixbuf, gdk_pixbuf_loader_get_format(loader.get()), progress.maximumExtent);
     return image ? Result{std::move(image), {}} : failure("pixels of an unknown format");
 }
 

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "MivoraMac/Export.h"
@@ -15,7 +18,7 @@ namespace Mivora::platform {
 class MIVORA_EXPORT ImageSource {
  public:
     /// The most pixels of a width or height. What claims more is refused before memory is taken
-    /// for it.
+    /// for it, as is what claims more than so many bytes can hold.
     static constexpr int kMaximumExtent = 16384;
     /// The most bytes of a file.
     static constexpr std::size_t kMaximumFileSize = std::size_t{1} << 30;
@@ -27,11 +30,19 @@ class MIVORA_EXPORT ImageSource {
     };
 
     /// The first picture of a file, with premultiplied alpha or none, as it is stored: a turn that
-    /// the file's metadata asks for is not made.
+    /// the file's metadata asks for is not made. A GIF, BMP or TIFF picture that is opaque
+    /// everywhere counts as one without alpha.
     ///
     /// Fails for what is not a readable regular file, and where any of the picture is missing.
     /// Never throws.
     static Result firstImageOfFile(const std::string& path);
+
+    /// The same of the contents of a file.
+    /// @param bytes          not kept
+    /// @param maximumExtent  the most pixels of a width or height, if that is to be less than
+    ///                       `kMaximumExtent`
+    static Result firstImageOfBytes(std::span<const std::uint8_t> bytes,
+                                    int maximumExtent = kMaximumExtent);
 };
 
 }  // namespace Mivora::platform

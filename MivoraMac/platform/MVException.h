@@ -24,8 +24,11 @@ class MIVORA_EXPORT MVException : public std::exception {
     MVException(std::string name, std::string reason);
     ~MVException() override;
 
+    /// What programs compare.
     const std::string& name() const noexcept { return name_; }
+    /// What people read.
     const std::string& reason() const noexcept { return reason_; }
+    /// "name: reason".
     const char* what() const noexcept override { return what_.c_str(); }
 
  private:

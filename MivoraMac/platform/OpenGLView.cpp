@@ -5,47 +5,68 @@
 #include <limits>
 #include <utility>
 
+#include "MivoraMac/platform/DebugLog.h"
 #include "MivoraMac/platform/GLContext.h"
+#include "MivoraMac/platform/NativeWindow.h"
 #include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/WorkQueue.h"
 
 namespace Mivora::platform {
 
 namespace {
 
-double extent(double value) {
-    return value > 0 ? value : 0;
+int wholePixels(double pixels) {
+    constexpr double kMaximum = std::numeric_limits<int>::max();
+    return static_cast<int>(std::min(pixels, kMaximum));
 }
 
-int pixels(double points, double scale) {
-    constexpr double kMaximum = std::numeric_limits<int>::max();
-    return static_cast<int>(std::min(points * scale, kMaximum));
+bool isTracked(const OpenGLView& view, const Event& event, unsigned option) {
+    return std::any_of(
+        view.trackingAreas().begin(), view.trackingAreas().end(), [&](const auto& area) {
+            return (area->options & option) != 0 && (event.type != Event::Type::MouseMoved ||
+                                                     area->rect.contains(event.locationInWindow));
+        });
 }
 
 }  // namespace
 
+OpenGLView::Peer::~Peer() = default;
+
+void OpenGLView::Peer::openGLContextDidChange() {}
+void OpenGLView::Peer::viewIsGoing() {}
+
 OpenGLView::OpenGLView() : backingScaleFactor_(Screen::mainScreen()->backingScaleFactor()) {}
 
 OpenGLView::~OpenGLView() {
+    if (Peer* const peer = std::exchange(peer_, nullptr)) {
+        peer->viewIsGoing();
+    }
     if (context_ && context_->view() == this) {
         context_->setView(nullptr);
     }
 }
 
-void OpenGLView::setBounds(const Rect& bounds) {
-    bounds_ = {bounds.x, bounds.y, extent(bounds.width), extent(bounds.height)};
-    resizeDrawable();
-}
-
 void OpenGLView::setBackingScaleFactor(double factor) {
-    if (std::isfinite(factor) && factor > 0) {
-        backingScaleFactor_ = factor;
-        resizeDrawable();
+    if (takeBackingScaleFactor(factor)) {
+        shape();
     }
 }
 
+void OpenGLView::setWantsBestResolutionOpenGLSurface(bool wantsBestResolution) {
+    if (wantsBestResolution_ != wantsBestResolution) {
+        wantsBestResolution_ = wantsBestResolution;
+        shape();
+    }
+}
+
+Rect OpenGLView::convertRectToBacking(const Rect& rect) const {
+    const double scale = wantsBestResolution_ ? backingScaleFactor_ : 1.0;
+    return {rect.x * scale, rect.y * scale, rect.width * scale, rect.height * scale};
+}
+
 PixelSize OpenGLView::backingSize() const {
-    return {pixels(bounds_.width, backingScaleFactor_),
-            pixels(bounds_.height, backingScaleFactor_)};
+    const Rect backing = convertRectToBacking(bounds());
+    return {wholePixels(backing.width), wholePixels(backing.height)};
 }
 
 void OpenGLView::setPixelFormat(std::shared_ptr<PixelFormat> format) {
@@ -59,10 +80,111 @@ void OpenGLView::setOpenGLContext(std::shared_ptr<GLContext> context) {
     context_ = std::move(context);
 }
 
-void OpenGLView::resizeDrawable() {
+bool OpenGLView::isOpaque() const {
+    return false;
+}
+
+void OpenGLView::addTrackingArea(const std::shared_ptr<const TrackingArea>& area) {
+    if (area) {
+        trackingAreas_.push_back(area);
+    }
+}
+
+void OpenGLView::removeTrackingArea(const std::shared_ptr<const TrackingArea>& area) {
+    std::erase(trackingAreas_, area);
+}
+
+void OpenGLView::deliver(const std::shared_ptr<const Event>& event) {
+    if (!event) {
+        return;
+    }
+    const std::shared_ptr<View> kept = weak_from_this().lock();
+    const auto dispatch = [&] { this->dispatch(event); };
+    runLogged(dispatch);
+}
+
+void OpenGLView::dispatch(const std::shared_ptr<const Event>& event) {
+    switch (event->type) {
+        case Event::Type::MouseDown:
+            return mouseDown(event);
+        case Event::Type::MouseDragged:
+            return mouseDragged(event);
+        case Event::Type::MouseUp:
+            return mouseUp(event);
+        case Event::Type::RightMouseDown:
+            return rightMouseDown(event);
+        case Event::Type::RightMouseDragged:
+            return rightMouseDragged(event);
+        case Event::Type::RightMouseUp:
+            return rightMouseUp(event);
+        case Event::Type::MouseEntered:
+            return isTracked(*this, *event, TrackingArea::MouseEnteredAndExited)
+                       ? mouseEntered(event)
+                       : void();
+        case Event::Type::MouseMoved:
+            return isTracked(*this, *event, TrackingArea::MouseMoved) ? mouseMoved(event) : void();
+        case Event::Type::MouseExited:
+            return isTracked(*this, *event, TrackingArea::MouseEnteredAndExited)
+                       ? mouseExited(event)
+                       : void();
+        case Event::Type::ScrollWheel:
+            return scrollWheel(event);
+    }
+}
+
+void OpenGLView::settleInWindow() {
+    const std::shared_ptr<NativeWindow> in = window();
+    if (in) {
+        takeBackingScaleFactor(in->backingScaleFactor());
+    }
+    viewDidMoveToWindow();
+    if (in && window() == in) {
+        shape();
+    }
+}
+
+/// @return whether the factor is another one
+bool OpenGLView::takeBackingScaleFactor(double factor) {
+    if (!std::isfinite(factor) || factor <= 0 || factor == backingScaleFactor_) {
+        return false;
+    }
+    backingScaleFactor_ = factor;
+    viewDidChangeBackingProperties();
+    return true;
+}
+
+void OpenGLView::boundsDidChange() {
+    updateTrackingAreas();
+    shape();
+}
+
+void OpenGLView::subviewsDidChange() {
+    View::subviewsDidChange();
+    if (peer_ != nullptr) {
+        peer_->subviewsDidChange();
+    }
+}
+
+void OpenGLView::shape() {
     if (context_ && context_->view() == this) {
         context_->drawable().setSize(backingSize());
     }
+    reshape();
 }
+
+void OpenGLView::reshape() {}
+void OpenGLView::renewGState() {}
+void OpenGLView::updateTrackingAreas() {}
+void OpenGLView::viewDidChangeBackingProperties() {}
+void OpenGLView::mouseDown(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::mouseDragged(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::mouseUp(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::rightMouseDown(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::rightMouseDragged(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::rightMouseUp(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::mouseEntered(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::mouseMoved(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::mouseExited(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::scrollWheel(const std::shared_ptr<const Event>& /*event*/) {}
 
 }  // namespace Mivora::platform

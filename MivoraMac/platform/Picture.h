@@ -11,16 +11,22 @@ namespace Mivora::platform {
 
 /// A size in pixels.
 struct PixelSize {
+    /// From left to right.
     int width = 0;
+    /// From top to bottom.
     int height = 0;
+    /// Compares both.
     bool operator==(const PixelSize&) const = default;
 };
 
 /// Pixels of 8-bit red, green, blue and alpha, top row first, rows tightly packed.
 struct MIVORA_EXPORT Picture {
+    /// Width and height; zero for an empty picture.
     PixelSize size;
+    /// Four bytes a pixel: as many as the area of `size` takes.
     std::vector<std::uint8_t> rgba;
 
+    /// Whether there are no pixels.
     bool isEmpty() const { return rgba.empty(); }
 
     /// One pixel; all zero outside the picture.

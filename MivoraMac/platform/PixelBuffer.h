@@ -37,8 +37,10 @@ class MIVORA_EXPORT PixelBuffer {
                                                std::uint32_t pixelFormatType);
     ~PixelBuffer();
 
+    /// In pixels.
     std::uint64_t width() const { return width_; }
     std::uint64_t height() const { return height_; }
+    /// As given at creation.
     std::uint32_t pixelFormatType() const { return pixelFormatType_; }
 
     /// Makes the pixels accessible to the calling thread, once no other thread has them locked.

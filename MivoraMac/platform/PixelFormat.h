@@ -15,7 +15,7 @@ class MIVORA_EXPORT PixelFormat {
  public:
     /// The words of an attribute list. Those marked "value" are followed by one.
     enum Attribute : std::uint32_t {
-        End = 0,
+        End = 0,             ///< ends the list
         DoubleBuffer = 5,    ///< drawing becomes visible on `GLContext::flushBuffer` only
         DepthSize = 12,      ///< value: bits
         StencilSize = 13,    ///< value: bits
@@ -24,6 +24,7 @@ class MIVORA_EXPORT PixelFormat {
         Multisample = 59,    ///< several samples a pixel
         OpenGLProfile = 99,  ///< value: `ProfileVersion3_2Core`
     };
+    /// The value of `OpenGLProfile`: the core profile of OpenGL 3.2.
     static constexpr std::uint32_t ProfileVersion3_2Core = 0x3200;
 
     /// @param attributes  a list that ends with `End`
@@ -35,7 +36,9 @@ class MIVORA_EXPORT PixelFormat {
     /// The list as given, its end included.
     const std::vector<std::uint32_t>& attributes() const { return attributes_; }
 
+    /// Whether the list has `DoubleBuffer`.
     bool doubleBuffer() const { return doubleBuffer_; }
+    /// As the list has them, in bits; 0 where it does not.
     int depthSize() const { return depthSize_; }
     int stencilSize() const { return stencilSize_; }
     /// Samples a pixel; 0 without multisampling.

@@ -60,6 +60,8 @@ class MIVORA_EXPORT ObservableObject {
     std::size_t observerCount() const;
 
  protected:
+    /// What a subclass calls right before and right after it changes a property.
+    /// Observers are called within.
     void willChangeValueForKey(std::string_view key) { notify(key, PropertyChange::Will); }
     void didChangeValueForKey(std::string_view key) { notify(key, PropertyChange::Did); }
 

@@ -70,6 +70,7 @@ class MIVORA_EXPORT RunLoop : public std::enable_shared_from_this<RunLoop> {
  private:
     friend struct ::MVMaker;
     friend class MainThread;
+    friend class Timer;
 
     enum class Kind { Main, Own };
 

@@ -28,8 +28,9 @@ class MIVORA_EXPORT QueueScope {
     /// Shared ownership of this scope; the queue takes it once for a run of closures, not for
     /// each. Thread: the submitting one.
     virtual std::shared_ptr<QueueScope> retainScope() = 0;
-    /// Thread: the queue's.
+    /// Called before the first closure of a run. Thread: the queue's.
     virtual void enterScope() = 0;
+    /// Called after the last closure of a run. Thread: the queue's.
     virtual void leaveScope() = 0;
 };
 
@@ -42,6 +43,7 @@ class MIVORA_EXPORT QueueScope {
 class MIVORA_EXPORT SerialQueue : public WorkQueue,
                                   public std::enable_shared_from_this<SerialQueue> {
  public:
+    /// Where closures run.
     enum class Execution {
         SharedPool,  ///< on any thread of the pool, or on that of a synchronous caller
         OwnThread,   ///< always on one thread that belongs to the queue

@@ -41,6 +41,7 @@ class MIVORA_EXPORT WorkQueue {
     /// Makes a queue the current one of this thread for the duration of a scope.
     class MIVORA_EXPORT CurrentScope {
      public:
+        /// @param queue  null for none; held by the caller
         explicit CurrentScope(WorkQueue* queue);
         ~CurrentScope();
         CurrentScope(const CurrentScope&) = delete;
@@ -63,9 +64,11 @@ class MIVORA_EXPORT WorkQueue {
     std::atomic<Specific*> specifics_{nullptr};
 };
 
-/// Calls `closure` and logs whatever it throws: the one rule for exceptions in queued work.
+/// Logs the exception that is being handled, with the label of the current queue. In a handler of
+/// exceptions only.
 MIVORA_EXPORT void logClosureException() noexcept;
 
+/// Calls `closure` and logs whatever it throws: the one rule for exceptions in queued work.
 template <class Closure>
 void runLogged(Closure& closure) noexcept {
     try {

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "MivoraMac/platform/GLContext.h"
+#include "MivoraMac/platform/OpenGLView.h"
 #include "tests/support/GLTest.h"
 
 using Mivora::platform::Drawable;
@@ -138,7 +139,143 @@ TEST_F(DrawableTest, releaseDeletesEverythingAndDrawingCanStartAgain) {
     EXPECT_EQ(drawable_.latestFrame().serial, 1U);
 }
 
-class GLContextTest : public Mivora::tests::GLTest {};
+TEST_F(DrawableTest, aHeldFrameIsNotDrawnIntoUntilItIsGivenBack) {
+    drawable_.setSize({8, 4});
+    onQueue([this] { paint(1, 0, 0); });
+    const Drawable::Frame held = drawable_.holdLatestFrame();
+    EXPECT_EQ(held.texture, drawable_.latestFrame().texture);
+    std::set<std::uint32_t> textures;
+    for (int i = 0; i < 6; ++i) {
+        onQueue([this] { paint(0, 0, 1); });
+        textures.insert(drawable_.latestFrame().texture);
+    }
+    EXPECT_FALSE(textures.contains(held.texture));
+    EXPECT_THAT(textures, SizeIs(2)) << "one more takes its place";
+
+    drawable_.giveBack(held);
+    for (int i = 0; i < 6; ++i) {
+        onQueue([this] { paint(0, 0, 1); });
+        textures.insert(drawable_.latestFrame().texture);
+    }
+    EXPECT_THAT(textures, SizeIs(3)) << "its turn comes again";
+}
+
+TEST_F(DrawableTest, aFrameIsHeldAsOftenAsItIsAskedFor) {
+    drawable_.setSize({8, 4});
+    onQueue([this] { paint(1, 0, 0); });
+    const Drawable::Frame held = drawable_.holdLatestFrame();
+    drawable_.holdLatestFrame();
+    drawable_.giveBack(held);
+    for (int i = 0; i < 4; ++i) {
+        onQueue([this] { paint(0, 0, 1); });
+        EXPECT_NE(drawable_.latestFrame().texture, held.texture);
+    }
+    drawable_.giveBack(held);
+    drawable_.giveBack(held);
+}
+
+TEST_F(DrawableTest, severalFramesCanBeHeldAtOnceAndKeepTheirSizes) {
+    drawable_.setSize({8, 4});
+    std::set<std::uint32_t> held;
+    for (int i = 0; i < 5; ++i) {
+        onQueue([this] { paint(1, 0, 0); });
+        held.insert(drawable_.holdLatestFrame().texture);
+    }
+    EXPECT_THAT(held, SizeIs(5));
+    drawable_.setSize({6, 10});
+    onQueue([&] {
+        paint(0, 1, 0);
+        for (const std::uint32_t texture : held) {
+            GLint width = 0;
+            glBindTexture(GL_TEXTURE_2D, texture);
+            glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, &width);
+            EXPECT_EQ(width, 8);
+        }
+        glBindTexture(GL_TEXTURE_2D, 0);
+    });
+}
+
+TEST_F(DrawableTest, beforeTheFirstFrameThereIsNothingToHold) {
+    const Drawable::Frame none = drawable_.holdLatestFrame();
+    EXPECT_EQ(none.texture, 0U);
+    drawable_.giveBack(none);
+}
+
+class GLContextTest : public Mivora::tests::GLTest {
+ protected:
+    /// A context with a frame on it.
+    std::shared_ptr<GLContext> contextWithFrame() {
+        auto context =
+            GLContext::initWithFormatShareContext(context_->pixelFormat(), context_->mv_context());
+        context->drawable().setSize({4, 4});
+        present(*context);
+        return context;
+    }
+
+    static void present(GLContext& context) {
+        context.makeCurrentContext();
+        glBindFramebuffer(GL_FRAMEBUFFER, context.defaultFramebuffer());
+        context.flushBuffer();
+        GLContext::clearCurrentContext();
+    }
+};
+
+TEST_F(GLContextTest, aHeldFrameKeepsItsTextureAndItsContext) {
+    auto context = contextWithFrame();
+    const std::weak_ptr<GLContext> weak = context;
+    auto held = context->holdLatestFrame();
+    ASSERT_NE(held, nullptr);
+    EXPECT_EQ(held->texture, context->drawable().latestFrame().texture);
+    present(*context);
+    present(*context);
+    EXPECT_NE(context->drawable().latestFrame().texture, held->texture);
+    context.reset();
+    EXPECT_FALSE(weak.expired());
+    EXPECT_FALSE(gl_->liveObjects().empty());
+    held.reset();
+    EXPECT_TRUE(weak.expired());
+    EXPECT_THAT(gl_->liveObjects(), IsEmpty());
+}
+
+TEST_F(GLContextTest, withoutAFrameNothingIsHeld) {
+    auto context = GLContext::initWithFormatShareContext(context_->pixelFormat(), nullptr);
+    EXPECT_EQ(context->holdLatestFrame(), nullptr);
+}
+
+TEST_F(GLContextTest, everyFrameIsToldToTheHandlerWhereItWasDrawn) {
+    auto context = contextWithFrame();
+    int frames = 0;
+    context->setFrameHandler([&, named = context.get()] {
+        ++frames;
+        EXPECT_EQ(GLContext::currentContext(), named);
+    });
+    present(*context);
+    present(*context);
+    EXPECT_EQ(frames, 2);
+    context->drawable().setSize({0, 4});
+    present(*context);
+    EXPECT_EQ(frames, 2) << "without an area there is no frame";
+    context->drawable().setSize({4, 4});
+    context->setFrameHandler(nullptr);
+    present(*context);
+    EXPECT_EQ(frames, 2);
+}
+
+TEST_F(GLContextTest, theFrameHandlerGoesWhenTheViewIsAnother) {
+    auto context = contextWithFrame();
+    int frames = 0;
+    Mivora::platform::OpenGLView view;
+    view.setBounds({0, 0, 4, 4});
+    context->setView(&view);
+    context->setFrameHandler([&] { ++frames; });
+    context->setView(&view);
+    present(*context);
+    EXPECT_EQ(frames, 1) << "attaching it again changes nothing";
+    context->setView(nullptr);
+    context->drawable().setSize({4, 4});
+    present(*context);
+    EXPECT_EQ(frames, 1);
+}
 
 TEST_F(GLContextTest, withoutAFormatThereIsNoContext) {
     EXPECT_EQ(GLContext::initWithFormatShareContext(nullptr, nullptr), nullptr);

@@ -14,6 +14,7 @@
 #include "MivoraMac/platform/GLContext.h"
 #include "MivoraMac/platform/MVException.h"
 #include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/Window.h"
 #include "MivoraMac/platform/headless/HeadlessHost.h"
 #include "tests/platform/ScopedEnvironment.h"
 #include "tests/platform/ThreadsafeDeathTest.h"
@@ -24,7 +25,9 @@ using Mivora::platform::HeadlessHost;
 using Mivora::platform::HeadlessScreen;
 using Mivora::platform::Host;
 using Mivora::platform::PixelFormat;
+using Mivora::platform::Rect;
 using Mivora::platform::Screen;
+using Mivora::platform::Window;
 using Mivora::tests::ScopedEnvironment;
 using Mivora::tests::ThreadsafeDeathTest;
 
@@ -37,6 +40,9 @@ class FakeDesktop : public Host {
     std::shared_ptr<Screen> mainScreen() override { return screen_; }
     std::shared_ptr<GLContext> createGLContext(const std::shared_ptr<PixelFormat>&,
                                                const std::shared_ptr<GLContext>&) override {
+        return nullptr;
+    }
+    std::shared_ptr<Window> createWindow(const std::string&, const Rect&) override {
         return nullptr;
     }
 

@@ -3,6 +3,7 @@
 #include <gdk-pixbuf/gdk-pixbuf.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -23,6 +24,7 @@ using Bytes = std::string;
 /// A picture whose every pixel differs from its neighbours, with alphas of all kinds or of 255.
 inline platform::Picture testPicture(int width, int height, bool hasAlpha) {
     platform::Picture picture{{width, height}, {}};
+    picture.rgba.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             for (const int value :
@@ -59,12 +61,15 @@ inline platform::Picture flipped(const platform::Picture& picture) {
 /// The pixels of a bitmap image with bytes in the order of their names.
 inline platform::Picture pictureOf(const platform::BitmapImage& image) {
     platform::Picture picture{image.size(), {}};
+    const auto width = static_cast<std::size_t>(image.size().width);
+    picture.rgba.resize(width * static_cast<std::size_t>(image.size().height) * 4);
+    const std::size_t bytes = image.bytesPerPixel();
+    std::uint8_t* to = picture.rgba.data();
     for (int y = 0; y < image.size().height; ++y) {
-        for (int x = 0; x < image.size().width; ++x) {
-            const std::size_t bytes = image.bytesPerPixel();
-            const std::uint8_t* const pixel = image.row(y) + static_cast<std::size_t>(x) * bytes;
-            picture.rgba.insert(picture.rgba.end(), pixel, pixel + 3);
-            picture.rgba.push_back(bytes == 4 ? pixel[3] : 255);
+        const std::uint8_t* pixel = image.row(y);
+        for (std::size_t x = 0; x < width; ++x, pixel += bytes, to += 4) {
+            std::copy_n(pixel, 3, to);
+            to[3] = bytes == 4 ? pixel[3] : 255;
         }
     }
     return picture;

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/fsuid.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,7 +11,9 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <random>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
@@ -46,13 +49,13 @@ class ImageSourceTest : public testing::Test {
 
     /// Expects an image of these pixels, which have straight alpha, and whose alpha info tells
     /// whether there is any.
-    void expectImage(const Bytes& contents, const Picture& expected, bool hasAlpha) const {
+    void expectImage(const Bytes& contents, const Picture& expected, bool isWithAlpha) const {
         const ImageSource::Result result = load(contents);
         ASSERT_NE(result.image, nullptr) << result.failure;
         EXPECT_THAT(result.failure, IsEmpty());
         EXPECT_EQ(result.image->size(), expected.size);
-        EXPECT_EQ(result.image->alphaInfo(),
-                  hasAlpha ? AlphaInfo::PremultipliedLast : AlphaInfo::None);
+        EXPECT_EQ(hasAlpha(result.image->alphaInfo()), isWithAlpha);
+        EXPECT_NE(result.image->alphaInfo(), AlphaInfo::Last);
         EXPECT_EQ(pictureOf(*result.image).rgba, premultiplied(expected).rgba);
     }
     void expectOpaque(const Bytes& contents, const Picture& expected) const {
@@ -81,7 +84,8 @@ TEST_F(ImageSourceTest, losslessFormatsYieldTheirPixels) {
         expectOpaque(encoded(opaque, "png", false), opaque);
         expectAlpha(encoded(withAlpha, "png", true), withAlpha);
         expectOpaque(encoded(opaque, "bmp", false), opaque);
-        expectAlpha(encoded(withAlpha, "tiff", true), withAlpha);
+        // A single pixel of this picture is opaque, and so the TIFF file has no alpha.
+        expectImage(encoded(withAlpha, "tiff", true), withAlpha, width > 1);
     }
 }
 
@@ -190,13 +194,15 @@ TEST_F(ImageSourceTest, whatIsNoReadableFileFails) {
 }
 
 TEST_F(ImageSourceTest, aFileWithoutPermissionFails) {
-    if (::geteuid() == 0) {
-        GTEST_SKIP() << "root may read every file";
-    }
     const std::string path =
         folder_.write("a.png", encoded(testPicture(2, 2, false), "png", false));
     ASSERT_EQ(::chmod(path.c_str(), 0), 0);
-    expectFailure(ImageSource::firstImageOfFile(path), "denied");
+    // Root may read every file; this thread is nobody to the file system for the moment.
+    constexpr uid_t kNobody = 65534;
+    ::setfsuid(kNobody);
+    const ImageSource::Result result = ImageSource::firstImageOfFile(path);
+    ::setfsuid(::geteuid());
+    expectFailure(result, "denied");
 }
 
 TEST_F(ImageSourceTest, aFileThatIsNoPictureFails) {
@@ -305,6 +311,77 @@ TEST_F(ImageSourceTest, absurdDimensionsFailBeforeMemoryIsTakenForThem) {
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024) << "kilobytes";
 }
 
+TEST_F(ImageSourceTest, aPictureThatItsFileIsTooSmallForFailsBeforeMemoryIsTakenForIt) {
+    rusage before{};
+    ::getrusage(RUSAGE_SELF, &before);
+    expectFailure(load(PNGFile(16384, 16384, 8, PNGFile::ColorAlpha).pixels("x").end()),
+                  "too small for its picture of 16384 x 16384 pixels");
+    expectFailure(load(bmpFile(16000, 16000)), "too small");
+    expectFailure(load(gifFile(16384, 0, {{1, 2, 3}}).replace(8, 2, 2, '\x40')));
+    rusage after{};
+    ::getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024) << "kilobytes";
+}
+
+TEST_F(ImageSourceTest, aBMPOfMoreColorsThanItHoldsFails) {
+    Bytes bytes = bmpFile(3, 3);
+    ASSERT_NE(load(bytes).image, nullptr);
+    bytes.replace(46, 4, 4, '\xFF');
+    expectFailure(load(bytes), "cut short");
+}
+
+TEST_F(ImageSourceTest, aBMPWhosePixelsLieBehindItsEndFails) {
+    Bytes bytes = bmpFile(3, 3);
+    bytes.replace(10, 4, 4, '\xF0');
+    expectFailure(load(bytes), "cut short");
+}
+
+TEST_F(ImageSourceTest, aGIFWhoseFirstFrameIsNotOnItsScreenFails) {
+    const Bytes whole = gifFile(16, 16, {{1, 2, 3}});
+    const std::size_t frame = whole.find(',', 13 + 128 * 3 + 8);
+    const auto with = [&](std::size_t offset, char value) {
+        Bytes bytes = whole;
+        bytes[frame + offset] = value;
+        return load(bytes);
+    };
+    constexpr std::size_t kLeft = 1;
+    constexpr std::size_t kTop = 3;
+    constexpr std::size_t kWidth = 5;
+    constexpr std::size_t kHeight = 7;
+    EXPECT_NE(with(kLeft, 0).image, nullptr);
+    EXPECT_NE(with(kHeight, 15).image, nullptr);
+    for (const auto& [offset, value] :
+         {std::pair{kLeft, 1}, {kTop, 1}, {kWidth, 17}, {kHeight, 17}, {kWidth, 0}, {kHeight, 0}}) {
+        expectFailure(with(offset, static_cast<char>(value)), "damaged");
+    }
+}
+
+TEST_F(ImageSourceTest, bytesInMemoryAreReadAsThoseOfAFile) {
+    const auto loaded = [](const Bytes& bytes, int maximumExtent) {
+        return ImageSource::firstImageOfBytes(
+            {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, maximumExtent);
+    };
+    const Picture picture = testPicture(9, 5, true);
+    const Bytes png = encoded(picture, "png", true);
+    const ImageSource::Result result = loaded(png, ImageSource::kMaximumExtent);
+    ASSERT_NE(result.image, nullptr) << result.failure;
+    EXPECT_EQ(pictureOf(*result.image).rgba, premultiplied(picture).rgba);
+    expectFailure(loaded("", 100), "empty");
+    expectFailure(loaded(png.substr(0, 40), 100), "cut short");
+    expectFailure(ImageSource::firstImageOfBytes({}));
+}
+
+TEST_F(ImageSourceTest, theLargestExtentMayBeLowered) {
+    for (const char* kind : {"png", "jpeg", "bmp", "tiff", "ico"}) {
+        const Bytes bytes = encoded(testPicture(9, 5, false), kind, false);
+        const std::span file{reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
+        EXPECT_NE(ImageSource::firstImageOfBytes(file, 9).image, nullptr) << kind;
+        expectFailure(ImageSource::firstImageOfBytes(file, 8), "larger than 8 pixels");
+        expectFailure(ImageSource::firstImageOfBytes(file, 0), "larger than 0 pixels");
+        expectFailure(ImageSource::firstImageOfBytes(file, -1));
+    }
+}
+
 TEST_F(ImageSourceTest, theLargestExtentIsAccepted) {
     const auto row = [](std::size_t count) { return Bytes(1 + count, '\0'); };
     Bytes column;
@@ -317,21 +394,79 @@ TEST_F(ImageSourceTest, theLargestExtentIsAccepted) {
     EXPECT_NE(load(tall).image, nullptr);
 }
 
-TEST(ImageFileCheckTest, onlyThreeFormatsAreLookedInto) {
-    const auto isComplete = [](const Bytes& bytes) {
-        return Mivora::platform::imageFileIsComplete(
-            {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
-    };
+std::optional<std::size_t> endOf(const Bytes& bytes) {
+    return Mivora::platform::firstImageEnd(
+        {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+}
+
+TEST(ImageFileCheckTest, theEndOfTheFirstPictureIsFound) {
     const Picture picture = testPicture(3, 3, false);
-    EXPECT_EQ(isComplete(encoded(picture, "png", false)), true);
-    EXPECT_EQ(isComplete(encoded(picture, "jpeg", false)), true);
-    EXPECT_EQ(isComplete(gifFile(3, 3, {{1, 2, 3}})), true);
-    EXPECT_EQ(isComplete(encoded(picture, "bmp", false)), std::nullopt);
-    EXPECT_EQ(isComplete(""), std::nullopt);
-    EXPECT_EQ(isComplete("\x89PNG\r\n\x1A\n"), false);
-    EXPECT_EQ(isComplete("\x89PNG\r\n\x1A\n\xFF\xFF\xFF\xFFIHDR"), false);
-    EXPECT_EQ(isComplete("\xFF\xD8\xFF"), false);
-    EXPECT_EQ(isComplete("GIF89a"), false);
+    const Bytes png = encoded(picture, "png", false);
+    const Bytes jpeg = encoded(picture, "jpeg", false);
+    const Bytes gif = gifFile(3, 3, {{1, 2, 3}});
+    EXPECT_EQ(endOf(png + "more"), png.size());
+    EXPECT_EQ(endOf(jpeg + "more"), jpeg.size());
+    EXPECT_EQ(endOf(gif + "more"), gif.size() - 1) << "without the mark at the end of all";
+    EXPECT_EQ(endOf(gifFile(3, 3, {{1, 2, 3}, {4, 5, 6}})), gif.size() - 1);
+    EXPECT_EQ(endOf(Bytes("RIFF\4\0\0\0WEBPmore", 16)), 12U);
+}
+
+TEST(ImageFileCheckTest, whatEndsTooEarlyIsFound) {
+    EXPECT_EQ(endOf("\x89PNG\r\n\x1A\n"), 0U);
+    EXPECT_EQ(endOf("\x89PNG\r\n\x1A\n\xFF\xFF\xFF\xFFIHDR"), 0U);
+    EXPECT_EQ(endOf("\xFF\xD8\xFF"), 0U);
+    EXPECT_EQ(endOf("GIF89a"), 0U);
+    EXPECT_EQ(endOf(Bytes("II*\0", 4)), 0U);
+    EXPECT_EQ(endOf(Bytes("MM\0*\xFF\xFF\xFF\xFF", 8)), 0U);
+    EXPECT_EQ(endOf(Bytes("RIFF\5\0\0\0WEBP", 12)), 0U);
+}
+
+TEST(ImageFileCheckTest, otherKindsAreNotLookedInto) {
+    const Picture picture = testPicture(3, 3, false);
+    EXPECT_EQ(endOf(encoded(picture, "bmp", false)), std::nullopt);
+    EXPECT_EQ(endOf(encoded(picture, "tiff", false)), std::nullopt);
+    EXPECT_EQ(endOf(encoded(picture, "ico", false)), std::nullopt);
+    EXPECT_EQ(endOf(""), std::nullopt);
+    EXPECT_EQ(endOf("BM"), std::nullopt);
+    EXPECT_EQ(endOf("RIFF"), std::nullopt);
+}
+
+TEST(ImageFileCheckTest, runsOfABMPAreFollowedToTheirEnd) {
+    const auto endOfRuns = [](std::uint32_t compression, const Bytes& runs) {
+        Bytes bytes = "BM" + Bytes(8, '\0');
+        appendLittleEndian(bytes, 54, 4);
+        appendLittleEndian(bytes, 40, 4);
+        bytes.append(12, '\0');
+        appendLittleEndian(bytes, compression, 4);
+        bytes.append(20, '\0');
+        bytes += runs;
+        return endOf(bytes);
+    };
+    const struct {
+        std::uint32_t compression;
+        Bytes runs;
+        std::optional<std::size_t> end;
+    } rows[] = {
+        {0, {}, std::nullopt},
+        {3, {0, 1}, std::nullopt},
+        {1, {}, 0U},
+        {1, {0, 1}, 56U},
+        {1, {0}, 0U},
+        {1, {9, 1}, 0U},
+        {1, {9, 1, 0, 0, 9, 0, 0, 1}, 62U},
+        {1, {0, 2, 0, 1, 0, 1}, 60U},
+        {1, {0, 2, 0, 1}, 0U},
+        {1, {0, 3, 0, 1, 9, 9, 0, 1}, 62U},
+        {1, {0, 4, 0, 1, 9, 9, 0, 1}, 62U},
+        {1, {0, 5, 0, 1, 9, 9, 0, 1}, 0U},
+        {2, {0, 5, 0, 1, 9, 9, 0, 1}, 62U},
+        {2, {0, 8, 0, 1, 9, 9, 0, 1}, 62U},
+        {2, {0, 9, 0, 1, 9, 9, 0, 1}, 0U},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(endOfRuns(row.compression, row.runs), row.end)
+            << row.compression << ": " << testing::PrintToString(row.runs);
+    }
 }
 
 }  // namespace

@@ -1,21 +1,32 @@
 #include "MivoraMac/platform/OpenGLView.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/headless/HeadlessWindow.h"
 #include "tests/platform/FakeGLContext.h"
+#include "tests/platform/RecordingOpenGLView.h"
 #include "tests/platform/ScopedEnvironment.h"
 
+using Mivora::platform::Event;
+using Mivora::platform::HeadlessWindow;
 using Mivora::platform::OpenGLView;
 using Mivora::platform::PixelSize;
 using Mivora::platform::Rect;
 using Mivora::platform::Screen;
+using Mivora::platform::TrackingArea;
+using Mivora::platform::View;
 using Mivora::tests::FakeGLContext;
+using Mivora::tests::RecordingOpenGLView;
 using Mivora::tests::ScopedEnvironment;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 namespace {
 
@@ -35,6 +46,13 @@ class OpenGLViewTest : public testing::Test {
     // A view asks the host for the scale of the screen.
     ScopedEnvironment host_{"MIVORA_HOST", "headless"};
 };
+
+std::shared_ptr<const Event> eventOf(Event::Type type, double x, double y) {
+    Event event;
+    event.type = type;
+    event.locationInWindow = {x, y};
+    return std::make_shared<const Event>(event);
+}
 
 }  // namespace
 
@@ -201,4 +219,241 @@ TEST_F(OpenGLViewTest, aViewKeepsItsContext) {
         EXPECT_FALSE(weak.expired());
     }
     EXPECT_TRUE(weak.expired());
+}
+
+// Events
+
+TEST_F(OpenGLViewTest, eachEventReachesTheHookOfItsType) {
+    RecordingOpenGLView view;
+    view.setBounds({0, 0, 100, 100});
+    view.track(view.bounds());
+    view.log.clear();
+    using Type = Event::Type;
+    for (const Type type :
+         {Type::MouseDown, Type::MouseDragged, Type::MouseUp, Type::RightMouseDown,
+          Type::RightMouseDragged, Type::RightMouseUp, Type::MouseEntered, Type::MouseMoved,
+          Type::MouseExited, Type::ScrollWheel}) {
+        view.deliver(eventOf(type, 10, 20));
+    }
+    EXPECT_THAT(view.log,
+                ElementsAre("mouseDown 10,20", "mouseDragged 10,20", "mouseUp 10,20",
+                            "rightMouseDown 10,20", "rightMouseDragged 10,20", "rightMouseUp 10,20",
+                            "mouseEntered 10,20", "mouseMoved 10,20", "mouseExited 10,20",
+                            "scrollWheel 10,20"));
+}
+
+TEST_F(OpenGLViewTest, theEventArrivesAsItIs) {
+    RecordingOpenGLView view;
+    const auto event = eventOf(Event::Type::MouseDown, 10, 20);
+    view.deliver(event);
+    EXPECT_EQ(view.events.back(), event);
+    view.deliver(nullptr);
+    EXPECT_EQ(view.events.size(), 1U);
+}
+
+TEST_F(OpenGLViewTest, pointersThatHoldNoButtonNeedATrackingArea) {
+    RecordingOpenGLView view;
+    const auto deliverAll = [&] {
+        view.log.clear();
+        view.deliver(eventOf(Event::Type::MouseEntered, 10, 20));
+        view.deliver(eventOf(Event::Type::MouseMoved, 10, 20));
+        view.deliver(eventOf(Event::Type::MouseMoved, 60, 20));
+        view.deliver(eventOf(Event::Type::MouseExited, 99, 20));
+    };
+    deliverAll();
+    EXPECT_THAT(view.log, IsEmpty());
+
+    const auto crossing = std::make_shared<const TrackingArea>(
+        TrackingArea{{0, 0, 50, 50}, TrackingArea::MouseEnteredAndExited});
+    view.addTrackingArea(crossing);
+    deliverAll();
+    EXPECT_THAT(view.log, ElementsAre("mouseEntered 10,20", "mouseExited 99,20"));
+
+    const auto moving = std::make_shared<const TrackingArea>(
+        TrackingArea{{0, 0, 50, 50}, TrackingArea::MouseMoved});
+    view.addTrackingArea(moving);
+    view.removeTrackingArea(crossing);
+    deliverAll();
+    EXPECT_THAT(view.log, ElementsAre("mouseMoved 10,20")) << "where the area is";
+
+    view.removeTrackingArea(moving);
+    view.removeTrackingArea(moving);
+    view.addTrackingArea(nullptr);
+    EXPECT_THAT(view.trackingAreas(), IsEmpty());
+    deliverAll();
+    EXPECT_THAT(view.log, IsEmpty());
+}
+
+TEST_F(OpenGLViewTest, hooksMayChangeTheTrackingAreas) {
+    RecordingOpenGLView view;
+    view.track({0, 0, 50, 50});
+    view.reaction = [&](const std::string&) {
+        view.removeTrackingArea(view.trackingAreas().front());
+        view.track({0, 0, 70, 70});
+    };
+    view.deliver(eventOf(Event::Type::MouseMoved, 60, 20));
+    EXPECT_THAT(view.log, IsEmpty());
+    view.deliver(eventOf(Event::Type::MouseMoved, 10, 20));
+    view.deliver(eventOf(Event::Type::MouseMoved, 60, 20));
+    EXPECT_THAT(view.log, ElementsAre("mouseMoved 10,20", "mouseMoved 60,20"));
+}
+
+TEST_F(OpenGLViewTest, aViewLivesAsLongAsAnEventIsDelivered) {
+    auto view = std::make_shared<RecordingOpenGLView>();
+    const std::weak_ptr<RecordingOpenGLView> weak = view;
+    RecordingOpenGLView* const raw = view.get();
+    view->reaction = [&](const std::string&) {
+        view.reset();
+        EXPECT_FALSE(weak.expired());
+    };
+    raw->deliver(eventOf(Event::Type::MouseDown, 10, 20));
+    EXPECT_TRUE(weak.expired());
+}
+
+TEST_F(OpenGLViewTest, byDefaultEventsDoNothingAndTheViewIsTransparent) {
+    OpenGLView view;
+    view.addTrackingArea(std::make_shared<const TrackingArea>(TrackingArea{{0, 0, 50, 50}, ~0U}));
+    for (int type = 0; type <= static_cast<int>(Event::Type::ScrollWheel); ++type) {
+        view.deliver(eventOf(static_cast<Event::Type>(type), 1, 1));
+    }
+    EXPECT_FALSE(view.isOpaque());
+}
+
+// Shape
+
+TEST_F(OpenGLViewTest, aChangeOfTheBoundsMovesTheTrackingAreasAndReshapes) {
+    RecordingOpenGLView view;
+    view.setBounds({0, 0, 100, 50});
+    EXPECT_THAT(view.taken(), ElementsAre("updateTrackingAreas", "reshape"));
+    view.setBounds({0, 0, 100, 50});
+    EXPECT_THAT(view.taken(), IsEmpty());
+    view.setFrame({10, 10, 100, 50});
+    EXPECT_THAT(view.taken(), IsEmpty());
+    view.setFrame({10, 10, 101, 50});
+    EXPECT_THAT(view.taken(), ElementsAre("updateTrackingAreas", "reshape"));
+}
+
+TEST_F(OpenGLViewTest, aChangeOfTheScaleReshapes) {
+    RecordingOpenGLView view;
+    view.setBackingScaleFactor(2);
+    view.log.clear();
+    view.setBackingScaleFactor(2);
+    EXPECT_THAT(view.log, IsEmpty());
+    view.setBackingScaleFactor(3);
+    EXPECT_THAT(view.log, ElementsAre("viewDidChangeBackingProperties", "reshape"));
+}
+
+TEST_F(OpenGLViewTest, withoutTheBestResolutionAPointIsAPixel) {
+    RecordingOpenGLView view;
+    view.setBackingScaleFactor(2);
+    view.setBounds({0, 0, 100.5, 50});
+    EXPECT_TRUE(view.wantsBestResolutionOpenGLSurface());
+    view.log.clear();
+    view.setWantsBestResolutionOpenGLSurface(false);
+    EXPECT_EQ(view.backingSize(), (PixelSize{100, 50}));
+    EXPECT_EQ(view.convertRectToBacking({1, 2, 3, 4}), (Rect{1, 2, 3, 4}));
+    view.setWantsBestResolutionOpenGLSurface(false);
+    EXPECT_THAT(view.log, ElementsAre("reshape"));
+    view.setWantsBestResolutionOpenGLSurface(true);
+    EXPECT_EQ(view.convertRectToBacking({1, 2, 3, 4}), (Rect{2, 4, 6, 8}));
+}
+
+TEST_F(OpenGLViewTest, aReshapeFindsTheDrawableResized) {
+    RecordingOpenGLView view;
+    view.setBackingScaleFactor(1);
+    const auto context = FakeGLContext::create();
+    attach(view, context);
+    PixelSize seen;
+    view.reaction = [&](const std::string& hook) {
+        if (hook == "reshape") {
+            seen = context->drawable().size();
+        }
+    };
+    view.setBounds({0, 0, 30, 20});
+    EXPECT_EQ(seen, (PixelSize{30, 20}));
+}
+
+// Windows
+
+TEST_F(OpenGLViewTest, movingIntoAWindowTakesItsScaleTellsAndReshapes) {
+    const auto window = HeadlessWindow::create("window", {0, 0, 100, 100});
+    window->setBackingScaleFactor(2.5);
+    const auto view = std::make_shared<RecordingOpenGLView>();
+    view->moveToWindow(window);
+    EXPECT_EQ(view->backingScaleFactor(), 2.5);
+    EXPECT_THAT(view->taken(),
+                ElementsAre("viewDidChangeBackingProperties", "viewDidMoveToWindow", "reshape"));
+    view->moveToWindow(nullptr);
+    EXPECT_EQ(view->backingScaleFactor(), 2.5);
+    EXPECT_THAT(view->taken(), ElementsAre("viewDidMoveToWindow"));
+    view->moveToWindow(window);
+    EXPECT_THAT(view->taken(), ElementsAre("viewDidMoveToWindow", "reshape"));
+}
+
+TEST_F(OpenGLViewTest, aViewThatLeavesAsItComesIsNotReshaped) {
+    const auto window = HeadlessWindow::create("window", {0, 0, 100, 100});
+    const auto view = std::make_shared<RecordingOpenGLView>();
+    view->reaction = [&](const std::string&) {
+        view->reaction = nullptr;
+        view->moveToWindow(nullptr);
+    };
+    view->moveToWindow(window);
+    EXPECT_THAT(view->log, ElementsAre("viewDidMoveToWindow", "viewDidMoveToWindow"));
+}
+
+TEST_F(OpenGLViewTest, aViewInsideAnotherComesIntoTheWindowWithIt) {
+    const auto window = HeadlessWindow::create("window", {0, 0, 100, 100});
+    window->setBackingScaleFactor(3);
+    const auto above = std::make_shared<OpenGLView>();
+    const auto view = std::make_shared<RecordingOpenGLView>();
+    above->addSubview(view);
+    above->moveToWindow(window);
+    EXPECT_EQ(view->window(), window);
+    EXPECT_EQ(view->backingScaleFactor(), 3);
+    EXPECT_EQ(view->log.back(), "reshape");
+}
+
+TEST_F(OpenGLViewTest, thePeerIsToldOfAttachedContextsAndOfTheEnd) {
+    struct CountingPeer : OpenGLView::Peer {
+        void subviewsDidChange() override {}
+        void openGLContextDidChange() override { ++attached; }
+        void viewIsGoing() override { ++gone; }
+        int attached = 0;
+        int gone = 0;
+    };
+    CountingPeer peer;
+    const auto context = FakeGLContext::create();
+    {
+        OpenGLView view;
+        view.setPeer(&peer);
+        attach(view, context);
+        EXPECT_EQ(peer.attached, 1);
+        context->setView(&view);
+        EXPECT_EQ(peer.attached, 2);
+        EXPECT_EQ(peer.gone, 0);
+    }
+    EXPECT_EQ(peer.gone, 1);
+    EXPECT_EQ(peer.attached, 2) << "the end detaches without a word";
+}
+
+TEST_F(OpenGLViewTest, thePeerIsToldOfChangesBelow) {
+    struct CountingPeer : OpenGLView::Peer {
+        void subviewsDidChange() override { ++changes; }
+        int changes = 0;
+    };
+    CountingPeer peer;
+    const auto view = std::make_shared<OpenGLView>();
+    view->setPeer(&peer);
+    EXPECT_EQ(view->peer(), &peer);
+    const auto container = View::initWithFrame({0, 0, 10, 10});
+    view->addSubview(container);
+    EXPECT_EQ(peer.changes, 1);
+    const auto inner = View::initWithFrame({0, 0, 10, 10});
+    container->addSubview(inner);
+    EXPECT_EQ(peer.changes, 2);
+    inner->setFrame({1, 1, 10, 10});
+    EXPECT_EQ(peer.changes, 3);
+    view->setPeer(nullptr);
+    inner->setFrame({2, 2, 10, 10});
+    EXPECT_EQ(peer.changes, 3);
 }

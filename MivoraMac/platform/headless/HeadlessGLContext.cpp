@@ -1,6 +1,8 @@
+#include <dlfcn.h>
 #include <epoxy/egl.h>
 
 #include <array>
+#include <initializer_list>
 #include <utility>
 
 #include "MivoraMac/platform/DebugLog.h"
@@ -11,6 +13,18 @@ namespace Mivora::platform {
 namespace {
 
 constexpr auto kLog = DebugLog::Category::GL;
+
+/// Whether one of the libraries can be loaded, which then stays loaded. epoxy opens them when a
+/// function is first called and ends the process where they are missing.
+bool loads(std::initializer_list<const char*> names) {
+    for (const char* name : names) {
+        if (::dlopen(name, RTLD_LAZY | RTLD_LOCAL) != nullptr) {
+            return true;
+        }
+    }
+    DebugLog::warn(kLog, "%s cannot be loaded: is it installed?", *names.begin());
+    return false;
+}
 
 EGLDisplay initialized(EGLDisplay display) {
     return display != EGL_NO_DISPLAY && eglInitialize(display, nullptr, nullptr) == EGL_TRUE
@@ -48,6 +62,9 @@ EGLDisplay openDisplay() {
 /// The process's EGL display, opened once and never closed: drivers keep state behind it.
 EGLDisplay sharedDisplay() {
     static const EGLDisplay display = [] {
+        if (!loads({"libEGL.so.1"}) || !loads({"libOpenGL.so.0", "libGL.so.1"})) {
+            return EGL_NO_DISPLAY;
+        }
         const EGLDisplay opened = openDisplay();
         if (opened == EGL_NO_DISPLAY) {
             DebugLog::warn(kLog, "EGL offers no display (error 0x%x)", eglGetError());

@@ -1,0 +1,104 @@
+#include "MivoraMac/platform/headless/HeadlessPointer.h"
+
+#include <utility>
+
+#include "MivoraMac/platform/OpenGLView.h"
+
+namespace Mivora::platform {
+
+HeadlessPointer::HeadlessPointer(const std::shared_ptr<OpenGLView>& view) : view_(view) {}
+
+void HeadlessPointer::moveTo(double x, double y) {
+    location_ = {x, y};
+    if (left_.held || right_.held) {
+        if (left_.held) {
+            deliver(Event::Type::MouseDragged);
+        }
+        if (right_.held) {
+            deliver(Event::Type::RightMouseDragged);
+        }
+    } else if (inside_ && isOverView()) {
+        deliver(Event::Type::MouseMoved);
+    } else {
+        setInside(isOverView());
+    }
+}
+
+void HeadlessPointer::leave() {
+    setInside(false);
+}
+
+void HeadlessPointer::press(std::int32_t clickCount) {
+    if (!std::exchange(left_.held, true)) {
+        left_.clickCount = clickCount;
+        deliver(Event::Type::MouseDown, clickCount);
+    }
+}
+
+void HeadlessPointer::release() {
+    if (std::exchange(left_.held, false)) {
+        deliver(Event::Type::MouseUp, left_.clickCount);
+        setInside(right_.held ? inside_ : isOverView());
+    }
+}
+
+void HeadlessPointer::pressRight(std::int32_t clickCount) {
+    if (!std::exchange(right_.held, true)) {
+        right_.clickCount = clickCount;
+        deliver(Event::Type::RightMouseDown, clickCount);
+    }
+}
+
+void HeadlessPointer::releaseRight() {
+    if (std::exchange(right_.held, false)) {
+        deliver(Event::Type::RightMouseUp, right_.clickCount);
+        setInside(left_.held ? inside_ : isOverView());
+    }
+}
+
+void HeadlessPointer::scrollLines(double deltaX, double deltaY) {
+    Event event;
+    event.type = Event::Type::ScrollWheel;
+    event.scrollingDeltaX = deltaX;
+    event.scrollingDeltaY = deltaY;
+    deliver(event);
+}
+
+void HeadlessPointer::scroll(double deltaX, double deltaY, Event::Phase phase,
+                             Event::Phase momentumPhase) {
+    Event event;
+    event.type = Event::Type::ScrollWheel;
+    event.scrollingDeltaX = deltaX;
+    event.scrollingDeltaY = deltaY;
+    event.hasPreciseScrollingDeltas = true;
+    event.phase = phase;
+    event.momentumPhase = momentumPhase;
+    deliver(event);
+}
+
+void HeadlessPointer::deliver(Event event) {
+    event.locationInWindow = location_;
+    if (const std::shared_ptr<OpenGLView> view = view_.lock()) {
+        view->deliver(std::make_shared<const Event>(event));
+    }
+}
+
+void HeadlessPointer::deliver(Event::Type type, std::int32_t clickCount) {
+    Event event;
+    event.type = type;
+    event.clickCount = clickCount;
+    deliver(event);
+}
+
+void HeadlessPointer::setInside(bool inside) {
+    if (std::exchange(inside_, inside) != inside) {
+        deliver(inside ? Event::Type::MouseEntered : Event::Type::MouseExited);
+    }
+}
+
+bool HeadlessPointer::isOverView() const {
+    const std::shared_ptr<OpenGLView> view = view_.lock();
+    return view && view->bounds().contains(location_);
+}
+
+}  // namespace Mivora::platform

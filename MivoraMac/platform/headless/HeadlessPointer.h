@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/platform/Event.h"
+
+namespace Mivora::platform {
+
+class OpenGLView;
+
+/// A pointer that a program moves: every call delivers to a view the events that a desktop would.
+///
+/// Like a desktop's, the pointer enters and leaves as it crosses the edges of the view's bounds,
+/// and a press holds it: while a button is held, moves are drags wherever they lead, and the view
+/// is left only after the last release.
+///
+/// Thread: main.
+class MIVORA_EXPORT HeadlessPointer {
+ public:
+    /// A pointer that is outside the view.
+    /// @param view  held weakly; without it nothing happens
+    explicit HeadlessPointer(const std::shared_ptr<OpenGLView>& view);
+
+    /// Where the pointer is, in points from the view's bottom left corner.
+    Point location() const { return location_; }
+
+    /// Enters, moves, drags or leaves.
+    void moveTo(double x, double y);
+
+    /// Leaves the view, which a desktop may say even while a button is held.
+    void leave();
+
+    /// The primary button. A press is the `clickCount`-th in quick succession; its release, too.
+    /// A press of a held button and a release of a free one are left out.
+    void press(std::int32_t clickCount = 1);
+    void release();
+
+    /// The secondary button.
+    void pressRight(std::int32_t clickCount = 1);
+    void releaseRight();
+
+    /// A wheel, in lines: no phases, no precise deltas.
+    void scrollLines(double deltaX, double deltaY);
+
+    /// Fingers on a touchpad, or the momentum after them, in points.
+    void scroll(double deltaX, double deltaY, Event::Phase phase,
+                Event::Phase momentumPhase = Event::PhaseNone);
+
+ private:
+    struct Button {
+        bool held = false;
+        std::int32_t clickCount = 0;
+    };
+
+    void deliver(Event event);
+    void deliver(Event::Type type, std::int32_t clickCount = 0);
+    void setInside(bool inside);
+    bool isOverView() const;
+
+    std::weak_ptr<OpenGLView> view_;
+    Point location_;
+    bool inside_ = false;
+    Button left_;
+    Button right_;
+};
+
+}  // namespace Mivora::platform
