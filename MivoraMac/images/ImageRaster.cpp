@@ -1,7 +1,5 @@
 #include "MivoraMac/images/ImageRasterPrivate.h"
 
-#include <sys/mman.h>
-
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
@@ -9,6 +7,7 @@
 
 #include "MivoraMac/platform/BitmapContext.h"
 #include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/LargePagesPrivate.h"
 
 using Mivora::platform::AlphaInfo;
 using Mivora::platform::BitmapContext;
@@ -24,19 +23,13 @@ struct Free {
     void operator()(std::uint8_t* memory) const { std::free(memory); }
 };
 
-/// Memory for pixels; null when there is none. Fresh pages of the usual 4 KiB can cost as much time
-/// as all that is done with the pixels, so large memory asks for large ones.
+/// Memory for pixels; null when there is none.
 std::unique_ptr<std::uint8_t, Free> pixelMemory(std::size_t size) {
-    constexpr std::size_t kLargePage = std::size_t{2} << 20;
-    if (size < 2 * kLargePage) {
-        return std::unique_ptr<std::uint8_t, Free>(static_cast<std::uint8_t*>(std::malloc(size)));
+    std::unique_ptr<std::uint8_t, Free> memory(static_cast<std::uint8_t*>(std::malloc(size)));
+    if (memory) {
+        platform::preferLargePages(memory.get(), size);
     }
-    const std::size_t rounded = (size + kLargePage - 1) / kLargePage * kLargePage;
-    void* const memory = std::aligned_alloc(kLargePage, rounded);
-    if (memory != nullptr) {
-        ::madvise(memory, rounded, MADV_HUGEPAGE);  // where refused, it is memory all the same
-    }
-    return std::unique_ptr<std::uint8_t, Free>(static_cast<std::uint8_t*>(memory));
+    return memory;
 }
 
 bool isReadyForUpload(const BitmapImage& image, std::int32_t coordinateSystem) {

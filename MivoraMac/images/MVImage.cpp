@@ -6,52 +6,21 @@
 #include <limits>
 #include <utility>
 
-#include "MivoraMac/images/HighResolutionImagePathPrivate.h"
+#include "MivoraMac/images/ImageFilePrivate.h"
 #include "MivoraMac/images/ImageRasterPrivate.h"
 #include "MivoraMac/images/MVImageCache.h"
 #include "MivoraMac/images/MVImageDispatchQueue.h"
 #include "MivoraMac/platform/BitmapImage.h"
 #include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/ImageSource.h"
 #include "MivoraMac/platform/MainThread.h"
 #include "MivoraMac/platform/Resources.h"
-#include "MivoraMac/platform/Screen.h"
 #include "MivoraMac/render/MVRenderContext.h"
 
-using Mivora::ImageVariant;
-using Mivora::platform::BitmapImage;
 using Mivora::platform::DebugLog;
-using Mivora::platform::ImageSource;
 using Mivora::platform::MainThread;
-using Mivora::platform::PixelSize;
 using Mivora::platform::Resources;
-using Mivora::platform::Screen;
 
 namespace {
-
-void logFailure(const std::string& path, const std::string& reason) {
-    if (!DebugLog::isEnabled(DebugLog::Category::Images)) {
-        return;
-    }
-    std::string tried;
-    for (const ImageVariant& variant :
-         Mivora::imageVariants(path, Screen::mainScreen()->backingScaleFactor())) {
-        tried += variant.path + ", ";
-    }
-    DebugLog::log(DebugLog::Category::Images, "%s: %s (tried %s%s)", path.c_str(), reason.c_str(),
-                  tried.c_str(), path.c_str());
-}
-
-/// The picture of the file that takes the place of the one at `path`, or null, which is logged.
-MVImage::BitmapImagePointer decodedFile(const std::string& path, float& scale) {
-    const ImageVariant variant = Mivora::highResolutionImagePath(path);
-    ImageSource::Result result = ImageSource::firstImageOfFile(variant.path);
-    if (!result.image) {
-        logFailure(path, result.failure);
-    }
-    scale = variant.scale;
-    return std::move(result.image);
-}
 
 GLsizei extent(std::uint64_t pixels) {
     constexpr std::uint64_t kMost = std::numeric_limits<GLsizei>::max();
@@ -177,16 +146,14 @@ void MVImage::mv_upload(const void* data, std::uint32_t internalFormat, std::uin
 }
 
 bool MVImage::mv_initWithContentsOfFile(const std::string& path, std::int32_t coordinateSystem) {
-    float scale = 1.0F;
-    const BitmapImagePointer bitmap = decodedFile(path, scale);
-    return mv_initWithCGImage(bitmap, scale, coordinateSystem);
+    const Mivora::ImageFile file = Mivora::imageOfBestFile(path);
+    return mv_initWithCGImage(file.image, file.scale, coordinateSystem);
 }
 
 bool MVImage::mv_initWithContentsOfFile(const std::string& path, std::int32_t coordinateSystem,
                                         CompletionBlock completionBlock) {
-    float scale = 1.0F;
-    const BitmapImagePointer bitmap = decodedFile(path, scale);
-    return mv_initWithCGImage(bitmap, scale, coordinateSystem, std::move(completionBlock));
+    const Mivora::ImageFile file = Mivora::imageOfBestFile(path);
+    return mv_initWithCGImage(file.image, file.scale, coordinateSystem, std::move(completionBlock));
 }
 
 bool MVImage::mv_initWithCGImage(const BitmapImagePointer& bitmap, float scale,

@@ -98,8 +98,10 @@ class MIVORA_EXPORT MVImage : public MVImageFactory<MVImage, Mivora::platform::O
                                 std::uint64_t height, float scale, std::int32_t coordinateSystem,
                                 bool premultiplied);
 
+    /// Sets all fields to those of an empty image, as the constructor does. Deletes no texture.
     void mv_imageInit();
 
+    /// In pixels.
     std::uint64_t mv_width() const { return width_; }
     std::uint64_t mv_height() const { return height_; }
 

@@ -27,6 +27,7 @@ class MIVORA_EXPORT MVImageCache {
 
     /// The process-wide cache, held weakly: null when nothing keeps it alive.
     static std::shared_ptr<MVImageCache> sharedCache();
+    /// Makes a cache the process-wide one; null for none.
     static void mv_setSharedCache(const std::shared_ptr<MVImageCache>& cache);
 
     /// Stores an image under a key and keeps it alive. An image that was under the key before can

@@ -59,7 +59,9 @@ struct MIVORA_EXPORT MVImageNameLookup {
 template <class Self, class Base>
 class MVImageFactory : public Base {
  public:
+    /// What the forms with a completion block call.
     using CompletionBlock = MVImageCompletionBlock;
+    /// A picture in memory.
     using BitmapImagePointer = std::shared_ptr<const Mivora::platform::BitmapImage>;
 
     /// An empty image: no texture, size 0.

@@ -42,6 +42,7 @@ class MIVORA_EXPORT MVImageRenderSurfaceBuffer : public MVRenderSurfaceBuffer {
 
  protected:
     friend struct MVMaker;
+    /// See `initWithStorageSizeScale`.
     MVImageRenderSurfaceBuffer(Mivora::Size2I storageSize, float scale);
 
  private:

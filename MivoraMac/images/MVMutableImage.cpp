@@ -4,27 +4,14 @@
 
 #include <utility>
 
+#include "MivoraMac/images/ImageFilePrivate.h"
 #include "MivoraMac/images/ImageRasterPrivate.h"
 #include "MivoraMac/platform/BitmapImage.h"
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/ImageSource.h"
 #include "MivoraMac/platform/PixelBuffer.h"
 
-using Mivora::platform::BitmapImage;
-using Mivora::platform::DebugLog;
-using Mivora::platform::ImageSource;
 using Mivora::platform::PixelBuffer;
 
 namespace {
-
-MVImage::BitmapImagePointer decodedFile(const std::string& path) {
-    ImageSource::Result result = ImageSource::firstImageOfFile(path);
-    if (!result.image) {
-        DebugLog::log(DebugLog::Category::Images, "%s: %s (tried %s)", path.c_str(),
-                      result.failure.c_str(), path.c_str());
-    }
-    return std::move(result.image);
-}
 
 std::uint32_t pixelFormatOf(const PixelBuffer& pixelBuffer) {
     switch (pixelBuffer.pixelFormatType()) {
@@ -55,7 +42,8 @@ bool MVMutableImage::replaceWithContentsOfFile(const std::string& path) {
 
 bool MVMutableImage::replaceWithContentsOfFileCoordinateSystem(const std::string& path,
                                                                std::int32_t coordinateSystem) {
-    return replaceWithCGImageScaleCoordinateSystem(decodedFile(path), 1.0F, coordinateSystem);
+    return replaceWithCGImageScaleCoordinateSystem(Mivora::imageOfFile(path).image, 1.0F,
+                                                   coordinateSystem);
 }
 
 bool MVMutableImage::replaceWithContentsOfFileCompletionBlock(const std::string& path,
@@ -67,7 +55,7 @@ bool MVMutableImage::replaceWithContentsOfFileCompletionBlock(const std::string&
 bool MVMutableImage::replaceWithContentsOfFileCoordinateSystemCompletionBlock(
     const std::string& path, std::int32_t coordinateSystem, CompletionBlock completionBlock) {
     return replaceWithCGImageScaleCoordinateSystemCompletionBlock(
-        decodedFile(path), 1.0F, coordinateSystem, std::move(completionBlock));
+        Mivora::imageOfFile(path).image, 1.0F, coordinateSystem, std::move(completionBlock));
 }
 
 bool MVMutableImage::replaceWithCGImageScale(const BitmapImagePointer& bitmap, float scale) {

@@ -50,6 +50,8 @@ class MIVORA_EXPORT MVMutableImage : public MVImageFactory<MVMutableImage, MVIma
                                                                   std::int32_t coordinateSystem,
                                                                   CompletionBlock completionBlock);
 
+    /// A picture in memory. Null fails, without a line in the log.
+    /// @param scale  pixels per point
     bool replaceWithCGImageScale(const BitmapImagePointer& bitmap, float scale);
     bool replaceWithCGImageScaleCoordinateSystem(const BitmapImagePointer& bitmap, float scale,
                                                  std::int32_t coordinateSystem);
@@ -60,6 +62,7 @@ class MIVORA_EXPORT MVMutableImage : public MVImageFactory<MVMutableImage, MVIma
                                                                 std::int32_t coordinateSystem,
                                                                 CompletionBlock completionBlock);
 
+    /// Pixels in memory, uploaded as they are.
     void replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         const void* data, std::uint64_t width, std::uint64_t height, float scale,
         std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat);

@@ -213,8 +213,27 @@ TEST_F(MVImageGLTest, whatIsNoPictureYieldsNothingAndOneLine) {
     const std::string base = missing.substr(0, missing.size() - 4);
     EXPECT_EQ(log.lines()[0].second, missing + ": No such file or directory (tried " + base +
                                          "@2x.png, " + base + "@4x.png, " + base + "@3x.png, " +
-                                         base + "@2x.png, " + missing + ")");
+                                         missing + ")");
     EXPECT_THAT(gl_->calls(), IsEmpty());
+}
+
+TEST_F(MVImageGLTest, theLineOfAFailureEndsWithTheVariantThatCouldNotBeRead) {
+    const std::string path = (folder_.path() / "a.png").string();
+    const std::string base = path.substr(0, path.size() - 4);
+    folder_.write("a@3x.png", "");
+    const auto lineOnScreen = [&](double scale) {
+        const ScopedScreenScale screen(scale);
+        const LogCapture log("images");
+        EXPECT_EQ(MVImage::initWithContentsOfFile(path), nullptr);
+        return log.lines().at(0).second;
+    };
+    const std::string reason = path + ": the file is empty (tried ";
+    EXPECT_EQ(lineOnScreen(1), reason + path + ", " + base + "@4x.png, " + base + "@3x.png)");
+    EXPECT_EQ(lineOnScreen(2),
+              reason + base + "@2x.png, " + base + "@4x.png, " + base + "@3x.png)");
+    EXPECT_EQ(lineOnScreen(3), reason + base + "@3x.png)");
+    folder_.write("a.png", "");
+    EXPECT_EQ(lineOnScreen(1), reason + path + ")");
 }
 
 // Binding
