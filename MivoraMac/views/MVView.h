@@ -8,11 +8,17 @@
 #include <vector>
 
 #include "MivoraMac/Export.h"
+#include "MivoraMac/geometry/Plane.h"
 #include "MivoraMac/geometry/Point.h"
+#include "MivoraMac/geometry/Ray.h"
 #include "MivoraMac/geometry/Size.h"
+#include "MivoraMac/input/MVOrderedSet.h"
 #include "MivoraMac/render/MVShader.h"
 #include "MivoraMac/render/MVStencilState.h"
 
+class MVInteraction;
+class MVMouse;
+class MVScroll;
 class MVView;
 class MVWindow;
 struct MVMaker;
@@ -24,6 +30,9 @@ class SerialQueue;
 
 /// A list of views. Views never change one that somebody else holds: they replace it.
 using MVViewArray = std::vector<std::shared_ptr<MVView>>;
+
+/// A list of recognizers, replaced whole like a list of views.
+using MVGestureRecognizerArray = std::vector<std::shared_ptr<MVGestureRecognizer>>;
 
 /// A node of the view tree, and the base of every visible element.
 ///
@@ -313,6 +322,94 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     void setStencilView(std::shared_ptr<MVView> view);
 
     /// @}
+    /// @name Input
+    /// @{
+
+    /// Whether this view and those below it can be hit; true by default.
+    bool interactionEnabled() const { return interactionEnabled_; }
+    void setInteractionEnabled(bool enabled) { interactionEnabled_ = enabled; }
+
+    /// Whether the view wants to know of a pointer that hovers over it; false by default. A hover
+    /// over a view that does not want it is not offered to the ancestors: it lands on a view behind
+    /// that does, or on none.
+    bool mouseHoverEnabled() const { return mouseHoverEnabled_; }
+    void setMouseHoverEnabled(bool enabled) { mouseHoverEnabled_ = enabled; }
+
+    /// The plane that pointers are met on, in this view's content space; z = 0 by default.
+    Mivora::Plane interactionPlane() const { return interactionPlane_; }
+    /// Changes the plane. An equal one does nothing; no redraw is asked for.
+    void setInteractionPlane(const Mivora::Plane& plane);
+
+    /// The interaction plane in the window's world space.
+    Mivora::Plane worldInteractionPlane();
+
+    /// The deepest view, frontmost first, that an interaction lands on; null for none.
+    ///
+    /// A view that is hidden, disabled or not hit keeps the interaction from everything below it,
+    /// also from what reaches beyond its own box. Stencils make no difference. A hover lands on a
+    /// view that wants hovers only, see `mouseHoverEnabled`.
+    ///
+    /// Depth: takes some hundred bytes of stack for each level that is hit.
+    ///
+    /// @param interaction  null yields null
+    std::shared_ptr<MVView> viewForInteraction(const std::shared_ptr<MVInteraction>& interaction);
+
+    /// Whether the interaction's location lies in the box of the content: from `localOrigin3`,
+    /// `size3` wide, high and deep, with all its faces. A view without depth is hit in its plane
+    /// z = `localOrigin3().z` only. False for null.
+    bool hitTest(const std::shared_ptr<MVInteraction>& interaction);
+
+    /// The recognizers of touches on this view and those below it, in the order of attachment;
+    /// never null. What is returned stays as it is.
+    std::shared_ptr<const MVGestureRecognizerArray> gestureRecognizers() const;
+
+    /// Attaches a recognizer behind the others, taking it from the view that it is attached to. One
+    /// that is attached to this view moves to the end.
+    /// @throws MVException `kInvalidArgument` if it is null, `kInternalInconsistency` from within
+    ///         this view's constructor
+    void addGestureRecognizer(std::shared_ptr<MVGestureRecognizer> recognizer);
+
+    /// Detaches a recognizer. Its view becomes null even if that was another one; null is ignored.
+    void removeGestureRecognizer(const std::shared_ptr<MVGestureRecognizer>& recognizer);
+
+    /// Detaches all recognizers, in order.
+    void removeAllGestureRecognizers();
+
+    /// @}
+    /// @name Input hooks
+    /// Those of touches, of buttons and of scrolling pass on to the superview what they get, until
+    /// somebody overrides them or the root is reached; those of hovers do nothing.
+    /// @{
+
+    /// Touches that this view tracks.
+    virtual void touchesBegan(const MVTouchSet& touches);
+    virtual void touchesMoved(const MVTouchSet& touches);
+    virtual void touchesEnded(const MVTouchSet& touches);
+    virtual void touchesCancelled(const MVTouchSet& touches);
+
+    /// A button that was pressed over this view.
+    virtual void mouseBegan(const std::shared_ptr<MVMouse>& mouse);
+    virtual void mouseMoved(const std::shared_ptr<MVMouse>& mouse);
+    virtual void mouseEnded(const std::shared_ptr<MVMouse>& mouse);
+
+    /// A pointer that hovers over this view; see `mouseHoverEnabled`.
+    virtual void mouseHoverBegan(const std::shared_ptr<MVMouse>& mouse);
+    virtual void mouseHoverMoved(const std::shared_ptr<MVMouse>& mouse);
+    virtual void mouseHoverEnded(const std::shared_ptr<MVMouse>& mouse);
+
+    /// Scrolling that began over this view.
+    virtual void scrollBegan(const std::shared_ptr<MVScroll>& scroll);
+    virtual void scrollMoved(const std::shared_ptr<MVScroll>& scroll);
+    virtual void scrollEnded(const std::shared_ptr<MVScroll>& scroll);
+    virtual void scrollCancelled(const std::shared_ptr<MVScroll>& scroll);
+
+    /// What the dispatch of touches sends to views and recognizers alike; a view calls its hook.
+    void mv_touchesBegan(const MVTouchSet& touches) { touchesBegan(touches); }
+    void mv_touchesMoved(const MVTouchSet& touches) { touchesMoved(touches); }
+    void mv_touchesEnded(const MVTouchSet& touches) { touchesEnded(touches); }
+    void mv_touchesCancelled(const MVTouchSet& touches) { touchesCancelled(touches); }
+
+    /// @}
     /// @name Debugging
     /// @{
 
@@ -381,8 +478,21 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// `mv_transformMatrixDidBuild`.
     void mv_buildTransformMatrix();
 
+    /// Where a ray meets the interaction plane, in this view's content space and with every
+    /// component rounded to this view's pixels, halves away from zero.
+    ///
+    /// Rounding z, too, turns the noise of the arithmetic into the exact 0 of a flat view's plane.
+    ///
+    /// @param ray  in the window's world space. One along the plane yields infinity or NaN, and so
+    ///             does any ray for a view whose content scale factor is 0
+    Mivora::Point3 mv_locationOfRay(const Mivora::Ray3& ray);
+
     /// Marks the hidden state of this view and everything below it, and asks for a redraw.
     void mv_setEffectivelyHiddenDirty();
+
+    /// Rebuilds the world form of the interaction plane if it is marked, which a change of the
+    /// plane and all that marks the world transform do.
+    void mv_buildWorldInteractionPlane();
 
     /// Rebuilds the effective hidden state if it is marked, then calls
     /// `mv_effectivelyHiddenDidBuild`. The ancestors' are rebuilt first unless this view is hidden.
@@ -396,6 +506,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
 
     /// Stores the wish for a layout, on this view's layout queue, which is made for the first one.
     void mv_setLayoutDirty();
+    /// Whether there is such a wish. Thread: any.
     bool mv_isLayoutDirty() const { return layoutDirty_.load(std::memory_order_relaxed); }
 
     /// See `layoutSubviewsIfNeeded`.
@@ -416,6 +527,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// @return whether a level was taken, which `cleanupStencil` gives back: not without a visible
     ///         stencil view, a surface, an active render context and a level that is left
     bool applyStencil();
+    /// Gives back the level that `applyStencil` took: the stencil test is as it was before.
     void cleanupStencil();
 
     /// @}
@@ -478,6 +590,18 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     void computeTransformMatrix();
     void layOutIfWanted();
     void forgetCurrentDrawing();
+
+    /// Whether the interaction is this view's or one's below it, rather than of what is behind.
+    /// @param self   this view
+    /// @param found  set to the view that the interaction lands on; stays null for a hover that
+    ///               nobody here wants
+    bool findViewForInteraction(const std::shared_ptr<MVView>& self,
+                                const MVInteraction& interaction, std::shared_ptr<MVView>& found);
+    void fetchForHitTest() const;
+    bool contentBoxContains(Mivora::Point3 point) const;
+    MVGestureRecognizerArray& gestureRecognizersToChange();
+    void dropGestureRecognizer(const std::shared_ptr<MVGestureRecognizer>& recognizer);
+
     MVShaderMatrices mv_shaderMatrices() override;
 
     struct StencilCache;
@@ -492,8 +616,18 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     bool transformMatrixDirty_ = false;
     bool effectivelyHiddenDirty_ = false;
     bool effectiveOpacityDirty_ = false;
+    bool worldInteractionPlaneDirty_ = true;
+    bool interactionEnabled_ = true;
+    bool mouseHoverEnabled_ = false;
     bool effectivelyHidden_ = false;
     bool layingOut_ = false;  ///< `layoutSubviews` is running.
+
+    // And so does, with the flags, what hit testing reads of every view.
+    float contentScaleFactor_;
+    Mivora::Point3 localOrigin_ = Mivora::Point3::kZero;
+    Mivora::Size3 size_ = Mivora::Size3::kZero;
+    Mivora::Plane worldInteractionPlane_{{0.0F, 0.0F, 1.0F}, 0.0F};
+    glm::mat4 inverseTransformMatrix_{1.0F};
 
     BackPointer superview_;
     BackPointer window_;
@@ -502,21 +636,20 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     std::int32_t coordinateSystem_ = 0;
     float opacity_ = 1.0F;
     float effectiveOpacity_ = 1.0F;
-    float contentScaleFactor_;
 
     Mivora::Point3 position_ = Mivora::Point3::kZero;
-    Mivora::Size3 size_ = Mivora::Size3::kZero;
     Mivora::Point3 rotation_ = Mivora::Point3::kZero;
     Mivora::Point3 scale_{1.0F, 1.0F, 1.0F};
     Mivora::Point3 anchorPoint_ = Mivora::Point3::kZero;
-    Mivora::Point3 localOrigin_ = Mivora::Point3::kZero;
 
     glm::mat4 localTransformMatrix_{1.0F};
     glm::mat4 transformMatrix_{1.0F};
-    glm::mat4 inverseTransformMatrix_{1.0F};
 
     std::shared_ptr<Mivora::platform::SerialQueue> layoutDispatchQueue_;
     std::shared_ptr<StencilCache> stencilStateCache_;  ///< Null until first masked.
+
+    Mivora::Plane interactionPlane_{{0.0F, 0.0F, 1.0F}, 0.0F};
+    std::shared_ptr<MVGestureRecognizerArray> gestureRecognizers_;  ///< Null while empty.
 
     std::unique_ptr<std::string> debugName_;  ///< Null while empty.
 };

@@ -1,23 +1,13 @@
 // Debug names and descriptions.
 
-#include <cxxabi.h>
-
-#include <cstdlib>
 #include <sstream>
 #include <typeinfo>
 
+#include "MivoraMac/platform/ClassNamePrivate.h"
 #include "MivoraMac/views/MVView.h"
 #include "MivoraMac/views/MVViewTreePrivate.h"
 
 namespace {
-
-std::string className(const MVView& view) {
-    const char* const mangled = typeid(view).name();
-    int status = 0;
-    const std::unique_ptr<char, decltype(&std::free)> readable(
-        abi::__cxa_demangle(mangled, nullptr, nullptr, &status), &std::free);
-    return status == 0 ? readable.get() : mangled;
-}
 
 std::ostream& operator<<(std::ostream& out, Mivora::Point3 point) {
     return out << '(' << point.x << ", " << point.y << ", " << point.z << ')';
@@ -61,7 +51,7 @@ std::string MVView::describe() const {
     // Visiting needs no change of the views, but hands them out as if it might.
     MVViewTree::visitSubtree(
         const_cast<MVView&>(*this), [&out](const MVView& view, std::size_t depth) {
-            out << std::string(depth * 2, ' ') << className(view);
+            out << std::string(depth * 2, ' ') << Mivora::platform::classNameOf(typeid(view));
             if (view.debugName_ != nullptr) {
                 out << " \"" << *view.debugName_ << '"';
             }

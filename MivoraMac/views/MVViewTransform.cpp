@@ -155,6 +155,7 @@ void MVView::mv_setLocalTransformMatrixDirty() {
 void MVView::mv_setTransformMatrixDirty() {
     MVViewTree::visitSubtree(*this, [](MVView& view, std::size_t) {
         view.transformMatrixDirty_ = true;
+        view.worldInteractionPlaneDirty_ = true;
         view.mv_setDrawDirty();
     });
 }

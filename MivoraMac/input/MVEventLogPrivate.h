@@ -1,0 +1,11 @@
+#pragma once
+
+class MVInteraction;
+
+/// The lines that `MIVORA_DEBUG=events` writes: one for the begin and one for the end of everything
+/// that the pointer does to a view.
+struct MVEventLog {
+    /// Writes what happened, in which view and where in it. While the log is off this costs one
+    /// load and one branch.
+    static void write(const char* what, const MVInteraction& interaction);
+};

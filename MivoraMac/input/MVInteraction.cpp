@@ -1,0 +1,3 @@
+#include "MivoraMac/input/MVInteraction.h"
+
+MVInteraction::~MVInteraction() = default;

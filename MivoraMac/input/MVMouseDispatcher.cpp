@@ -1,0 +1,194 @@
+#include "MivoraMac/input/MVMouseDispatcher.h"
+
+#include <utility>
+
+#include "MivoraMac/input/MVEventLogPrivate.h"
+#include "MivoraMac/input/MVInteractionRayPrivate.h"
+#include "MivoraMac/input/MVMouse.h"
+#include "MivoraMac/platform/Event.h"
+#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/views/MVWindow.h"
+
+using Mivora::Point2;
+
+namespace {
+
+using MousePointer = MVMouseDispatcher::MousePointer;
+
+void send(const MousePointer& mouse, void (MVView::*hook)(const MousePointer&)) {
+    if (const std::shared_ptr<MVView> view = mouse ? mouse->view() : nullptr) {
+        (view.get()->*hook)(mouse);
+    }
+}
+
+void log(const char* what, const MousePointer& mouse) {
+    if (mouse) {
+        MVEventLog::write(what, *mouse);
+    }
+}
+
+void logPress(const char* left, const char* right, const MousePointer& mouse) {
+    log(mouse && mouse->button() == MVMouseButtonRight ? right : left, mouse);
+}
+
+}  // namespace
+
+std::shared_ptr<MVMouseDispatcher> MVMouseDispatcher::initWithWindow(
+    const std::shared_ptr<MVWindow>& window) {
+    return MVMake<MVMouseDispatcher>(window);
+}
+
+MVMouseDispatcher::MVMouseDispatcher(const std::shared_ptr<MVWindow>& window) : window_(window) {}
+MVMouseDispatcher::~MVMouseDispatcher() = default;
+
+// Buttons
+
+void MVMouseDispatcher::systemMouseBeganWithEvent(Point2 point, const EventPointer& event) {
+    beginPress(leftMouse_, MVMouseButtonLeft, point, event);
+}
+
+void MVMouseDispatcher::systemMouseMovedWithEvent(Point2 point, const EventPointer& /*event*/) {
+    movePress(leftMouse_, point);
+}
+
+void MVMouseDispatcher::systemMouseEndedWithEvent(Point2 point, const EventPointer& /*event*/) {
+    endPress(leftMouse_, point);
+}
+
+void MVMouseDispatcher::systemRightMouseBeganWithEvent(Point2 point, const EventPointer& event) {
+    beginPress(rightMouse_, MVMouseButtonRight, point, event);
+}
+
+void MVMouseDispatcher::systemRightMouseMovedWithEvent(Point2 point,
+                                                       const EventPointer& /*event*/) {
+    movePress(rightMouse_, point);
+}
+
+void MVMouseDispatcher::systemRightMouseEndedWithEvent(Point2 point,
+                                                       const EventPointer& /*event*/) {
+    endPress(rightMouse_, point);
+}
+
+void MVMouseDispatcher::beginPress(MousePointer& record, std::int32_t button, Point2 point,
+                                   const EventPointer& event) {
+    const auto kept = shared_from_this();
+    mv_dispatchMouseEnded(std::exchange(record, nullptr));
+    const MousePointer mouse = mv_newMouseWithPointButton(point, button);
+    if (record) {
+        return;
+    }
+    record = mouse;
+    mouse->setClickCount(event ? event->clickCount : 1);
+    mv_dispatchMouseBegan(mouse);
+}
+
+void MVMouseDispatcher::movePress(const MousePointer& record, Point2 point) {
+    if (const MousePointer mouse = record) {
+        mv_mouseUpdateWithPoint(mouse, point);
+        mv_dispatchMouseMoved(mouse);
+    }
+}
+
+void MVMouseDispatcher::endPress(MousePointer& record, Point2 point) {
+    if (const MousePointer mouse = std::exchange(record, nullptr)) {
+        mv_mouseUpdateWithPoint(mouse, point);
+        mv_dispatchMouseEnded(mouse);
+    }
+}
+
+// Hover
+
+void MVMouseDispatcher::systemMouseHoverBeganWithEvent(Point2 point,
+                                                       const EventPointer& /*event*/) {
+    const auto kept = shared_from_this();
+    mv_dispatchMouseHoverEnded(std::exchange(hoverMouse_, nullptr));
+    const MousePointer mouse = mv_newMouseWithPointButton(point, MVMouseButtonHover);
+    if (hoverMouse_) {
+        return;
+    }
+    hoverMouse_ = mouse;
+    mouse->setClickCount(0);
+    mv_dispatchMouseHoverBegan(mouse);
+}
+
+void MVMouseDispatcher::systemMouseHoverMovedWithEvent(Point2 point,
+                                                       const EventPointer& /*event*/) {
+    const MousePointer mouse = hoverMouse_;
+    if (!mouse) {
+        return;
+    }
+    const auto kept = shared_from_this();
+    mv_mouseUpdateWithPoint(mouse, point);
+    const std::shared_ptr<MVWindow> window = window_.lock();
+    const std::shared_ptr<MVView> view = window ? window->viewForInteraction(mouse) : nullptr;
+    if (view == mouse->view()) {
+        mv_dispatchMouseHoverMoved(mouse);
+        return;
+    }
+    mv_dispatchMouseHoverEnded(mouse);
+    if (hoverMouse_ == mouse) {
+        mouse->setView(view);
+        mv_dispatchMouseHoverBegan(mouse);
+    }
+}
+
+void MVMouseDispatcher::systemMouseHoverEndedWithEvent(Point2 point,
+                                                       const EventPointer& /*event*/) {
+    if (const MousePointer mouse = std::exchange(hoverMouse_, nullptr)) {
+        mv_mouseUpdateWithPoint(mouse, point);
+        mv_dispatchMouseHoverEnded(mouse);
+    }
+}
+
+// Internal
+
+MousePointer MVMouseDispatcher::mv_newMouseWithPointButton(Point2 point, std::int32_t button) {
+    const MousePointer mouse = MVMouse::initWithEvent(nullptr);
+    const Mivora::Ray3 ray = mv_unprojectPoint(point);
+    mouse->setPreviousRay(ray);
+    mouse->setRay(ray);
+    mouse->setButton(button);
+    if (const std::shared_ptr<MVWindow> window = window_.lock()) {
+        mouse->setView(window->viewForInteraction(mouse));
+    }
+    return mouse;
+}
+
+Mivora::Ray3 MVMouseDispatcher::mv_unprojectPoint(Point2 point) const {
+    return MVInteractionRay::throughPoint(window_.lock().get(), point);
+}
+
+void MVMouseDispatcher::mv_mouseUpdateWithPoint(const MousePointer& mouse, Point2 point) const {
+    if (mouse) {
+        mouse->setPreviousRay(mouse->ray());
+        mouse->setRay(mv_unprojectPoint(point));
+    }
+}
+
+void MVMouseDispatcher::mv_dispatchMouseBegan(const MousePointer& mouse) {
+    logPress("press began", "secondary press began", mouse);
+    send(mouse, &MVView::mouseBegan);
+}
+
+void MVMouseDispatcher::mv_dispatchMouseMoved(const MousePointer& mouse) {
+    send(mouse, &MVView::mouseMoved);
+}
+
+void MVMouseDispatcher::mv_dispatchMouseEnded(const MousePointer& mouse) {
+    logPress("press ended", "secondary press ended", mouse);
+    send(mouse, &MVView::mouseEnded);
+}
+
+void MVMouseDispatcher::mv_dispatchMouseHoverBegan(const MousePointer& mouse) {
+    log("hover began", mouse);
+    send(mouse, &MVView::mouseHoverBegan);
+}
+
+void MVMouseDispatcher::mv_dispatchMouseHoverMoved(const MousePointer& mouse) {
+    send(mouse, &MVView::mouseHoverMoved);
+}
+
+void MVMouseDispatcher::mv_dispatchMouseHoverEnded(const MousePointer& mouse) {
+    log("hover ended", mouse);
+    send(mouse, &MVView::mouseHoverEnded);
+}

@@ -1,0 +1,66 @@
+#include "MivoraMac/input/MVPlatformTouch.h"
+
+#include <utility>
+
+#include "MivoraMac/input/MVInteractionRayPrivate.h"
+#include "MivoraMac/platform/Event.h"
+#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/views/MVWindow.h"
+
+using Mivora::platform::Event;
+
+namespace {
+
+Mivora::Point2 locationOf(const Event* event) {
+    if (event == nullptr) {
+        return Mivora::Point2::kZero;
+    }
+    return {static_cast<float>(event->locationInWindow.x),
+            static_cast<float>(event->locationInWindow.y)};
+}
+
+}  // namespace
+
+std::shared_ptr<MVPlatformTouch> MVPlatformTouch::initWithSystemEventAndWindow(
+    const std::shared_ptr<const Event>& event, const std::shared_ptr<MVWindow>& window) {
+    auto touch = MVMake<MVPlatformTouch>(event);
+    const Mivora::Ray3 ray = mv_unprojectSystemEventOnWindow(event, window);
+    touch->setPreviousRay(ray);
+    touch->setRay(ray);
+    if (window) {
+        const std::shared_ptr<MVView> view = window->viewForInteraction(touch);
+        touch->setView(view);
+        touch->setTrackingView(view);
+    }
+    return touch;
+}
+
+MVPlatformTouch::MVPlatformTouch(std::shared_ptr<const Event> event) : MVTouch(std::move(event)) {}
+
+void MVPlatformTouch::updateWithSystemEventOnWindow(const std::shared_ptr<const Event>& event,
+                                                    const std::shared_ptr<MVWindow>& window) {
+    previousScreenPoint_ = screenPoint_;
+    hasUpdated_ = true;
+    // The event that the touch began with, not this one: only the ray follows the pointer.
+    screenPoint_ = locationOf(mv_systemTouch().get());
+    setPreviousRay(ray());
+    setRay(mv_unprojectSystemEventOnWindow(event, window));
+}
+
+Mivora::Point2 MVPlatformTouch::screenPoint() const {
+    if (!hasUpdated_) {
+        throw MVException("MVTouch not updated",
+                          "Attempt to retrieve MVTouch.screenPoint prior to first update.");
+    }
+    return screenPoint_;
+}
+
+Mivora::Point2 MVPlatformTouch::previousScreenPoint() const {
+    return hasUpdated_ ? previousScreenPoint_ : screenPoint();
+}
+
+Mivora::Ray3 MVPlatformTouch::mv_unprojectSystemEventOnWindow(
+    const std::shared_ptr<const Event>& event, const std::shared_ptr<MVWindow>& window) {
+    return MVInteractionRay::throughPoint(window.get(), locationOf(event.get()));
+}

@@ -1,0 +1,190 @@
+#include "MivoraMac/input/MVTouchDispatch.h"
+
+#include <algorithm>
+#include <typeinfo>
+#include <utility>
+
+#include "MivoraMac/input/MVGestureRecognizer.h"
+#include "MivoraMac/input/MVTouch.h"
+#include "MivoraMac/platform/AtEndPrivate.h"
+#include "MivoraMac/platform/ClassNamePrivate.h"
+#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/views/MVView.h"
+
+using Mivora::platform::AtEnd;
+using Mivora::platform::classNameOf;
+using Mivora::platform::DebugLog;
+
+namespace {
+
+using Recognizer = std::shared_ptr<MVGestureRecognizer>;
+
+/// Whether one of the two lets both recognize.
+bool mayRecognizeTogether(const Recognizer& a, const Recognizer& b) {
+    return a->mv_shouldRecognizeWithGestureRecognizer(b) ||
+           b->mv_shouldRecognizeWithGestureRecognizer(a);
+}
+
+MVGestureRecognizerSet recognizersOf(const MVTouchSet& touches) {
+    MVGestureRecognizerSet recognizers;
+    for (const std::shared_ptr<MVTouch>& touch : touches) {
+        recognizers.unite(touch->gestureRecognizers());
+    }
+    return recognizers;
+}
+
+/// Sends a phase to recognizers.
+/// @return the first that could still recognize and now has, or null
+Recognizer deliver(const MVGestureRecognizerSet& recognizers, const MVTouchSet& touches,
+                   MVTouchPhase phase) {
+    MVGestureRecognizerSet couldRecognize;
+    for (const Recognizer& recognizer : recognizers) {
+        if (recognizer->mv_canRecognize()) {
+            couldRecognize.insert(recognizer);
+        }
+        mv_sendTouches(*recognizer, phase, touches);
+    }
+    const auto winner =
+        std::find_if(couldRecognize.begin(), couldRecognize.end(),
+                     [](const Recognizer& recognizer) { return recognizer->mv_didRecognize(); });
+    return winner != couldRecognize.end() ? *winner : nullptr;
+}
+
+/// Makes those fail that compete with the winner for one of its touches.
+void beat(const Recognizer& winner) {
+    const MVTouchSet touches = winner->touches();
+    if (DebugLog::isEnabled(DebugLog::Category::Gestures)) {
+        const MVGestureRecognizer& object = *winner;
+        DebugLog::log(DebugLog::Category::Gestures, "%s [%p] wins",
+                      classNameOf(typeid(object)).c_str(), static_cast<const void*>(&object));
+    }
+    for (const Recognizer& rival : recognizersOf(touches)) {
+        if (rival != winner && !mayRecognizeTogether(winner, rival)) {
+            rival->mv_setStateToFailed();
+            MVBreakRelationshipBetweenGestureRecognizerAndTouches(rival, touches);
+        }
+    }
+}
+
+/// Sends a phase to the views, but takes from them the touches of the winner.
+/// @param won  the touches of the winner when it won; those that it was unbound from since then
+///             have been finished by somebody that it told, and their views know already
+void deliverToViews(const MVTouchSet& touches, MVTouchPhase phase, const Recognizer& winner,
+                    const MVTouchSet& won) {
+    const MVTouchSet taken = winner->touches();
+    MVTouchSet others = touches;
+    others.subtract(won);
+    others.subtract(taken);
+    const AtEnd release([&] {
+        for (const std::shared_ptr<MVTouch>& touch : taken) {
+            touch->setTrackingView(nullptr);
+        }
+    });
+    MVDispatchTouchSelectorToTrackedViews(others, phase);
+    MVDispatchTouchSelectorToTrackedViews(taken, MVTouchPhase::Cancelled);
+}
+
+}  // namespace
+
+std::vector<std::shared_ptr<MVView>> MVGetViewsForTouch(const std::shared_ptr<MVTouch>& touch) {
+    std::vector<std::shared_ptr<MVView>> views;
+    for (auto view = touch ? touch->view() : nullptr; view; view = view->superview()) {
+        views.push_back(view);
+    }
+    return views;
+}
+
+MVGestureRecognizerSet MVGetGestureRecognizersForTouch(const std::shared_ptr<MVTouch>& touch) {
+    const auto views = MVGetViewsForTouch(touch);
+    MVGestureRecognizerSet all;
+    for (auto view = views.rbegin(); view != views.rend(); ++view) {
+        for (const Recognizer& recognizer : *(*view)->gestureRecognizers()) {
+            all.insert(recognizer);
+        }
+    }
+    const auto found = std::find_if(all.begin(), all.end(), [](const Recognizer& recognizer) {
+        return recognizer->enabled() && recognizer->mv_didRecognize();
+    });
+    if (found == all.end()) {
+        return all;
+    }
+    const Recognizer recognized = *found;
+    MVGestureRecognizerSet allowed;
+    for (const Recognizer& recognizer : all) {
+        if (recognizer == recognized || mayRecognizeTogether(recognized, recognizer)) {
+            allowed.insert(recognizer);
+        }
+    }
+    return allowed;
+}
+
+void MVBuildGestureRecognizerRelationshipsForTouch(const std::shared_ptr<MVTouch>& touch) {
+    for (const Recognizer& recognizer : MVGetGestureRecognizersForTouch(touch)) {
+        recognizer->mv_touches().insert(touch);
+        touch->mv_addGestureRecognizer(recognizer);
+    }
+}
+
+void MVBreakRelationshipBetweenGestureRecognizerAndTouches(const Recognizer& recognizer,
+                                                           const MVTouchSet& touches) {
+    if (!recognizer) {
+        return;
+    }
+    for (const std::shared_ptr<MVTouch>& touch : touches) {
+        touch->mv_removeGestureRecognizer(recognizer);
+    }
+    recognizer->mv_touches().subtract(touches);
+}
+
+void MVDispatchTouchSelectorToTrackedViews(const MVTouchSet& touches, MVTouchPhase phase) {
+    // A view is told apart by what it is, and not kept alive: an earlier one's hook may destroy it.
+    std::vector<std::pair<std::weak_ptr<MVView>, MVTouchSet>> groups;
+    for (const std::shared_ptr<MVTouch>& touch : touches) {
+        const std::shared_ptr<MVView> view = touch->trackingView();
+        if (!view) {
+            continue;
+        }
+        auto group = std::find_if(groups.begin(), groups.end(), [&](const auto& candidate) {
+            return candidate.first.lock() == view;
+        });
+        if (group == groups.end()) {
+            group = groups.insert(groups.end(), {view, {}});
+        }
+        group->second.insert(touch);
+    }
+    for (const auto& [weak, tracked] : groups) {
+        if (const std::shared_ptr<MVView> view = weak.lock()) {
+            mv_sendTouches(*view, phase, tracked);
+        }
+    }
+}
+
+void MVDispatchSelectorToTouches(const MVTouchSet& touches, MVTouchPhase phase) {
+    const MVGestureRecognizerSet recognizers = recognizersOf(touches);
+    const Recognizer winner = deliver(recognizers, touches, phase);
+    const MVTouchSet won = winner ? winner->touches() : MVTouchSet();
+    if (winner) {
+        beat(winner);
+    }
+    for (const Recognizer& recognizer : recognizers) {
+        recognizer->mv_dispatchStateChangesIfNecessary();
+    }
+    if (winner) {
+        deliverToViews(touches, phase, winner, won);
+    } else {
+        MVDispatchTouchSelectorToTrackedViews(touches, phase);
+    }
+}
+
+void MVFinishTouches(const MVTouchSet& touches) {
+    const AtEnd finish([&] {
+        for (const std::shared_ptr<MVTouch>& touch : touches) {
+            touch->mv_finish();
+        }
+    });
+    for (const std::shared_ptr<MVTouch>& touch : touches) {
+        for (const Recognizer& recognizer : MVGetGestureRecognizersForTouch(touch)) {
+            MVBreakRelationshipBetweenGestureRecognizerAndTouches(recognizer, touches);
+        }
+    }
+}

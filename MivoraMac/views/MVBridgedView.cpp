@@ -1,0 +1,3 @@
+#include "MivoraMac/views/MVBridgedView.h"
+
+MVBridgedView::~MVBridgedView() = default;

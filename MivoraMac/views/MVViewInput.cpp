@@ -1,0 +1,260 @@
+// Hit testing, gesture recognizers and the hooks of input.
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+#include "MivoraMac/geometry/Float4Private.h"
+#include "MivoraMac/geometry/MVMath.h"
+#include "MivoraMac/input/MVGestureRecognizer.h"
+#include "MivoraMac/input/MVInteraction.h"
+#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/MainThreadAssertPrivate.h"
+#include "MivoraMac/views/MVView.h"
+
+using Mivora::Float4;
+
+namespace {
+
+/// How many views ahead of its time memory is asked for a view. Without that, hit testing a list of
+/// 10,000 waits for memory a quarter of the time.
+constexpr std::ptrdiff_t kViewsAhead = 4;
+
+using Int4 __attribute__((vector_size(16))) = std::int32_t;
+
+/// The components without their fractions; they must fit into integers.
+Float4 truncated(Float4 value) {
+    return __builtin_convertvector(__builtin_convertvector(value, Int4), Float4);
+}
+
+/// What `std::round` makes of each component, without its call into another library and without
+/// branches on the fraction, which no processor can predict.
+Float4 roundHalfAway(Float4 value) {
+    constexpr float kWholeFrom = 8388608.0F;
+    const Int4 hasFraction = (value < kWholeFrom) & (value > -kWholeFrom);
+    const Float4 small = hasFraction ? value : Float4{};
+    const Float4 whole = truncated(small);
+    const Float4 rounded = whole + truncated((small - whole) * 2.0F);
+    return hasFraction ? rounded : value;
+}
+
+}  // namespace
+
+// Hit testing
+
+std::shared_ptr<MVView> MVView::viewForInteraction(
+    const std::shared_ptr<MVInteraction>& interaction) {
+    std::shared_ptr<MVView> found;
+    if (interaction) {
+        findViewForInteraction(shared_from_this(), *interaction, found);
+    }
+    return found;
+}
+
+bool MVView::findViewForInteraction(const std::shared_ptr<MVView>& self,
+                                    const MVInteraction& interaction,
+                                    std::shared_ptr<MVView>& found) {
+    if (!interactionEnabled_ || hidden_ || !contentBoxContains(interaction.locationInView(self))) {
+        return false;
+    }
+    bool covered = false;
+    // Held, because asking for a location may run hooks, which may change the list.
+    if (const std::shared_ptr<const MVViewArray> subviews = subviews_) {
+        for (auto view = subviews->rbegin(); view != subviews->rend() && !found; ++view) {
+            if (subviews->rend() - view > kViewsAhead) {
+                view[kViewsAhead]->fetchForHitTest();
+            }
+            covered |= (*view)->findViewForInteraction(*view, interaction, found);
+        }
+    }
+    if (!covered && (mouseHoverEnabled_ || !interaction.mv_isHover())) {
+        found = self;
+    }
+    return true;
+}
+
+void MVView::fetchForHitTest() const {
+    __builtin_prefetch(&hidden_);
+    __builtin_prefetch(&inverseTransformMatrix_[0][0]);
+    __builtin_prefetch(&inverseTransformMatrix_[3][3]);
+}
+
+bool MVView::hitTest(const std::shared_ptr<MVInteraction>& interaction) {
+    return interaction && contentBoxContains(interaction->locationInView(shared_from_this()));
+}
+
+bool MVView::contentBoxContains(Mivora::Point3 p) const {
+    const Mivora::Point3 o = localOrigin_;
+    return o.x <= p.x && p.x <= o.x + size_.width && o.y <= p.y && p.y <= o.y + size_.height &&
+           o.z <= p.z && p.z <= o.z + size_.depth;
+}
+
+// Interaction plane
+
+void MVView::setInteractionPlane(const Mivora::Plane& plane) {
+    if (interactionPlane_ == plane) {
+        return;
+    }
+    interactionPlane_ = plane;
+    worldInteractionPlaneDirty_ = true;
+}
+
+Mivora::Plane MVView::worldInteractionPlane() {
+    mv_buildWorldInteractionPlane();
+    return worldInteractionPlane_;
+}
+
+void MVView::mv_buildWorldInteractionPlane() {
+    if (worldInteractionPlaneDirty_) {
+        worldInteractionPlane_ = MVPlaneApplyTransform(interactionPlane_, transformMatrix());
+        worldInteractionPlaneDirty_ = false;
+    }
+}
+
+Mivora::Point3 MVView::mv_locationOfRay(const Mivora::Ray3& ray) {
+    mv_buildWorldInteractionPlane();
+    mv_buildTransformMatrix();
+    const Mivora::Point3 world = worldInteractionPlane_.RayIntersection(ray);
+    const float scale = contentScaleFactor_;
+    const Float4 location =
+        Mivora::columnsOf(inverseTransformMatrix_) * Float4{world.x, world.y, world.z, 1.0F};
+    const Float4 snapped = roundHalfAway(location * scale) / scale;
+    return {snapped[0], snapped[1], snapped[2]};
+}
+
+// Gesture recognizers
+
+std::shared_ptr<const MVGestureRecognizerArray> MVView::gestureRecognizers() const {
+    if (gestureRecognizers_ != nullptr) {
+        return gestureRecognizers_;
+    }
+    static const MVGestureRecognizerArray empty;
+    return {std::shared_ptr<void>(), &empty};
+}
+
+void MVView::addGestureRecognizer(std::shared_ptr<MVGestureRecognizer> recognizer) {
+    MIVORA_ASSERT_MAIN_THREAD("MVView::addGestureRecognizer");
+    if (recognizer == nullptr) {
+        throw MVException(MVException::kInvalidArgument,
+                          "addGestureRecognizer: the recognizer is null");
+    }
+    const std::shared_ptr<MVView> self = weak_from_this().lock();
+    if (self == nullptr) {
+        throw MVException(MVException::kInternalInconsistency,
+                          "addGestureRecognizer: the view is still being constructed");
+    }
+    if (const std::shared_ptr<MVView> view = recognizer->view()) {
+        view->removeGestureRecognizer(recognizer);
+    }
+    dropGestureRecognizer(recognizer);
+    recognizer->setView(self);
+    gestureRecognizersToChange().push_back(std::move(recognizer));
+}
+
+void MVView::removeGestureRecognizer(const std::shared_ptr<MVGestureRecognizer>& recognizer) {
+    MIVORA_ASSERT_MAIN_THREAD("MVView::removeGestureRecognizer");
+    if (const std::shared_ptr<MVGestureRecognizer> kept = recognizer) {
+        kept->setView(nullptr);
+        dropGestureRecognizer(kept);
+    }
+}
+
+void MVView::removeAllGestureRecognizers() {
+    const std::shared_ptr<const MVGestureRecognizerArray> all = gestureRecognizers_;
+    if (all != nullptr) {
+        for (const std::shared_ptr<MVGestureRecognizer>& recognizer : *all) {
+            removeGestureRecognizer(recognizer);
+        }
+    }
+}
+
+/// The list, replaced by a copy if somebody else holds it.
+MVGestureRecognizerArray& MVView::gestureRecognizersToChange() {
+    if (gestureRecognizers_ == nullptr) {
+        gestureRecognizers_ = std::make_shared<MVGestureRecognizerArray>();
+    } else if (gestureRecognizers_.use_count() > 1) {
+        gestureRecognizers_ = std::make_shared<MVGestureRecognizerArray>(*gestureRecognizers_);
+    }
+    return *gestureRecognizers_;
+}
+
+/// Takes a recognizer off the list, if it is there.
+void MVView::dropGestureRecognizer(const std::shared_ptr<MVGestureRecognizer>& recognizer) {
+    if (gestureRecognizers_ != nullptr) {
+        std::erase(gestureRecognizersToChange(), recognizer);
+    }
+}
+
+// Hooks
+
+void MVView::touchesBegan(const MVTouchSet& touches) {
+    if (const std::shared_ptr<MVView> above = superview()) {
+        above->touchesBegan(touches);
+    }
+}
+
+void MVView::touchesMoved(const MVTouchSet& touches) {
+    if (const std::shared_ptr<MVView> above = superview()) {
+        above->touchesMoved(touches);
+    }
+}
+
+void MVView::touchesEnded(const MVTouchSet& touches) {
+    if (const std::shared_ptr<MVView> above = superview()) {
+        above->touchesEnded(touches);
+    }
+}
+
+void MVView::touchesCancelled(const MVTouchSet& touches) {
+    if (const std::shared_ptr<MVView> above = superview()) {
+        above->touchesCancelled(touches);
+    }
+}
+
+void MVView::mouseBegan(const std::shared_ptr<MVMouse>& mouse) {
+    if (const std::shared_ptr<MVView> above = superview()) {
+        above->mouseBegan(mouse);
+    }
+}
+
+void MVView::mouseMoved(const std::shared_ptr<MVMouse>& mouse) {
+    if (const std::shared_ptr<MVView> above = superview()) {
+        above->mouseMoved(mouse);
+    }
+}
+
+void MVView::mouseEnded(const std::shared_ptr<MVMouse>& mouse) {
+    if (const std::shared_ptr<MVView> above = superview()) {
+        above->mouseEnded(mouse);
+    }
+}
+
+void MVView::mouseHoverBegan(const std::shared_ptr<MVMouse>& /*mouse*/) {}
+
+void MVView::mouseHoverMoved(const std::shared_ptr<MVMouse>& /*mouse*/) {}
+
+void MVView::mouseHoverEnded(const std::shared_ptr<MVMouse>& /*mouse*/) {}
+
+void MVView::scrollBegan(const std::shared_ptr<MVScroll>& scroll) {
+    if (const std::shared_ptr<MVView> above = superview()) {
+        above->scrollBegan(scroll);
+    }
+}
+
+void MVView::scrollMoved(const std::shared_ptr<MVScroll>& scroll) {
+    if (const std::shared_ptr<MVView> above = superview()) {
+        above->scrollMoved(scroll);
+    }
+}
+
+void MVView::scrollEnded(const std::shared_ptr<MVScroll>& scroll) {
+    if (const std::shared_ptr<MVView> above = superview()) {
+        above->scrollEnded(scroll);
+    }
+}
+
+void MVView::scrollCancelled(const std::shared_ptr<MVScroll>& scroll) {
+    if (const std::shared_ptr<MVView> above = superview()) {
+        above->scrollCancelled(scroll);
+    }
+}
