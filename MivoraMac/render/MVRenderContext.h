@@ -51,6 +51,7 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     static std::shared_ptr<MVRenderContext> activeContext();
     /// The active context, if it has a GL context to draw with; else null.
     static std::shared_ptr<MVRenderContext> mv_drawingContext();
+    /// Makes a context the active one; null for none.
     static void mv_setActiveContext(const std::shared_ptr<MVRenderContext>& context);
 
     /// The queue on which all GL work runs. Closures put on it directly run with no current

@@ -106,7 +106,10 @@ class MIVORA_EXPORT MVRenderSurface : public std::enable_shared_from_this<MVRend
     /// Makes the attachments that are missing or have the wrong size, if anything changed since
     /// the last time and there is a colour buffer.
     void mv_buildSurface();
+    /// Queues the binding of the framebuffer to draw into, with all of its masks open, and its
+    /// clearing.
     void mv_bindFramebuffer();
+    /// Queues the GL viewport: `viewport`, or the whole colour buffer.
     void mv_setViewport();
     /// Tells the colour, depth and stencil buffers that they have been drawn into.
     void mv_finalizeFramebuffer();

@@ -56,11 +56,14 @@ class MIVORA_EXPORT MVRenderSurfaceBuffer
     friend struct MVMaker;
     MVRenderSurfaceBuffer();
 
+    /// Takes the active render context, if it can draw, as `context_`; called by the constructor.
     void mv_renderSurfaceBufferInit();
     /// Stores the size and tells observers of "storageSize". An equal size does nothing.
     void mv_setStorageSize(Mivora::Size2I storageSize);
+    /// Pixels per point; told to nobody.
     void mv_setScale(float scale) { scale_ = scale; }
 
+    /// Where GL work is queued; null for none, which leaves the buffer without storage.
     std::shared_ptr<MVRenderContext> context_;
 
  private:

@@ -145,11 +145,22 @@ class MIVORA_EXPORT MVShader : public std::enable_shared_from_this<MVShader> {
     /// Queues the upload of a colour to the program that is current by then.
     static void mv_setColorUniform(std::int32_t location, Mivora::ColorRGBA color);
 
+    /// Makes the program and compiles its two stages, waiting for the GL queue.
+    /// @param errorMessage  optional; the driver's log is appended
+    /// @return whether both stages are attached; false without an active GL context
     bool mv_compile(const char* vertexShaderSource, const char* fragmentShaderSource,
                     std::string* errorMessage);
+    /// Looks up the standard uniforms of the program.
     void mv_updateUniforms();
+    /// Compiles one stage. In GL work only.
+    /// @param shader        receives the name, which is deleted again on failure
+    /// @param type          GL_VERTEX_SHADER or GL_FRAGMENT_SHADER
+    /// @param source        UTF-8; the version line is put before it. Null fails
+    /// @param errorMessage  optional; the driver's log is appended
     static bool mv_compileShader(std::uint32_t* shader, std::uint32_t type, const char* source,
                                  std::string* errorMessage);
+    /// Links a program, waiting for the GL queue.
+    /// @param errorMessage  optional; the driver's log is appended
     static bool mv_linkProgram(std::uint32_t program, std::string* errorMessage);
 
  private:

@@ -34,6 +34,7 @@ class MIVORA_EXPORT MVShaderCache {
 
     /// The process-wide cache, held weakly; null when there is none.
     static std::shared_ptr<MVShaderCache> sharedCache();
+    /// Makes a cache the process-wide one; null for none.
     static void mv_setSharedCache(const std::shared_ptr<MVShaderCache>& cache);
 
     /// Compiles the standard shaders and stores them under their keys; a second call does nothing.

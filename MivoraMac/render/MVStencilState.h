@@ -13,5 +13,6 @@ struct MVStencilState {
     std::uint32_t depthFail = 0;    ///< action when it passes and the depth test fails
     std::uint32_t depthPass = 0;    ///< action when both pass
 
+    /// Compares field by field.
     bool operator==(const MVStencilState&) const = default;
 };

@@ -46,6 +46,7 @@ class MIVORA_EXPORT MVColorView : public MVView {
 
  protected:
     friend struct MVMaker;
+    /// See `initWithColor`.
     explicit MVColorView(Mivora::ColorRGBA color = Mivora::ColorRGBA::kWhite);
 
  private:

@@ -132,12 +132,21 @@ void MVWindow::layoutSubviews() {
 }
 
 void MVWindow::mv_setDrawDirty() {
-    drawDirty_ = true;
+    drawRequests_.store(mv_drawRequests() + 1, std::memory_order_relaxed);
+    drawDirty_.store(true, std::memory_order_release);
     if (const std::shared_ptr<MVWindowOwner> owner = mv_owner()) {
         owner->mv_windowDidBecomeDrawDirty();
     }
 }
 
 void MVWindow::mv_setDrawClean() {
-    drawDirty_ = false;
+    drawDirty_.store(false, std::memory_order_release);
+}
+
+void MVWindow::mv_setDrawCleanAsOf(std::uint64_t requests) {
+    // Reading what is overwritten makes every request visible that set it.
+    drawDirty_.exchange(false, std::memory_order_acq_rel);
+    if (mv_drawRequests() != requests) {
+        drawDirty_.store(true, std::memory_order_release);
+    }
 }

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
+
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Ray.h"
 #include "MivoraMac/geometry/Viewport.h"
 #include "MivoraMac/views/MVView.h"
 
+class MVApplication;
 class MVRenderSurface;
 
 /// Who a window belongs to: told what concerns the world outside the tree.
@@ -42,6 +46,11 @@ class MIVORA_EXPORT MVWindow : public MVView {
     /// Creates a window of size zero that tells its owner of redraws and of the camera.
     /// @param owner  held weakly; may be null
     static std::shared_ptr<MVWindow> mv_initWithOwner(const std::shared_ptr<MVWindowOwner>& owner);
+
+    /// Creates a window of size zero that belongs to an application.
+    /// @param application  held weakly; may be null
+    static std::shared_ptr<MVWindow> initWithApplication(
+        const std::shared_ptr<MVApplication>& application);
 
     /// Also marks the projection, even for an equal size.
     void setSize3(Mivora::Size3 size) override;
@@ -104,6 +113,9 @@ class MIVORA_EXPORT MVWindow : public MVView {
     Mivora::Ray3 mv_unprojectScreenPointViewport(Mivora::Point2 screenPoint,
                                                  Mivora::Viewport viewport);
 
+    /// The application that the window belongs to, or null.
+    std::shared_ptr<MVApplication> mv_application() const;
+
     /// Who the window belongs to, or null.
     std::shared_ptr<MVWindowOwner> mv_owner() const { return owner_.lock(); }
 
@@ -116,14 +128,21 @@ class MIVORA_EXPORT MVWindow : public MVView {
 
     /// Notes that the tree has to be drawn.
     void mv_setDrawDirty() override;
-    /// Notes that it has been. Called once the frame has been presented.
+    /// Notes that it has been. Thread: any.
     void mv_setDrawClean();
-    /// Whether the tree has to be drawn. True for a new window.
-    bool mv_windowNeedsDraw() const { return drawDirty_; }
+    /// Whether the tree has to be drawn. True for a new window. Thread: any.
+    bool mv_windowNeedsDraw() const { return drawDirty_.load(std::memory_order_acquire); }
+
+    /// How often the tree has asked for a redraw so far.
+    std::uint64_t mv_drawRequests() const { return drawRequests_.load(std::memory_order_relaxed); }
+    /// As `mv_setDrawClean`, for a frame that was drawn when there had been `requests`: what was
+    /// asked for since is still to be drawn. Thread: any.
+    void mv_setDrawCleanAsOf(std::uint64_t requests);
 
     /// @}
 
  protected:
+    /// See `mv_initWithOwner`.
     explicit MVWindow(const std::shared_ptr<MVWindowOwner>& owner = nullptr);
 
  private:
@@ -133,7 +152,8 @@ class MIVORA_EXPORT MVWindow : public MVView {
     std::weak_ptr<MVRenderSurface> surface_;
     glm::mat4 projectionMatrix_{1.0F};
     bool projectionMatrixDirty_ = true;
-    bool drawDirty_ = false;
+    std::atomic<bool> drawDirty_{false};
+    std::atomic<std::uint64_t> drawRequests_{0};  // written on the main thread only
     float fieldOfView_ = 1.0471976F;
     float nearDistance_ = 150.0F;
     float farDistance_ = 150.0F;

@@ -1,0 +1,128 @@
+#include "MivoraMac/views/MVImageView.h"
+
+#include <string_view>
+
+#include "MivoraMac/images/MVImage.h"
+#include "MivoraMac/images/MVMutableImage.h"
+#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/PropertyObservation.h"
+#include "MivoraMac/render/MVShaderCache.h"
+#include "MivoraMac/render/MVShaderPositionTextureUniformColor.h"
+#include "MivoraMac/views/MVQuadPrivate.h"
+
+using Mivora::platform::ObservableObject;
+using Mivora::platform::PropertyChange;
+using Mivora::platform::PropertyObserver;
+
+namespace {
+
+/// Calls `visit` with every property of the image that a view watches.
+template <class Visit>
+void forEachWatchedKey(const MVImage& image, Visit visit) {
+    visit("size");
+    visit("coordinateSystem");
+    visit("coordinateSpace");
+    if (dynamic_cast<const MVMutableImage*>(&image) != nullptr) {
+        visit("updateIndex");
+    }
+}
+
+}  // namespace
+
+/// Watches the image on behalf of the view, which may still be under construction.
+class MVImageView::Observer : public PropertyObserver {
+ public:
+    explicit Observer(MVImageView& view) : view_(view) {}
+
+    void observeValueForKeyPathOfObjectChangeContext(std::string_view keyPath,
+                                                     ObservableObject& object,
+                                                     PropertyChange /*change*/,
+                                                     void* /*context*/) override {
+        MVImage* const image = view_.image_.get();
+        if (image == nullptr || &object != image) {
+            return;
+        }
+        if (keyPath == "coordinateSystem") {
+            view_.setCoordinateSystem(image->coordinateSystem());
+        } else if (keyPath != "updateIndex") {
+            view_.quad_->setDirty();
+        }
+        view_.setNeedsDraw();
+    }
+
+ private:
+    MVImageView& view_;
+};
+
+std::shared_ptr<MVImageView> MVImageView::init() {
+    return MVMake<MVImageView>();
+}
+
+std::shared_ptr<MVImageView> MVImageView::initWithImage(const std::shared_ptr<MVImage>& image) {
+    return MVMake<MVImageView>(image);
+}
+
+MVImageView::MVImageView(const std::shared_ptr<MVImage>& image)
+    : quad_(std::make_unique<MVQuad>(MVQuad::Vertices::PositionAndTexCoord)),
+      observer_(std::make_shared<Observer>(*this)) {
+    if (const auto cache = MVShaderCache::sharedCache()) {
+        shader_ = cache->shaderForKeyAs<MVShaderPositionTextureUniformColor>(
+            "MVShaderPositionTextureUniformColor");
+    }
+    if (image) {
+        MVImageView::setImage(image);
+        MVImageView::setSize3({image->size().width, image->size().height, size3().depth});
+    }
+}
+
+MVImageView::~MVImageView() {
+    setImage(nullptr);
+}
+
+void MVImageView::setImage(const std::shared_ptr<MVImage>& image) {
+    if (image_ == image) {
+        return;
+    }
+    if (image) {
+        setCoordinateSystem(image->coordinateSystem());
+        forEachWatchedKey(*image, [&](const char* key) { image->addObserver(observer_, key); });
+    }
+    if (image_) {
+        forEachWatchedKey(*image_,
+                          [&](const char* key) { image_->removeObserver(observer_.get(), key); });
+    }
+    image_ = image;
+    setNeedsDraw();
+}
+
+void MVImageView::setSize3(Mivora::Size3 size) {
+    MVView::setSize3(size);
+    quad_->setSize({size.width, size.height});
+}
+
+void MVImageView::mv_buildQuadVertices() {
+    if (image_) {
+        quad_->build(size(), image_->coordinateSpace());
+    }
+}
+
+void MVImageView::prepareForDraw() {
+    setCoordinateSystem(image_ ? image_->coordinateSystem() : 0);
+}
+
+void MVImageView::draw() {
+    if (!image_) {
+        return;
+    }
+    mv_buildQuadVertices();
+    if (!shader_) {
+        return;
+    }
+    shader_->use();
+    image_->use();
+    const float opacity = effectiveOpacity();
+    const bool premultiplied = image_->premultipliedAlpha();
+    shader_->setColor(premultiplied ? Mivora::ColorRGBA{opacity, opacity, opacity, opacity}
+                                    : Mivora::ColorRGBA{1.0F, 1.0F, 1.0F, opacity});
+    quad_->draw(premultiplied ? MVQuad::Blend::Premultiplied : MVQuad::Blend::Straight);
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <memory>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/views/MVView.h"
+
+class MVImage;
+class MVQuad;
+class MVShaderPositionTextureUniformColor;
+
+/// A view that shows an image, stretched over its width and height.
+///
+/// The view watches its image: when the size changes, or the contents of a mutable image, it is
+/// drawn anew. Only of a plain image that loads in the background nothing tells that its pixels
+/// have come: its completion block calls `setNeedsDraw`.
+///
+/// With every image the view takes over the image's coordinate system, so that the picture stands
+/// upright however its rows are stored.
+///
+/// Blending is always on. Without an image, nothing is drawn.
+///
+/// Thread: main.
+class MIVORA_EXPORT MVImageView : public MVView {
+ public:
+    /// Creates a view of size zero without an image.
+    static std::shared_ptr<MVImageView> init();
+
+    /// Creates a view that has the image's size, which later images and changes do not alter.
+    /// @param image  null makes it `init`
+    static std::shared_ptr<MVImageView> initWithImage(const std::shared_ptr<MVImage>& image);
+
+    ~MVImageView() override;
+
+    /// The image, or null.
+    const std::shared_ptr<MVImage>& image() const { return image_; }
+
+    /// Shows another image; null for none. The same one does nothing.
+    ///
+    /// Which part of its texture is shown is taken over when the view or the image changes its
+    /// size, not with the image: one whose `coordinateSpace` differs from that of the one before
+    /// shows that part at first.
+    void setImage(const std::shared_ptr<MVImage>& image);
+
+    void setSize3(Mivora::Size3 size) override;
+
+    /// @name Internal to the library
+    /// @{
+
+    /// Rewrites the vertices if size or texture coordinates changed since they were last built.
+    void mv_buildQuadVertices();
+
+    /// @}
+
+ protected:
+    friend struct MVMaker;
+
+    /// See `initWithImage`.
+    explicit MVImageView(const std::shared_ptr<MVImage>& image = nullptr);
+
+    void prepareForDraw() override;
+    void draw() override;
+
+ private:
+    class Observer;
+
+    std::shared_ptr<MVImage> image_;
+    std::unique_ptr<MVQuad> quad_;
+    std::shared_ptr<MVShaderPositionTextureUniformColor> shader_;
+    std::shared_ptr<Observer> observer_;
+};
