@@ -26,6 +26,7 @@ class MIVORA_EXPORT MVAnimationClock {
 
     /// The clock of the application whose frame ran last, held weakly; null when there is none.
     static std::shared_ptr<MVAnimationClock> activeClock();
+    /// Makes a clock the active one; null for none.
     static void mv_setActiveClock(const std::shared_ptr<MVAnimationClock>& clock);
 
     /// Registers an object, once however often it is started. An object that is started during a

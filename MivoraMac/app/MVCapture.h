@@ -23,6 +23,7 @@ struct MVCaptureOptions {
     int samples = 4;
     /// What shows where nothing is drawn: by default what an application's window clears to.
     Mivora::ColorRGBA clearColor{0.1F, 0.1F, 0.1F, 1.0F};
+    /// What becomes of alpha; kept by default.
     MVCaptureAlpha alpha = MVCaptureAlpha::Kept;
 };
 

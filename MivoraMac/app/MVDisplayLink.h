@@ -33,6 +33,7 @@ class MIVORA_EXPORT MVDisplayLink : public std::enable_shared_from_this<MVDispla
     template <class Target>
     using Selector = void (Target::*)(const std::shared_ptr<MVDisplayLink>&);
 
+    /// The loop of the thread on which the action is called.
     using Thread = std::shared_ptr<Mivora::platform::RunLoop>;
 
     /// Refused: null.

@@ -58,6 +58,8 @@ class MIVORA_EXPORT MVWeakPointerContainer {
     using Equality = bool (*)(const void*, const void*);
 
     MVWeakPointerContainer() = default;
+    /// A container of an object.
+    /// @param equality  how it compares with others of its class; null for by identity
     MVWeakPointerContainer(std::weak_ptr<void> object, const void* pointerValue, Equality equality);
 
  private:

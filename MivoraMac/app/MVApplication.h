@@ -1,0 +1,160 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/platform/Clock.h"
+#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/PropertyObservation.h"
+#include "MivoraMac/views/MVWindow.h"
+
+class MVAnimationClock;
+class MVApplicationRenderView;
+class MVApplicationRunLoop;
+class MVImageCache;
+class MVRenderContext;
+class MVRenderSurface;
+class MVShaderCache;
+
+namespace Mivora::platform {
+class OpenGLView;
+}
+
+/// One animated window of views, and everything it takes: what a program creates first.
+///
+///     auto application = MVApplication::init();
+///     application->window()->addSubview(card);
+///     auto frame = Mivora::platform::Window::initWithTitle("Cards", 800, 600);
+///     frame->setContentView(application->renderView());
+///     frame->show();
+///     application->setActive(true);
+///     Mivora::platform::MainThread::run();
+///
+/// While it is active, a thread of its own runs a frame sixty times a second, and waits for each:
+/// 1. On the main thread the animation clock is ticked and the tree laid out, and, if anything
+///    asked for a redraw, drawn: its GL work is queued.
+/// 2. If the tree was drawn, the thread presents it.
+///
+/// Animation time is counted, not measured: every frame is a sixtieth of a second, however long it
+/// really took.
+///
+/// Several applications in one process share textures, programs and caches. Each survives the end
+/// of the others.
+///
+/// An application lives as long as it is held; it may be dropped at any time, also from within a
+/// frame, which then ends as usual. Dropped on another thread, it is taken apart on the main
+/// thread, which has to turn its loop for that.
+///
+/// Thread: main, unless stated otherwise.
+class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplication>,
+                                    public MVWindowOwner,
+                                    private Mivora::platform::PropertyObserver {
+ public:
+    /// An application that is neither active nor paused. Its render context becomes the active one;
+    /// it shares GL objects with the one that was. The first application loads the standard
+    /// shaders.
+    /// @throws MVException (internal inconsistency) where that fails, as without OpenGL 3.2; the
+    ///         debug log (category `gl`) says what is missing
+    static std::shared_ptr<MVApplication> init();
+
+    ~MVApplication() override;
+    MVApplication(const MVApplication&) = delete;
+    MVApplication& operator=(const MVApplication&) = delete;
+
+    /// Whether frames are run. False at first.
+    bool isActive() const { return active_; }
+    /// Starts or stops the frames; stopping does not wait for the thread. An equal value does
+    /// nothing.
+    void setActive(bool active);
+
+    /// Whether time stands still: there are then four frames a second, which lay out and draw but
+    /// tick nothing. False at first.
+    bool isPaused() const { return paused_; }
+    /// Pauses, or goes on. An equal value does nothing.
+    void setPaused(bool paused);
+
+    /// The native view that shows the window, for the program to place in a window of the desktop.
+    std::shared_ptr<Mivora::platform::OpenGLView> renderView() const;
+
+    /// The root of the tree. It has the size of the native view.
+    const std::shared_ptr<MVWindow>& window() const { return window_; }
+
+    /// Always null. What draws is `MVRenderContext::activeContext`.
+    const std::shared_ptr<MVRenderContext>& renderContext() const { return renderContext_; }
+
+    /// What is ticked with every frame.
+    const std::shared_ptr<MVAnimationClock>& animationClock() const { return animationClock_; }
+
+    /// The image cache that all applications share.
+    const std::shared_ptr<MVImageCache>& imageCache() const { return imageCache_; }
+
+    /// The shader cache that all applications share.
+    const std::shared_ptr<MVShaderCache>& shaderCache() const { return shaderCache_; }
+
+    /// @name Internal to the library
+    /// @{
+
+    /// The native view with its own class.
+    const std::shared_ptr<MVApplicationRenderView>& mv_renderView() const { return renderView_; }
+
+    /// The run loop while the application is active, else null.
+    const std::shared_ptr<MVApplicationRunLoop>& mv_activeRunLoop() const { return runLoop_; }
+
+    /// One frame: its main-thread half, waiting for it, and then, if that drew, the rest. What a
+    /// client's code throws in a frame is logged and ends the frame; the next one starts anew.
+    ///
+    /// A test may call it on the main thread, without a run loop, to run frames one by one.
+    ///
+    /// @param sender  the run loop that fired, or null. After it was replaced or invalidated, its
+    ///                frame is left out.
+    /// Thread: any that the main thread does not wait for.
+    void mv_runLoopFired(const std::shared_ptr<MVApplicationRunLoop>& sender);
+
+    /// The main-thread half of a frame.
+    /// @return whether the tree was drawn
+    bool mv_runLoop(const std::shared_ptr<MVApplicationRunLoop>& sender);
+
+    /// Gives the window the size of the native view.
+    void mv_resizeWindow();
+
+    /// Draws and presents a frame at once.
+    void mv_inlineDraw();
+
+    /// Makes this application's context and clock the active ones.
+    void mv_setActiveResources();
+
+    /// @}
+
+ protected:
+    MVApplication();
+
+ private:
+    friend struct ::MVMaker;
+
+    /// What an application owns, in the order in which it comes to be, save for the run loop.
+    struct Parts;
+
+    void mv_applicationInit();
+    void mv_windowPerspectiveDidBuild(const glm::dmat4& sublayerTransform) override;
+    void observeValueForKeyPathOfObjectChangeContext(std::string_view keyPath,
+                                                     Mivora::platform::ObservableObject& object,
+                                                     Mivora::platform::PropertyChange change,
+                                                     void* context) override;
+
+    std::shared_ptr<MVApplicationRunLoop> runLoop_;
+    double animationInterval_ = 0.0;
+    std::int64_t frameInterval_ = 1;
+    std::shared_ptr<MVRenderContext> context_;
+    std::shared_ptr<MVRenderSurface> surface_;
+    std::shared_ptr<MVApplicationRenderView> renderView_;
+    std::shared_ptr<MVWindow> window_;
+    std::shared_ptr<MVShaderCache> shaderCache_;
+    std::uint64_t lastMachTime_ = 0;
+    Mivora::platform::Timebase machTimebaseInfo_{1, 1};
+    std::shared_ptr<MVAnimationClock> animationClock_;
+    std::shared_ptr<MVImageCache> imageCache_;
+    bool paused_ = false;
+    bool active_ = false;
+    std::shared_ptr<MVRenderContext> renderContext_;
+};

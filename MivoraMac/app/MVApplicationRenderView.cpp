@@ -1,0 +1,238 @@
+#include "MivoraMac/app/MVApplicationRenderView.h"
+
+#include <epoxy/gl.h>
+
+#include <algorithm>
+
+#include "MivoraMac/app/MVApplication.h"
+#include "MivoraMac/input/MVMouseDispatcher.h"
+#include "MivoraMac/input/MVMouseToTouchDispatcher.h"
+#include "MivoraMac/input/MVScrollDispatcher.h"
+#include "MivoraMac/platform/NativeWindow.h"
+#include "MivoraMac/render/MVRenderContext.h"
+#include "MivoraMac/views/MVBridgedView.h"
+
+using Mivora::platform::Event;
+using Mivora::platform::OpenGLView;
+using Mivora::platform::TrackingArea;
+using Mivora::platform::View;
+
+namespace {
+
+/// Points that a wheel scrolls for each line.
+constexpr float kPointsPerLine = 24.0F;
+
+}  // namespace
+
+double mv_scaleFactorForOpenGLView(const OpenGLView& view) {
+    const auto window = view.wantsBestResolutionOpenGLSurface() ? view.window() : nullptr;
+    return window ? window->backingScaleFactor() : 1.0;
+}
+
+std::shared_ptr<MVApplicationRenderView> MVApplicationRenderView::initWithApplicationAndWindow(
+    const std::shared_ptr<MVApplication>& application, const std::shared_ptr<MVWindow>& window) {
+    auto view = MVMake<MVApplicationRenderView>(application, window);
+    view->addSubview(view->bridgeViewContainer_);
+    return view;
+}
+
+MVApplicationRenderView::MVApplicationRenderView(const std::shared_ptr<MVApplication>& application,
+                                                 const std::shared_ptr<MVWindow>& window)
+    : application_(application), context_(MVRenderContext::activeContext()) {
+    setWantsBestResolutionOpenGLSurface(true);
+    mouseDispatcher_ = MVMouseDispatcher::initWithWindow(window);
+    scrollDispatcher_ = MVScrollDispatcher::initWithWindow(window);
+    mouseToTouchDispatcher_ = MVMouseToTouchDispatcher::initWithWindow(window);
+    bridgeViewContainer_ = View::initWithFrame(bounds());
+    bridgeViewContainer_->setWantsLayer(true);
+    updateTrackingAreas();
+}
+
+MVApplicationRenderView::~MVApplicationRenderView() = default;
+
+bool MVApplicationRenderView::isOpaque() const {
+    return true;
+}
+
+void MVApplicationRenderView::addBridgeView(const std::shared_ptr<MVBridgedView>& bridgeView) {
+    const std::shared_ptr<View> native = bridgeView ? bridgeView->bridgeView() : nullptr;
+    if (!native) {
+        return;
+    }
+    native->setWantsLayer(true);
+    bridgeViewContainer_->addSubview(native);
+    if (std::find(bridgeViews_.begin(), bridgeViews_.end(), bridgeView) == bridgeViews_.end()) {
+        bridgeViews_.push_back(bridgeView);
+    }
+}
+
+void MVApplicationRenderView::removeBridgeView(const std::shared_ptr<MVBridgedView>& bridgeView) {
+    if (!bridgeView) {
+        return;
+    }
+    if (const std::shared_ptr<View> native = bridgeView->bridgeView()) {
+        native->removeFromSuperview();
+    }
+    std::erase(bridgeViews_, bridgeView);
+}
+
+void MVApplicationRenderView::setBridgeViewContainerSublayerTransform(const glm::dmat4& transform) {
+    bridgeViewContainer_->setSublayerTransform(transform);
+}
+
+Mivora::Point2 MVApplicationRenderView::mv_pointForEvent(const Event& event) const {
+    return {static_cast<float>(event.locationInWindow.x),
+            static_cast<float>(event.locationInWindow.y)};
+}
+
+void MVApplicationRenderView::mv_setViewport() {
+    if (const auto context = MVRenderContext::mv_drawingContext()) {
+        context->mv_dispatchBlockSync(
+            [size = backingSize()] { glViewport(0, 0, size.width, size.height); });
+    }
+}
+
+void MVApplicationRenderView::viewDidMoveToWindow() {
+    OpenGLView::viewDidMoveToWindow();
+    if (context_) {
+        context_->mv_setRenderView(this);
+    }
+}
+
+void MVApplicationRenderView::reshape() {
+    OpenGLView::reshape();
+    mv_setViewport();
+    if (const auto application = application_.lock()) {
+        application->mv_resizeWindow();
+        application->mv_inlineDraw();
+    }
+    bridgeViewContainer_->setFrame(bounds());
+    const auto bridgeViews = bridgeViews_;
+    for (const std::shared_ptr<MVBridgedView>& bridgeView : bridgeViews) {
+        bridgeView->mv_positionBridgeView();
+    }
+}
+
+void MVApplicationRenderView::renewGState() {
+    if (const auto in = window()) {
+        in->disableScreenUpdatesUntilFlush();
+    }
+    OpenGLView::renewGState();
+}
+
+void MVApplicationRenderView::updateTrackingAreas() {
+    OpenGLView::updateTrackingAreas();
+    removeTrackingArea(trackingArea_);
+    trackingArea_ = std::make_shared<const TrackingArea>(
+        TrackingArea{bounds(), TrackingArea::MouseEnteredAndExited | TrackingArea::MouseMoved |
+                                   TrackingArea::ActiveAlways});
+    addTrackingArea(trackingArea_);
+}
+
+void MVApplicationRenderView::viewDidChangeBackingProperties() {
+    OpenGLView::viewDidChangeBackingProperties();
+    setContentsScale(mv_scaleFactorForOpenGLView(*this));
+}
+
+void MVApplicationRenderView::makeBackingLayer() {
+    OpenGLView::makeBackingLayer();
+    setContentsScale(mv_scaleFactorForOpenGLView(*this));
+}
+
+void MVApplicationRenderView::mouseDown(const std::shared_ptr<const Event>& event) {
+    mouseToTouchDispatcher_->systemTouchBeganWithEvent(event);
+    scrollDispatcher_->cancelActiveScrollEventWithEvent(mv_pointForEvent(*event), event);
+    mouseDispatcher_->systemMouseBeganWithEvent(mv_pointForEvent(*event), event);
+}
+
+void MVApplicationRenderView::mouseDragged(const std::shared_ptr<const Event>& event) {
+    mouseToTouchDispatcher_->systemTouchMovedWithEvent(event);
+    mouseDispatcher_->systemMouseMovedWithEvent(mv_pointForEvent(*event), event);
+}
+
+void MVApplicationRenderView::mouseUp(const std::shared_ptr<const Event>& event) {
+    mouseToTouchDispatcher_->systemTouchEndedWithEvent(event);
+    mouseDispatcher_->systemMouseEndedWithEvent(mv_pointForEvent(*event), event);
+}
+
+void MVApplicationRenderView::rightMouseDown(const std::shared_ptr<const Event>& event) {
+    scrollDispatcher_->cancelActiveScrollEventWithEvent(mv_pointForEvent(*event), event);
+    mouseDispatcher_->systemRightMouseBeganWithEvent(mv_pointForEvent(*event), event);
+}
+
+void MVApplicationRenderView::rightMouseDragged(const std::shared_ptr<const Event>& event) {
+    mouseDispatcher_->systemRightMouseMovedWithEvent(mv_pointForEvent(*event), event);
+}
+
+void MVApplicationRenderView::rightMouseUp(const std::shared_ptr<const Event>& event) {
+    mouseDispatcher_->systemRightMouseEndedWithEvent(mv_pointForEvent(*event), event);
+}
+
+void MVApplicationRenderView::mouseEntered(const std::shared_ptr<const Event>& event) {
+    const bool isMain = isWindowMain();
+    if (isMain != mouseHoverActive_) {
+        isMain ? beginHover(event) : endHover(event);
+    }
+}
+
+void MVApplicationRenderView::mouseMoved(const std::shared_ptr<const Event>& event) {
+    const bool isMain = isWindowMain();
+    if (isMain != mouseHoverActive_) {
+        isMain ? beginHover(event) : endHover(event);
+    } else if (isMain) {
+        mouseDispatcher_->systemMouseHoverMovedWithEvent(mv_pointForEvent(*event), event);
+    }
+}
+
+void MVApplicationRenderView::mouseExited(const std::shared_ptr<const Event>& event) {
+    if (mouseHoverActive_) {
+        endHover(event);
+    }
+    scrollDispatcher_->systemScrollCancelledTranslationWithEvent(mv_pointForEvent(*event),
+                                                                 Mivora::Point2::kZero, event);
+    mouseToTouchDispatcher_->systemTouchCancelledWithEvent(event);
+}
+
+void MVApplicationRenderView::scrollWheel(const std::shared_ptr<const Event>& event) {
+    const Mivora::Point2 point = mv_pointForEvent(*event);
+    Mivora::Point2 translation = {static_cast<float>(event->scrollingDeltaX),
+                                  static_cast<float>(event->scrollingDeltaY)};
+    if (!event->hasPreciseScrollingDeltas) {
+        translation = translation * kPointsPerLine;
+    }
+    switch (event->phase != Event::PhaseNone ? event->phase : event->momentumPhase) {
+        case Event::PhaseBegan:
+            scrollDispatcher_->systemScrollBeganTranslationWithEvent(point, translation, event);
+            break;
+        case Event::PhaseStationary:
+        case Event::PhaseChanged:
+            scrollDispatcher_->systemScrollMovedTranslationWithEvent(point, translation, event);
+            break;
+        case Event::PhaseEnded:
+            scrollDispatcher_->systemScrollEndedTranslationWithEvent(point, translation, event);
+            break;
+        case Event::PhaseCancelled:
+            scrollDispatcher_->systemScrollCancelledTranslationWithEvent(point, translation, event);
+            break;
+        case Event::PhaseNone:  // the click of a wheel
+            scrollDispatcher_->systemScrollBeganTranslationWithEvent(point, translation, event);
+            scrollDispatcher_->systemScrollEndedTranslationWithEvent(point, Mivora::Point2::kZero,
+                                                                     event);
+            break;
+    }
+}
+
+bool MVApplicationRenderView::isWindowMain() const {
+    const auto in = window();
+    return in && in->isMainWindow();
+}
+
+void MVApplicationRenderView::beginHover(const std::shared_ptr<const Event>& event) {
+    mouseDispatcher_->systemMouseHoverBeganWithEvent(mv_pointForEvent(*event), event);
+    mouseHoverActive_ = true;
+}
+
+void MVApplicationRenderView::endHover(const std::shared_ptr<const Event>& event) {
+    mouseDispatcher_->systemMouseHoverEndedWithEvent(mv_pointForEvent(*event), event);
+    mouseHoverActive_ = false;
+}

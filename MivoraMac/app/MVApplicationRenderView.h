@@ -1,0 +1,133 @@
+#pragma once
+
+#include <glm/mat4x4.hpp>
+#include <memory>
+#include <vector>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/geometry/Point.h"
+#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/OpenGLView.h"
+
+class MVApplication;
+class MVBridgedView;
+class MVMouseDispatcher;
+class MVMouseToTouchDispatcher;
+class MVRenderContext;
+class MVScrollDispatcher;
+class MVWindow;
+
+/// The native view that shows an application's window and takes the pointer's events for it.
+///
+/// It keeps the viewport at its size in pixels, has the application draw a frame within every
+/// change of size, holds the native views that stand over the drawing, and hands events to its
+/// three dispatchers:
+/// - the primary button to touches and mouse, in this order; between them, a press cancels
+///   scrolling;
+/// - the secondary button to the mouse, after a press has cancelled scrolling;
+/// - a pointer with no button held to the mouse, as a hover, while the window is the main one;
+/// - a wheel, fingers and momentum to scrolling; a line of a wheel counts as 24 points;
+/// - leaving the view ends the hover, then cancels scrolling, then the touch.
+///
+/// The application makes it; a program places it in a window of the desktop.
+///
+/// Thread: main.
+class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLView {
+ public:
+    /// What a host reports of the pointer.
+    using Event = Mivora::platform::Event;
+
+    /// A view that is in no window.
+    /// @param application  told of changes of size; held weakly, may be null
+    /// @param window       the tree that events reach; held weakly, may be null
+    static std::shared_ptr<MVApplicationRenderView> initWithApplicationAndWindow(
+        const std::shared_ptr<MVApplication>& application, const std::shared_ptr<MVWindow>& window);
+
+    ~MVApplicationRenderView() override;
+
+    /// Where buttons and hovers go to.
+    const std::shared_ptr<MVMouseDispatcher>& mouseDispatcher() const { return mouseDispatcher_; }
+    /// Where scrolling goes to.
+    const std::shared_ptr<MVScrollDispatcher>& scrollDispatcher() const {
+        return scrollDispatcher_;
+    }
+    /// Where the primary button goes to as a touch.
+    const std::shared_ptr<MVMouseToTouchDispatcher>& mouseToTouchDispatcher() const {
+        return mouseToTouchDispatcher_;
+    }
+
+    /// True: there is nothing to see through the drawing.
+    bool isOpaque() const override;
+
+    /// @name Native views over the drawing
+    /// @{
+
+    /// Puts the native view of an element over the drawing. Null, and an element without a native
+    /// view, are ignored.
+    void addBridgeView(const std::shared_ptr<MVBridgedView>& bridgeView);
+
+    /// Takes the native view of an element away.
+    void removeBridgeView(const std::shared_ptr<MVBridgedView>& bridgeView);
+
+    /// Gives all native views over the drawing a perspective; see `View::sublayerTransform`.
+    void setBridgeViewContainerSublayerTransform(const glm::dmat4& transform);
+
+    /// What holds the native views.
+    const std::shared_ptr<Mivora::platform::View>& mv_bridgeViewContainer() const {
+        return bridgeViewContainer_;
+    }
+
+    /// @}
+    /// @name Internal to the library
+    /// @{
+
+    /// The event's place in points, with the origin at this view's bottom left corner.
+    Mivora::Point2 mv_pointForEvent(const Event& event) const;
+
+    /// Sets the GL viewport of the active context to the bounds in pixels, and waits for it.
+    void mv_setViewport();
+
+    /// @}
+
+ protected:
+    void viewDidMoveToWindow() override;
+    void reshape() override;
+    void renewGState() override;
+    void updateTrackingAreas() override;
+    void viewDidChangeBackingProperties() override;
+    void makeBackingLayer() override;
+    void mouseDown(const std::shared_ptr<const Event>& event) override;
+    void mouseDragged(const std::shared_ptr<const Event>& event) override;
+    void mouseUp(const std::shared_ptr<const Event>& event) override;
+    void rightMouseDown(const std::shared_ptr<const Event>& event) override;
+    void rightMouseDragged(const std::shared_ptr<const Event>& event) override;
+    void rightMouseUp(const std::shared_ptr<const Event>& event) override;
+    void mouseEntered(const std::shared_ptr<const Event>& event) override;
+    void mouseMoved(const std::shared_ptr<const Event>& event) override;
+    void mouseExited(const std::shared_ptr<const Event>& event) override;
+    void scrollWheel(const std::shared_ptr<const Event>& event) override;
+
+ private:
+    friend struct ::MVMaker;
+
+    MVApplicationRenderView(const std::shared_ptr<MVApplication>& application,
+                            const std::shared_ptr<MVWindow>& window);
+
+    bool isWindowMain() const;
+    void beginHover(const std::shared_ptr<const Event>& event);
+    void endHover(const std::shared_ptr<const Event>& event);
+
+    std::weak_ptr<MVApplication> application_;
+    std::shared_ptr<MVRenderContext> context_;
+    std::shared_ptr<const Mivora::platform::TrackingArea> trackingArea_;
+    bool mouseHoverActive_ = false;
+    std::vector<std::shared_ptr<MVBridgedView>> bridgeViews_;
+    std::shared_ptr<Mivora::platform::View> bridgeViewContainer_;
+    std::shared_ptr<MVMouseDispatcher> mouseDispatcher_;
+    std::shared_ptr<MVScrollDispatcher> scrollDispatcher_;
+    std::shared_ptr<MVMouseToTouchDispatcher> mouseToTouchDispatcher_;
+};
+
+/// Pixels for each point of a view's drawing: the scale of the window it is in, if it wants the
+/// best resolution, else 1.
+MIVORA_EXPORT double mv_scaleFactorForOpenGLView(const Mivora::platform::OpenGLView& view);

@@ -1,0 +1,78 @@
+#include "MivoraMac/app/MVApplicationRunLoop.h"
+
+#include <pthread.h>
+
+#include <thread>
+#include <utility>
+
+#include "MivoraMac/app/MVApplication.h"
+#include "MivoraMac/platform/RunLoop.h"
+#include "MivoraMac/platform/Timer.h"
+
+using Mivora::platform::RunLoop;
+using Mivora::platform::Timer;
+
+std::shared_ptr<MVApplicationRunLoop> MVApplicationRunLoop::init() {
+    return MVMake<MVApplicationRunLoop>();
+}
+
+MVApplicationRunLoop::MVApplicationRunLoop() : runLoop_(RunLoop::create()) {}
+
+MVApplicationRunLoop::~MVApplicationRunLoop() = default;
+
+std::shared_ptr<MVApplication> MVApplicationRunLoop::application() const {
+    const std::lock_guard lock(mutex_);
+    return application_.lock();
+}
+
+void MVApplicationRunLoop::setApplication(const std::shared_ptr<MVApplication>& application) {
+    const std::lock_guard lock(mutex_);
+    application_ = application;
+}
+
+void MVApplicationRunLoop::start() {
+    if (std::exchange(started_, true)) {
+        return;
+    }
+    std::thread([self = shared_from_this()] {
+        pthread_setname_np(pthread_self(), "MVRunLoop");
+        self->mv_runLoopMain();
+    }).detach();
+}
+
+void MVApplicationRunLoop::invalidate() {
+    runLoop_->perform([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->mv_runLoopExit();
+        }
+    });
+    runLoop_->stop();
+}
+
+void MVApplicationRunLoop::forceFireOnNextLoop() {
+    runLoop_->perform([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->mv_runLoop();
+        }
+    });
+}
+
+void MVApplicationRunLoop::mv_runLoopMain() {
+    // The timer has to be made on the loop's thread, which this is once it turns.
+    runLoop_->perform([this] {
+        const double period = static_cast<double>(static_cast<float>(frameInterval_) / 60.0F);
+        refreshTimer_ = Timer::scheduledTimer(runLoop_, period, [this] { mv_runLoop(); });
+    });
+    runLoop_->run();
+    refreshTimer_.reset();
+}
+
+void MVApplicationRunLoop::mv_runLoopExit() {
+    refreshTimer_.reset();
+}
+
+void MVApplicationRunLoop::mv_runLoop() {
+    if (const std::shared_ptr<MVApplication> application = this->application()) {
+        application->mv_runLoopFired(shared_from_this());
+    }
+}

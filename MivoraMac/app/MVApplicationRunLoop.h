@@ -1,0 +1,81 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/platform/MVMake.h"
+
+class MVApplication;
+
+namespace Mivora::platform {
+class RunLoop;
+class Timer;
+}  // namespace Mivora::platform
+
+/// The thread that makes an application's frames: it fires a timer every `frameInterval` / 60
+/// seconds, and each firing runs one frame of the application.
+///
+/// The thread keeps the run loop alive until it has been invalidated, and the application for the
+/// duration of a frame only.
+///
+/// Thread: main, unless stated otherwise.
+class MIVORA_EXPORT MVApplicationRunLoop
+    : public std::enable_shared_from_this<MVApplicationRunLoop> {
+ public:
+    /// A run loop whose thread has not been started.
+    static std::shared_ptr<MVApplicationRunLoop> init();
+
+    ~MVApplicationRunLoop();
+    MVApplicationRunLoop(const MVApplicationRunLoop&) = delete;
+    MVApplicationRunLoop& operator=(const MVApplicationRunLoop&) = delete;
+
+    /// Whose frames to run; held weakly. Without one a firing does nothing. Thread: any.
+    std::shared_ptr<MVApplication> application() const;
+    void setApplication(const std::shared_ptr<MVApplication>& application);
+
+    /// The frames of a nominal 60 Hz that one period lasts; 1 by default. Read when the thread
+    /// starts. Not above zero: as fast as timers go.
+    std::int64_t frameInterval() const { return frameInterval_; }
+    void setFrameInterval(std::int64_t frameInterval) { frameInterval_ = frameInterval; }
+
+    /// Starts the thread, once; no effect after that and after `invalidate`.
+    /// @throws std::system_error when the system has no thread to give
+    void start();
+
+    /// Ends the thread when it is done with the frame it is in, without waiting for it.
+    /// Thread: any.
+    void invalidate();
+
+    /// Runs one more frame as soon as the thread is free; before `start`, when it has started.
+    /// After `invalidate` nothing happens. Thread: any.
+    void forceFireOnNextLoop();
+
+    /// @name Internal to the library
+    /// On the run loop's own thread.
+    /// @{
+
+    /// The thread's work from start to end.
+    void mv_runLoopMain();
+    /// Ends the timer, and with it the thread.
+    void mv_runLoopExit();
+    /// A firing: one frame.
+    void mv_runLoop();
+
+    /// @}
+
+ private:
+    friend struct ::MVMaker;
+
+    MVApplicationRunLoop();
+
+    std::shared_ptr<Mivora::platform::RunLoop> runLoop_;     // of the thread
+    std::shared_ptr<Mivora::platform::Timer> refreshTimer_;  // belongs to the thread
+    std::atomic<std::int64_t> frameInterval_{1};
+    bool started_ = false;
+
+    mutable std::mutex mutex_;
+    std::weak_ptr<MVApplication> application_;
+};

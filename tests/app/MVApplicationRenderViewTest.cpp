@@ -1,0 +1,362 @@
+#include "MivoraMac/app/MVApplicationRenderView.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "MivoraMac/input/MVMouse.h"
+#include "MivoraMac/input/MVMouseDispatcher.h"
+#include "MivoraMac/input/MVScroll.h"
+#include "MivoraMac/platform/headless/HeadlessPointer.h"
+#include "MivoraMac/platform/headless/HeadlessWindow.h"
+#include "MivoraMac/views/MVBridgedView.h"
+#include "MivoraMac/views/MVWindow.h"
+#include "tests/platform/ScopedEnvironment.h"
+
+using Mivora::Point2;
+using Mivora::platform::Event;
+using Mivora::platform::HeadlessPointer;
+using Mivora::platform::HeadlessWindow;
+using Mivora::platform::PixelSize;
+using Mivora::platform::Rect;
+using Mivora::platform::TrackingArea;
+using Mivora::platform::View;
+using Mivora::tests::ScopedEnvironment;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+std::string text(Point2 point) {
+    return std::to_string(static_cast<int>(point.x)) + "," +
+           std::to_string(static_cast<int>(point.y));
+}
+
+/// A view that writes down what reaches it.
+class InputView : public MVView {
+ public:
+    explicit InputView(Lines* lines) : lines_(lines) {}
+
+    void touchesBegan(const MVTouchSet& touches) override { touched("began", touches); }
+    void touchesMoved(const MVTouchSet& touches) override { touched("moved", touches); }
+    void touchesEnded(const MVTouchSet& touches) override { touched("ended", touches); }
+    void touchesCancelled(const MVTouchSet& touches) override { touched("cancelled", touches); }
+    void mouseBegan(const std::shared_ptr<MVMouse>& mouse) override { pressed("began", *mouse); }
+    void mouseMoved(const std::shared_ptr<MVMouse>& mouse) override { pressed("moved", *mouse); }
+    void mouseEnded(const std::shared_ptr<MVMouse>& mouse) override { pressed("ended", *mouse); }
+    void mouseHoverBegan(const std::shared_ptr<MVMouse>&) override { add("hover began"); }
+    void mouseHoverMoved(const std::shared_ptr<MVMouse>&) override { add("hover moved"); }
+    void mouseHoverEnded(const std::shared_ptr<MVMouse>&) override { add("hover ended"); }
+    void scrollBegan(const std::shared_ptr<MVScroll>& scroll) override {
+        scrolled("began", *scroll);
+    }
+    void scrollMoved(const std::shared_ptr<MVScroll>& scroll) override {
+        scrolled("moved", *scroll);
+    }
+    void scrollEnded(const std::shared_ptr<MVScroll>& scroll) override {
+        scrolled("ended", *scroll);
+    }
+    void scrollCancelled(const std::shared_ptr<MVScroll>& scroll) override {
+        scrolled("cancelled", *scroll);
+    }
+
+ private:
+    void add(const std::string& line) { lines_->push_back(line); }
+    void touched(const std::string& phase, const MVTouchSet& touches) {
+        add("touches " + phase + " " + std::to_string(touches.size()));
+    }
+    void pressed(const std::string& phase, const MVMouse& mouse) {
+        add("mouse " + phase + " button " + std::to_string(mouse.button()) + " clicks " +
+            std::to_string(mouse.clickCount()));
+    }
+    void scrolled(const std::string& phase, const MVScroll& scroll) {
+        add("scroll " + phase + " " + text(scroll.translation()));
+    }
+
+    Lines* lines_;
+};
+
+/// An element with a native view that notes when it is to be positioned.
+class Bridge : public MVBridgedView {
+ public:
+    std::shared_ptr<View> bridgeView() const override { return native; }
+    void mv_positionBridgeView() override { ++positioned; }
+
+    std::shared_ptr<View> native = View::initWithFrame({0, 0, 10, 10});
+    int positioned = 0;
+};
+
+class MVApplicationRenderViewTest : public testing::Test {
+ protected:
+    MVApplicationRenderViewTest() {
+        window_->setContentScaleFactor(1.0F);
+        window_->setSize({100.0F, 50.0F});
+        view_ = MVMake<InputView>(&lines_);
+        view_->setSize({100.0F, 50.0F});
+        view_->setMouseHoverEnabled(true);
+        window_->addSubview(view_);
+        view_->setContentScaleFactor(1.0F);
+        renderView_ = MVApplicationRenderView::initWithApplicationAndWindow(nullptr, window_);
+        frame_ = HeadlessWindow::create("", {0, 0, 100, 50});
+        frame_->setContentView(renderView_);
+        frame_->show();
+    }
+
+    /// What reaches the view while `action` runs.
+    template <class Action>
+    Lines linesOf(Action action) {
+        lines_.clear();
+        action();
+        return lines_;
+    }
+
+    Lines scroll(Event::Phase phase, Event::Phase momentum, double x = 3, double y = -2) {
+        return linesOf([&] { pointer_->scroll(x, y, phase, momentum); });
+    }
+
+    ScopedEnvironment host_{"MIVORA_HOST", "headless"};
+    ScopedEnvironment scale_{"MIVORA_SCALE", "1"};
+    Lines lines_;
+    std::shared_ptr<MVWindow> window_ = MVWindow::init();
+    std::shared_ptr<InputView> view_;
+    std::shared_ptr<MVApplicationRenderView> renderView_;
+    std::shared_ptr<HeadlessWindow> frame_;
+    std::unique_ptr<HeadlessPointer> pointer_;
+
+    void SetUp() override {
+        pointer_ = std::make_unique<HeadlessPointer>(renderView_);
+        pointer_->moveTo(20, 30);
+        lines_.clear();
+    }
+};
+
+}  // namespace
+
+TEST_F(MVApplicationRenderViewTest, hasItsThreeDispatchersAndIsOpaque) {
+    EXPECT_NE(renderView_->mouseDispatcher(), nullptr);
+    EXPECT_NE(renderView_->scrollDispatcher(), nullptr);
+    EXPECT_NE(renderView_->mouseToTouchDispatcher(), nullptr);
+    EXPECT_TRUE(renderView_->isOpaque());
+    EXPECT_TRUE(renderView_->wantsBestResolutionOpenGLSurface());
+}
+
+TEST_F(MVApplicationRenderViewTest, anEventsPointIsItsPlaceFromTheBottomLeftCornerInPoints) {
+    frame_->setBackingScaleFactor(2);
+    Event event;
+    event.locationInWindow = {12.5, 40.25};
+    EXPECT_EQ(renderView_->mv_pointForEvent(event), (Point2{12.5F, 40.25F}));
+}
+
+// Buttons
+
+TEST_F(MVApplicationRenderViewTest,
+       thePrimaryButtonGoesToTouchesThenCancelsScrollingThenToTheMouse) {
+    EXPECT_THAT(linesOf([&] { pointer_->press(); }),
+                ElementsAre("touches began 1", "scroll began 0,0", "scroll cancelled 0,0",
+                            "mouse began button 1 clicks 1"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(40, 20); }),
+                ElementsAre("touches moved 1", "mouse moved button 1 clicks 1"));
+    EXPECT_THAT(linesOf([&] { pointer_->release(); }),
+                ElementsAre("touches ended 1", "mouse ended button 1 clicks 1"));
+}
+
+TEST_F(MVApplicationRenderViewTest, theSecondaryButtonMakesNoTouchAndCancelsScrolling) {
+    scroll(Event::PhaseBegan, Event::PhaseNone);
+    EXPECT_THAT(linesOf([&] { pointer_->pressRight(); }),
+                ElementsAre("scroll cancelled 0,0", "mouse began button 2 clicks 1"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(40, 20); }),
+                ElementsAre("mouse moved button 2 clicks 1"));
+    EXPECT_THAT(linesOf([&] { pointer_->releaseRight(); }),
+                ElementsAre("mouse ended button 2 clicks 1"));
+}
+
+TEST_F(MVApplicationRenderViewTest, aDoubleClickReachesTheMouseWithItsCount) {
+    pointer_->press(1);
+    pointer_->release();
+    EXPECT_THAT(linesOf([&] { pointer_->press(2); }),
+                testing::Contains("mouse began button 1 clicks 2"));
+}
+
+// Hover
+
+TEST_F(MVApplicationRenderViewTest, aHoverBeginsMovesAndEndsWhileTheWindowIsTheMainOne) {
+    pointer_->leave();
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(10, 10); }), ElementsAre("hover began"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(11, 10); }), ElementsAre("hover moved"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(-1, 10); }), ElementsAre("hover ended"));
+}
+
+TEST_F(MVApplicationRenderViewTest, inAWindowThatIsNotMainNothingHovers) {
+    pointer_->leave();
+    frame_->setMainWindow(false);
+    EXPECT_THAT(linesOf([&] {
+                    pointer_->moveTo(10, 10);
+                    pointer_->moveTo(12, 10);
+                }),
+                IsEmpty());
+}
+
+TEST_F(MVApplicationRenderViewTest, aWindowThatBecomesMainBeginsTheHoverAtTheNextMove) {
+    pointer_->leave();
+    frame_->setMainWindow(false);
+    pointer_->moveTo(10, 10);
+    frame_->setMainWindow(true);
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(12, 10); }), ElementsAre("hover began"));
+}
+
+TEST_F(MVApplicationRenderViewTest, aWindowThatIsNoLongerMainEndsTheHoverAtTheNextMove) {
+    frame_->setMainWindow(false);
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(12, 10); }), ElementsAre("hover ended"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(13, 10); }), IsEmpty());
+}
+
+TEST_F(MVApplicationRenderViewTest, enteringAgainWithoutHavingLeftDoesNothing) {
+    Event event;
+    event.type = Event::Type::MouseEntered;
+    EXPECT_THAT(linesOf([&] { renderView_->deliver(std::make_shared<Event>(event)); }), IsEmpty());
+}
+
+TEST_F(MVApplicationRenderViewTest, leavingEndsTheHoverCancelsScrollingAndCancelsTheTouch) {
+    pointer_->press();
+    scroll(Event::PhaseBegan, Event::PhaseNone);
+    EXPECT_THAT(linesOf([&] { pointer_->leave(); }),
+                ElementsAre("hover ended", "scroll cancelled 0,0", "touches cancelled 1"));
+}
+
+TEST_F(MVApplicationRenderViewTest, leavingWithoutAHoverStillCancelsScrollingAndTouches) {
+    frame_->setMainWindow(false);
+    pointer_->moveTo(21, 30);
+    pointer_->press();
+    scroll(Event::PhaseBegan, Event::PhaseNone);
+    EXPECT_THAT(linesOf([&] { pointer_->leave(); }),
+                ElementsAre("scroll cancelled 0,0", "touches cancelled 1"));
+}
+
+// Scrolling
+
+TEST_F(MVApplicationRenderViewTest, theClickOfAWheelIsAWholeEpisodeOf24PointsForEachLine) {
+    EXPECT_THAT(linesOf([&] { pointer_->scrollLines(0, 1); }),
+                ElementsAre("scroll began 0,24", "scroll ended 0,0"));
+    EXPECT_THAT(linesOf([&] { pointer_->scrollLines(-2, 0.5); }),
+                ElementsAre("scroll began -48,12", "scroll ended 0,0"));
+}
+
+TEST_F(MVApplicationRenderViewTest, preciseDeltasPassUnchanged) {
+    EXPECT_THAT(scroll(Event::PhaseBegan, Event::PhaseNone, 7, -5),
+                ElementsAre("scroll began 7,-5"));
+}
+
+TEST_F(MVApplicationRenderViewTest, everyPhaseOfFingersAndOfMomentumHasItsCall) {
+    struct Row {
+        Event::Phase phase;
+        Lines expected;
+    };
+    const Row rows[] = {
+        {Event::PhaseBegan, {"scroll began 3,-2"}},
+        {Event::PhaseStationary, {"scroll moved 3,-2"}},
+        {Event::PhaseChanged, {"scroll moved 3,-2"}},
+        {Event::PhaseEnded, {"scroll ended 3,-2"}},
+        {Event::PhaseCancelled, {"scroll cancelled 3,-2"}},
+        {static_cast<Event::Phase>(32), {}},
+        {static_cast<Event::Phase>(3), {}},
+    };
+    for (const Row& row : rows) {
+        scroll(Event::PhaseBegan, Event::PhaseNone);
+        EXPECT_EQ(scroll(row.phase, Event::PhaseNone), row.expected) << "phase " << row.phase;
+        // A phase of the fingers stands before one of momentum.
+        scroll(Event::PhaseBegan, Event::PhaseNone);
+        EXPECT_EQ(scroll(row.phase, Event::PhaseCancelled), row.expected) << "phase " << row.phase;
+        scroll(Event::PhaseBegan, Event::PhaseNone);
+        EXPECT_EQ(scroll(Event::PhaseNone, row.phase), row.expected) << "momentum " << row.phase;
+    }
+}
+
+// Size
+
+TEST_F(MVApplicationRenderViewTest, aSizeInPixelsIsTruncated) {
+    frame_->setBackingScaleFactor(2);
+    renderView_->setFrame({0, 0, 100.5, 50});
+    EXPECT_EQ(renderView_->backingSize(), (PixelSize{201, 100}));
+}
+
+TEST_F(MVApplicationRenderViewTest, theTrackingAreaFollowsTheBounds) {
+    ASSERT_EQ(renderView_->trackingAreas().size(), 1U);
+    const auto before = renderView_->trackingAreas().front();
+    EXPECT_EQ(before->rect, (Rect{0, 0, 100, 50}));
+    EXPECT_EQ(before->options, TrackingArea::MouseEnteredAndExited | TrackingArea::MouseMoved |
+                                   TrackingArea::ActiveAlways);
+    frame_->setContentSize(30, 20);
+    ASSERT_EQ(renderView_->trackingAreas().size(), 1U);
+    EXPECT_NE(renderView_->trackingAreas().front(), before);
+    EXPECT_EQ(renderView_->trackingAreas().front()->rect, (Rect{0, 0, 30, 20}));
+}
+
+TEST_F(MVApplicationRenderViewTest, theScaleFactorIsThatOfTheWindowIfTheBestResolutionIsWanted) {
+    frame_->setBackingScaleFactor(3);
+    EXPECT_EQ(mv_scaleFactorForOpenGLView(*renderView_), 3);
+    EXPECT_EQ(renderView_->contentsScale(), 3);
+    renderView_->setWantsBestResolutionOpenGLSurface(false);
+    EXPECT_EQ(mv_scaleFactorForOpenGLView(*renderView_), 1);
+    renderView_->setWantsBestResolutionOpenGLSurface(true);
+    frame_->setContentView(nullptr);
+    EXPECT_EQ(mv_scaleFactorForOpenGLView(*renderView_), 1);
+}
+
+// Native views over the drawing
+
+TEST_F(MVApplicationRenderViewTest, theContainerIsLayerBackedAndAsLargeAsTheView) {
+    const auto& container = renderView_->mv_bridgeViewContainer();
+    EXPECT_TRUE(container->wantsLayer());
+    EXPECT_EQ(container->superview(), renderView_);
+    EXPECT_EQ(container->frame(), (Rect{0, 0, 100, 50}));
+    frame_->setContentSize(70, 60);
+    EXPECT_EQ(container->frame(), (Rect{0, 0, 70, 60}));
+}
+
+TEST_F(MVApplicationRenderViewTest, addedNativeViewsAreInTheContainerUntilTheyAreRemoved) {
+    const auto bridge = std::make_shared<Bridge>();
+    renderView_->addBridgeView(bridge);
+    renderView_->addBridgeView(bridge);
+    EXPECT_EQ(bridge->native->superview(), renderView_->mv_bridgeViewContainer());
+    EXPECT_TRUE(bridge->native->wantsLayer());
+    frame_->setContentSize(70, 60);
+    EXPECT_EQ(bridge->positioned, 1);
+    renderView_->removeBridgeView(bridge);
+    EXPECT_EQ(bridge->native->superview(), nullptr);
+    frame_->setContentSize(71, 60);
+    EXPECT_EQ(bridge->positioned, 1);
+}
+
+TEST_F(MVApplicationRenderViewTest, nullAndElementsWithoutANativeViewAreIgnored) {
+    const auto bridge = std::make_shared<Bridge>();
+    bridge->native = nullptr;
+    renderView_->addBridgeView(bridge);
+    renderView_->addBridgeView(nullptr);
+    renderView_->removeBridgeView(bridge);
+    renderView_->removeBridgeView(nullptr);
+    EXPECT_THAT(renderView_->mv_bridgeViewContainer()->subviews(), IsEmpty());
+}
+
+TEST_F(MVApplicationRenderViewTest, theSublayerTransformIsThatOfTheContainer) {
+    glm::dmat4 transform(1.0);
+    transform[2][3] = -0.25;
+    renderView_->setBridgeViewContainerSublayerTransform(transform);
+    EXPECT_EQ(renderView_->mv_bridgeViewContainer()->sublayerTransform(), transform);
+}
+
+TEST_F(MVApplicationRenderViewTest, eventsGoNowhereOnceTheTreeIsGone) {
+    pointer_->press();
+    lines_.clear();
+    window_.reset();
+    view_.reset();
+    pointer_->moveTo(3, 3);
+    pointer_->release();
+    pointer_->scrollLines(1, 1);
+    pointer_->leave();
+    EXPECT_THAT(lines_, IsEmpty());
+}
