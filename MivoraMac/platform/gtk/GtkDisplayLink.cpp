@@ -1,0 +1,31 @@
+#include "MivoraMac/platform/gtk/GtkDisplayLinkPrivate.h"
+
+#include <utility>
+
+#include "MivoraMac/platform/GLContext.h"
+#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/gtk/GtkRenderPeerPrivate.h"
+#include "MivoraMac/platform/gtk/GtkScreenPrivate.h"
+
+namespace Mivora::platform {
+
+GtkDisplayLink::GtkDisplayLink(Handler handler, double periodSeconds)
+    : DisplayLink(std::move(handler)) {
+    setActualOutputVideoRefreshPeriod(periodSeconds);
+}
+
+void GtkDisplayLink::setCurrentDisplayFromOpenGLContext(GLContext& context,
+                                                        const PixelFormat& /*format*/) {
+    MainThread::performAndWait([&] {
+        const auto* peer = context.view() != nullptr
+                               ? dynamic_cast<GtkRenderPeer*>(context.view()->peer())
+                               : nullptr;
+        GdkMonitor* const monitor =
+            peer != nullptr ? GtkScreen::monitorOf(peer->widget()) : nullptr;
+        if (monitor != nullptr) {
+            setActualOutputVideoRefreshPeriod(GtkScreen::refreshPeriod(monitor));
+        }
+    });
+}
+
+}  // namespace Mivora::platform

@@ -1,0 +1,155 @@
+#include "MivoraMac/platform/gtk/GtkEmbeddingPrivate.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <glm/gtc/matrix_transform.hpp>
+#include <glm/gtc/type_ptr.hpp>
+
+#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/gtk/GtkWidgetViewPrivate.h"
+
+namespace Mivora::platform {
+
+namespace {
+
+glm::dmat4 translation(double x, double y) {
+    return glm::translate(glm::dmat4(1.0), glm::dvec3(x, y, 0));
+}
+
+/// Between an origin at the top with y downward and one at the bottom with y upward, either way.
+glm::dmat4 flip(double height) {
+    return glm::scale(translation(0, height), glm::dvec3(1, -1, 1));
+}
+
+/// What the views in `view` are seen through, in its own coordinates.
+glm::dmat4 sublayerTransform(const View& view) {
+    if (view.sublayerTransform() == glm::dmat4(1.0)) {
+        return glm::dmat4(1.0);
+    }
+    const Rect bounds = view.bounds();
+    const double x = bounds.x + bounds.width / 2;
+    const double y = bounds.y + bounds.height / 2;
+    return translation(x, y) * view.sublayerTransform() * translation(-x, -y);
+}
+
+/// From the coordinates of a view to those of the one it is in.
+glm::dmat4 toSuperview(const View& view) {
+    return translation(view.frame().x - view.bounds().x, view.frame().y - view.bounds().y);
+}
+
+bool isFinite(const glm::dmat4& matrix) {
+    const double* values = glm::value_ptr(matrix);
+    return std::all_of(values, values + 16, [](double value) { return std::isfinite(value); });
+}
+
+/// Column vectors, column by column, lie in memory as row vectors, row by row.
+GskTransform* transformOf(const glm::dmat4& matrix) {
+    const glm::dmat4 shift = translation(matrix[3][0], matrix[3][1]);
+    if (matrix == shift) {
+        const graphene_point_t point = {static_cast<float>(matrix[3][0]),
+                                        static_cast<float>(matrix[3][1])};
+        return gsk_transform_translate(nullptr, &point);
+    }
+    std::array<float, 16> values;
+    std::copy_n(glm::value_ptr(matrix), values.size(), values.begin());
+    graphene_matrix_t transform;
+    graphene_matrix_init_from_float(&transform, values.data());
+    return gsk_transform_matrix(nullptr, &transform);
+}
+
+}  // namespace
+
+GtkEmbedding::GtkEmbedding(GtkWidget* parent) : parent_(parent) {}
+
+GtkEmbedding::~GtkEmbedding() {
+    update(nullptr);
+}
+
+void GtkEmbedding::update(const View* root) {
+    std::vector<std::shared_ptr<GtkWidgetView>> found;
+    if (root != nullptr) {
+        collect(*root, found);
+    }
+    if (found == children_) {
+        return;
+    }
+    const std::vector<std::shared_ptr<GtkWidgetView>> before = std::move(children_);
+    children_ = found;
+    for (const auto& view : before) {
+        if (std::find(found.begin(), found.end(), view) == found.end() &&
+            gtk_widget_get_parent(view->widget()) == parent_) {
+            gtk_widget_unparent(view->widget());
+        }
+    }
+    for (const auto& view : found) {
+        gtk_widget_insert_before(view->widget(), parent_, nullptr);
+    }
+}
+
+void GtkEmbedding::collect(const View& view,
+                           std::vector<std::shared_ptr<GtkWidgetView>>& found) const {
+    for (const std::shared_ptr<View>& below : view.subviews()) {
+        if (auto widgetView = std::dynamic_pointer_cast<GtkWidgetView>(below)) {
+            GtkWidget* const parent = gtk_widget_get_parent(widgetView->widget());
+            if (parent == nullptr || parent == parent_) {
+                found.push_back(std::move(widgetView));
+            } else {
+                DebugLog::warn(DebugLog::Category::Events,
+                               "a widget that is in another one is not shown in a view");
+            }
+        }
+        collect(*below, found);
+    }
+}
+
+void GtkEmbedding::place(const View& root, double height) const {
+    // The root's own origin may be moved, too: what is seen of it begins there.
+    placeBelow(root, translation(-root.bounds().x, -root.bounds().y), false, height);
+}
+
+void GtkEmbedding::placeBelow(const View& view, const glm::dmat4& toRoot, bool hidden,
+                              double height) const {
+    const glm::dmat4 through = toRoot * sublayerTransform(view);
+    for (const std::shared_ptr<View>& below : view.subviews()) {
+        const glm::dmat4 belowToRoot = through * toSuperview(*below);
+        const bool isBelowHidden = hidden || below->isHidden();
+        if (const auto* widgetView = dynamic_cast<const GtkWidgetView*>(below.get())) {
+            placeWidget(*widgetView, belowToRoot, isBelowHidden, height);
+        }
+        placeBelow(*below, belowToRoot, isBelowHidden, height);
+    }
+}
+
+void GtkEmbedding::placeWidget(const GtkWidgetView& view, const glm::dmat4& toRoot, bool hidden,
+                               double height) const {
+    GtkWidget* const widget = view.widget();
+    if (gtk_widget_get_parent(widget) != parent_) {
+        return;
+    }
+    const Rect bounds = view.bounds();
+    const glm::dmat4 matrix =
+        flip(height) * toRoot * translation(bounds.x, bounds.y) * flip(bounds.height);
+    const bool isShown = !hidden && isFinite(matrix);
+    gtk_widget_set_child_visible(widget, isShown ? TRUE : FALSE);
+    if (!isShown || gtk_widget_should_layout(widget) == FALSE) {
+        return;
+    }
+    int minimumWidth = 0;
+    gtk_widget_measure(widget, GTK_ORIENTATION_HORIZONTAL, -1, &minimumWidth, nullptr, nullptr,
+                       nullptr);
+    const int width = std::max(minimumWidth, static_cast<int>(std::lround(bounds.width)));
+    int minimumHeight = 0;
+    gtk_widget_measure(widget, GTK_ORIENTATION_VERTICAL, width, &minimumHeight, nullptr, nullptr,
+                       nullptr);
+    const int lines = std::max(minimumHeight, static_cast<int>(std::lround(bounds.height)));
+    gtk_widget_allocate(widget, width, lines, -1, transformOf(matrix));
+}
+
+void GtkEmbedding::snapshot(GtkSnapshot* snapshot) const {
+    for (const auto& view : children_) {
+        gtk_widget_snapshot_child(parent_, view->widget(), snapshot);
+    }
+}
+
+}  // namespace Mivora::platform

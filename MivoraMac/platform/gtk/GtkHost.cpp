@@ -1,0 +1,105 @@
+#include "MivoraMac/platform/gtk/GtkHostPrivate.h"
+
+#include <dlfcn.h>
+#include <gtk/gtk.h>
+
+#include <utility>
+
+#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/gtk/GtkDisplayLinkPrivate.h"
+#include "MivoraMac/platform/gtk/GtkGLContextPrivate.h"
+#include "MivoraMac/platform/gtk/GtkPlatformWindowPrivate.h"
+#include "MivoraMac/platform/gtk/GtkScreenPrivate.h"
+
+using Mivora::platform::GtkHost;
+using Mivora::platform::Host;
+
+extern "C" {
+
+/// What the link line of programs refers to, so that linkers keep this library, and of an archive
+/// this object, although nothing else in a program may name it.
+extern MIVORA_EXPORT const bool mivoraGtkHostIsLinked;
+const bool mivoraGtkHostIsLinked =
+    (Host::registerDesktopHost(GtkHost::kName, GtkHost::create), true);
+
+}  // extern "C"
+
+namespace Mivora::platform {
+
+namespace {
+
+/// GL is used on a thread of its own, over the toolkit's connection to an X server. Xlib has to be
+/// told so before its first use; libX11 1.8 needs no telling.
+void allowThreadsInXlib() {
+    using Initialize = int (*)();
+    if (const auto initialize = reinterpret_cast<Initialize>(dlsym(RTLD_DEFAULT, "XInitThreads"))) {
+        initialize();
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<Host> GtkHost::create() {
+    if (gtk_is_initialized() == FALSE) {
+        allowThreadsInXlib();
+        // How numbers are written is the program's to decide.
+        gtk_disable_setlocale();
+    }
+    return gtk_init_check() != FALSE ? std::make_unique<GtkHost>() : nullptr;
+}
+
+GtkHost::GtkHost()
+    : screen_(std::make_shared<GtkScreen>()),
+      refreshPeriod_(GtkScreen::refreshPeriod(GtkScreen::mainMonitor())) {
+    g_signal_connect(gdk_display_get_monitors(gdk_display_get_default()), "items-changed",
+                     G_CALLBACK(+[](GListModel*, guint, guint, guint, gpointer self) {
+                         static_cast<GtkHost*>(self)->refreshPeriod_ =
+                             GtkScreen::refreshPeriod(GtkScreen::mainMonitor());
+                     }),
+                     this);
+}
+
+GtkHost::~GtkHost() {
+    g_signal_handlers_disconnect_by_data(gdk_display_get_monitors(gdk_display_get_default()), this);
+}
+
+std::shared_ptr<Screen> GtkHost::mainScreen() {
+    return screen_;
+}
+
+std::shared_ptr<GLContext> GtkHost::createGLContext(const std::shared_ptr<PixelFormat>& format,
+                                                    const std::shared_ptr<GLContext>& share) {
+    std::shared_ptr<GLContext> context;
+    if (!share || dynamic_cast<GtkGLContext*>(share.get()) != nullptr) {
+        MainThread::performAndWait([&] { context = GtkGLContext::create(format); });
+    }
+    return context || (share && dynamic_cast<GtkGLContext*>(share.get()) != nullptr)
+               ? context
+               : createCopiedGLContext(format, share);
+}
+
+/// A context that the toolkit knows nothing of.
+std::shared_ptr<GLContext> GtkHost::createCopiedGLContext(
+    const std::shared_ptr<PixelFormat>& format, const std::shared_ptr<GLContext>& share) {
+    std::shared_ptr<GLContext> context = Host::createGLContext(format, share);
+    if (!context) {
+        return nullptr;
+    }
+    // Its end makes it current for a moment: not in the place of one of the toolkit's, which the
+    // toolkit would go on to believe current.
+    GLContext* const named = context.get();
+    return {named, [context = std::move(context)](GLContext*) mutable {
+                gdk_gl_context_clear_current();
+                context.reset();
+            }};
+}
+
+std::unique_ptr<DisplayLink> GtkHost::createDisplayLink(DisplayLink::Handler refreshed) {
+    return std::make_unique<GtkDisplayLink>(std::move(refreshed), refreshPeriod_);
+}
+
+std::shared_ptr<Window> GtkHost::createWindow(const std::string& title, const Rect& content) {
+    return GtkPlatformWindow::create(title, content);
+}
+
+}  // namespace Mivora::platform

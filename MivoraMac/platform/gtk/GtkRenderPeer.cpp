@@ -1,0 +1,431 @@
+#include "MivoraMac/platform/gtk/GtkRenderPeerPrivate.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "MivoraMac/platform/GLContext.h"
+#include "MivoraMac/platform/gtk/GtkNativeWindowPrivate.h"
+
+namespace Mivora::platform {
+
+namespace {
+
+/// The toolkit counts a touchpad under X in clicks of a wheel. The X server's driver takes this way
+/// of the fingers, in points, for one.
+constexpr double kTouchpadPointsPerClick = 15;
+
+constexpr int kPrimaryMask = GDK_BUTTON1_MASK;
+/// Under Wayland, GTK 4.8 says of a held secondary button that it is the middle one.
+constexpr int kSecondaryMask = GDK_BUTTON2_MASK | GDK_BUTTON3_MASK;
+
+constexpr double kMicroseconds = 1e-6;
+constexpr double kMilliseconds = 1e-3;
+
+/// Keeps the widget, and so its peer, for the time of a call into a program's code.
+class Kept {
+ public:
+    explicit Kept(GtkWidget* widget) : widget_(GTK_WIDGET(g_object_ref(widget))) {}
+    ~Kept() { g_object_unref(widget_); }
+    Kept(const Kept&) = delete;
+    Kept& operator=(const Kept&) = delete;
+
+ private:
+    GtkWidget* widget_;
+};
+
+Point wheelClicks(GdkEvent* event) {
+    Point clicks;
+    switch (gdk_scroll_event_get_direction(event)) {
+        case GDK_SCROLL_UP:
+            clicks.y = -1;
+            break;
+        case GDK_SCROLL_DOWN:
+            clicks.y = 1;
+            break;
+        case GDK_SCROLL_LEFT:
+            clicks.x = -1;
+            break;
+        case GDK_SCROLL_RIGHT:
+            clicks.x = 1;
+            break;
+        case GDK_SCROLL_SMOOTH:
+            gdk_scroll_event_get_deltas(event, &clicks.x, &clicks.y);
+            break;
+    }
+    return clicks;
+}
+
+}  // namespace
+
+GtkRenderPeer::GtkRenderPeer(GtkWidget* widget, const std::shared_ptr<OpenGLView>& view)
+    : widget_(widget), view_(view), embedding_(widget) {
+    sink_ = std::make_shared<GtkFrameSink>([this] { gtk_widget_queue_draw(widget_); });
+    addControllers();
+    view->setPeer(this);
+    openGLContextDidChange();
+    update();
+}
+
+GtkRenderPeer::~GtkRenderPeer() {
+    gtk_widget_remove_controller(widget_, motion_);
+    gtk_widget_remove_controller(widget_, others_);
+    if (momentumTick_ != 0) {
+        gtk_widget_remove_tick_callback(widget_, momentumTick_);
+    }
+    sink_->close();
+    const auto view = view_.lock();
+    if (view && view->peer() == this) {
+        view->setPeer(nullptr);
+        if (const auto& context = view->openGLContext()) {
+            context->setFrameHandler(nullptr);
+        }
+    }
+}
+
+void GtkRenderPeer::subviewsDidChange() {
+    if (allocating_) {
+        subviewsChanged_ = true;
+        return;
+    }
+    update();
+    gtk_widget_queue_allocate(widget_);
+}
+
+void GtkRenderPeer::update() {
+    const auto view = view_.lock();
+    embedding_.update(view.get());
+}
+
+void GtkRenderPeer::openGLContextDidChange() {
+    const auto view = view_.lock();
+    if (view && view->openGLContext() && view->openGLContext()->view() == view.get()) {
+        sink_->connect(*view->openGLContext());
+    }
+}
+
+void GtkRenderPeer::viewIsGoing() {
+    view_.reset();
+    sink_->close();
+    embedding_.update(nullptr);
+    pointer_.cancel();
+    scroll_.cancel({});
+    gtk_widget_queue_draw(widget_);
+}
+
+void GtkRenderPeer::rooted() {
+    const Kept kept(widget_);
+    if (const auto view = view_.lock()) {
+        view->moveToWindow(GtkNativeWindow::of(GTK_WIDGET(gtk_widget_get_root(widget_))));
+    }
+}
+
+void GtkRenderPeer::unrooted() {
+    const Kept kept(widget_);
+    disabled();
+    if (const auto view = view_.lock()) {
+        view->moveToWindow(nullptr);
+    }
+}
+
+void GtkRenderPeer::realized() {
+    GskRenderer* const renderer = gtk_native_get_renderer(gtk_widget_get_native(widget_));
+    if (renderer != nullptr && GSK_IS_CAIRO_RENDERER(renderer)) {
+        sink_->copyFrames();
+    }
+}
+
+void GtkRenderPeer::disabled() {
+    touch_ = nullptr;
+    deliver(scroll_.cancel(pointer_.location()));
+    deliver(pointer_.cancel());
+}
+
+void GtkRenderPeer::scaled() {
+    const Kept kept(widget_);
+    if (const auto view = view_.lock()) {
+        view->setBackingScaleFactor(gtk_widget_get_scale_factor(widget_));
+    }
+}
+
+void GtkRenderPeer::allocated(int width, int height) {
+    const auto view = view_.lock();
+    if (!view) {
+        return;
+    }
+    const Kept kept(widget_);
+    allocating_ = true;
+    view->setFrame({0, 0, static_cast<double>(width), static_cast<double>(height)});
+    allocating_ = false;
+    if (std::exchange(subviewsChanged_, false)) {
+        update();
+    }
+    embedding_.place(*view, height);
+}
+
+void GtkRenderPeer::snapshot(GtkSnapshot* snapshot) {
+    const auto view = view_.lock();
+    if (!view) {
+        return;
+    }
+    const auto width = static_cast<float>(gtk_widget_get_width(widget_));
+    const auto height = static_cast<float>(gtk_widget_get_height(widget_));
+    const graphene_rect_t all = {{0, 0}, {width, height}};
+    if (view->isOpaque()) {
+        // What the drawing has left transparent shows the colours it has, on black.
+        const GdkRGBA black = {0, 0, 0, 1};
+        gtk_snapshot_append_color(snapshot, &black, &all);
+    }
+    if (GdkTexture* const texture = sink_->texture()) {
+        gtk_snapshot_save(snapshot);
+        if (sink_->isBottomUp()) {
+            const graphene_point_t bottom = {0, height};
+            gtk_snapshot_translate(snapshot, &bottom);
+            gtk_snapshot_scale(snapshot, 1, -1);
+        }
+        gtk_snapshot_append_texture(snapshot, texture, &all);
+        gtk_snapshot_restore(snapshot);
+    }
+    embedding_.snapshot(snapshot);
+}
+
+void GtkRenderPeer::addControllers() {
+    // Where the pointer is: also over what is embedded, which therefore must not see it first.
+    motion_ = gtk_event_controller_motion_new();
+    gtk_event_controller_set_propagation_phase(motion_, GTK_PHASE_CAPTURE);
+    g_signal_connect(motion_, "enter",
+                     G_CALLBACK(+[](GtkEventController*, double x, double y, gpointer self) {
+                         static_cast<GtkRenderPeer*>(self)->pointerEntered(x, y);
+                     }),
+                     this);
+    g_signal_connect(
+        motion_, "motion",
+        G_CALLBACK(+[](GtkEventController* controller, double x, double y, gpointer self) {
+            static_cast<GtkRenderPeer*>(self)->pointerMoved(controller, x, y);
+        }),
+        this);
+    g_signal_connect(motion_, "leave", G_CALLBACK(+[](GtkEventController*, gpointer self) {
+                         static_cast<GtkRenderPeer*>(self)->pointerLeft();
+                     }),
+                     this);
+    gtk_widget_add_controller(widget_, motion_);
+
+    // Presses and scrolling: what is embedded comes first.
+    others_ = gtk_event_controller_legacy_new();
+    g_signal_connect(others_, "event",
+                     G_CALLBACK(+[](GtkEventController*, GdkEvent* event, gpointer self) {
+                         return static_cast<GtkRenderPeer*>(self)->handle(event);
+                     }),
+                     this);
+    gtk_widget_add_controller(widget_, others_);
+}
+
+gboolean GtkRenderPeer::handle(GdkEvent* event) {
+    const Kept kept(widget_);
+    const GdkEventType type = gdk_event_get_event_type(event);
+    if (type == GDK_GRAB_BROKEN) {
+        disabled();
+        return FALSE;
+    }
+    Point location;
+    switch (type) {
+        case GDK_BUTTON_PRESS:
+        case GDK_BUTTON_RELEASE:
+            return locate(event, location) ? button(event, location) : FALSE;
+        case GDK_TOUCH_BEGIN:
+        case GDK_TOUCH_UPDATE:
+        case GDK_TOUCH_END:
+        case GDK_TOUCH_CANCEL:
+            return locate(event, location) ? touch(event, location) : FALSE;
+        case GDK_SCROLL:
+            return scroll(event);
+        default:
+            return FALSE;
+    }
+}
+
+gboolean GtkRenderPeer::button(GdkEvent* event, Point location) {
+    const guint number = gdk_button_event_get_button(event);
+    if (number != GDK_BUTTON_PRIMARY && number != GDK_BUTTON_SECONDARY) {
+        return FALSE;
+    }
+    const auto button = number == GDK_BUTTON_PRIMARY ? PointerTracker::Button::Primary
+                                                     : PointerTracker::Button::Secondary;
+    if (gdk_event_get_event_type(event) == GDK_BUTTON_PRESS) {
+        if (isOverEmbedded(location)) {
+            return FALSE;
+        }
+        press(button, location, gdk_event_get_time(event));
+        return TRUE;
+    }
+    const bool wasHeld = pointer_.isHeld(button);
+    deliver(pointer_.release(button, location));
+    return wasHeld ? TRUE : FALSE;
+}
+
+void GtkRenderPeer::press(PointerTracker::Button button, Point location, guint32 time) {
+    deliver(scroll_.interrupt(location));
+    const auto number = static_cast<unsigned>(button);
+    deliver(pointer_.press(button, location, clicks_.press(number, location, time, clickLimits())));
+}
+
+/// One finger on a screen is the primary button.
+gboolean GtkRenderPeer::touch(GdkEvent* event, Point location) {
+    GdkEventSequence* const sequence = gdk_event_get_event_sequence(event);
+    const GdkEventType type = gdk_event_get_event_type(event);
+    if (type == GDK_TOUCH_BEGIN && touch_ == nullptr && !pointer_.isAnyHeld() &&
+        !isOverEmbedded(location)) {
+        touch_ = sequence;
+        press(PointerTracker::Button::Primary, location, gdk_event_get_time(event));
+        return TRUE;
+    }
+    if (touch_ == nullptr || sequence != touch_) {
+        return FALSE;
+    }
+    if (type == GDK_TOUCH_UPDATE) {
+        deliver(pointer_.move(location));
+    } else {
+        touch_ = nullptr;
+        deliver(type == GDK_TOUCH_END ? pointer_.release(PointerTracker::Button::Primary, location)
+                                      : pointer_.cancel());
+    }
+    return TRUE;
+}
+
+/// Events of scrolling do not say where: it is where the pointer is.
+gboolean GtkRenderPeer::scroll(GdkEvent* event) {
+    if (!isInOwnWindow(event)) {
+        return FALSE;
+    }
+    const Point location = pointer_.location();
+    const bool isSmooth = gdk_scroll_event_get_direction(event) == GDK_SCROLL_SMOOTH;
+    const bool isInPoints = isSmooth && gdk_scroll_event_get_unit(event) == GDK_SCROLL_UNIT_SURFACE;
+    const bool isTouchpad =
+        isSmooth && gdk_device_get_source(gdk_event_get_device(event)) == GDK_SOURCE_TOUCHPAD;
+    Point delta = wheelClicks(event);
+    if (isTouchpad) {
+        const double deviceTime = gdk_event_get_time(event) * kMilliseconds;
+        if (!isInPoints) {
+            delta = {delta.x * kTouchpadPointsPerClick, delta.y * kTouchpadPointsPerClick};
+        }
+        if (gdk_scroll_event_is_stop(event) != FALSE) {
+            deliver(scroll_.stop(location, deviceTime));
+            moveOn();
+        } else {
+            deliver(scroll_.fingers(location, delta, deviceTime));
+        }
+    } else if (delta != Point()) {
+        deliver(isInPoints ? scroll_.slide(location, delta) : scroll_.wheel(location, delta));
+    }
+    return TRUE;
+}
+
+/// Whether a press is that of an embedded widget, which need not say so before the release.
+bool GtkRenderPeer::isOverEmbedded(Point location) const {
+    const GtkWidget* const picked = gtk_widget_pick(
+        widget_, location.x, gtk_widget_get_height(widget_) - location.y, GTK_PICK_DEFAULT);
+    return picked != nullptr && picked != widget_;
+}
+
+/// Has the momentum run with the frames of the screen.
+void GtkRenderPeer::moveOn() {
+    if (!scroll_.isMoving() || momentumTick_ != 0) {
+        return;
+    }
+    momentumTick_ = gtk_widget_add_tick_callback(
+        widget_,
+        [](GtkWidget*, GdkFrameClock* clock, gpointer data) -> gboolean {
+            auto* const self = static_cast<GtkRenderPeer*>(data);
+            const Kept kept(self->widget_);
+            const gint64 now = gdk_frame_clock_get_frame_time(clock);
+            self->deliver(self->scroll_.tick(static_cast<double>(now) * kMicroseconds));
+            if (self->scroll_.isMoving()) {
+                return G_SOURCE_CONTINUE;
+            }
+            self->momentumTick_ = 0;
+            return G_SOURCE_REMOVE;
+        },
+        this, nullptr);
+}
+
+void GtkRenderPeer::pointerEntered(double x, double y) {
+    deliver(pointer_.enter(location(x, y)));
+}
+
+void GtkRenderPeer::pointerMoved(GtkEventController* controller, double x, double y) {
+    const Kept kept(widget_);
+    const GdkModifierType state = gtk_event_controller_get_current_event_state(controller);
+    if (touch_ == nullptr) {
+        releaseWhatIsNotHeld(state);
+    }
+    if (!pointer_.isAnyHeld() && (state & (kPrimaryMask | kSecondaryMask)) != 0) {
+        return;  // what is embedded holds the pointer
+    }
+    deliver(pointer_.move(location(x, y)));
+}
+
+void GtkRenderPeer::pointerLeft() {
+    const Kept kept(widget_);
+    deliver(scroll_.cancel(pointer_.location()));
+    deliver(pointer_.leave());
+}
+
+/// The release of a button does not arrive where another window has taken the pointer meanwhile.
+void GtkRenderPeer::releaseWhatIsNotHeld(GdkModifierType state) {
+    const bool isPrimaryLost =
+        pointer_.isHeld(PointerTracker::Button::Primary) && (state & kPrimaryMask) == 0;
+    const bool isSecondaryLost =
+        pointer_.isHeld(PointerTracker::Button::Secondary) && (state & kSecondaryMask) == 0;
+    if (isPrimaryLost || isSecondaryLost) {
+        deliver(pointer_.cancel());
+    }
+}
+
+Point GtkRenderPeer::location(double x, double y) const {
+    return {x, gtk_widget_get_height(widget_) - y};
+}
+
+/// False for events of windows within the window, such as menus of embedded widgets.
+bool GtkRenderPeer::isInOwnWindow(GdkEvent* event) const {
+    GtkNative* const native = gtk_widget_get_native(widget_);
+    return native != nullptr && gtk_native_get_surface(native) == gdk_event_get_surface(event);
+}
+
+/// Where an event is in the view; false when it is elsewhere.
+bool GtkRenderPeer::locate(GdkEvent* event, Point& location) const {
+    double x = 0;
+    double y = 0;
+    if (!isInOwnWindow(event) || gdk_event_get_position(event, &x, &y) == FALSE) {
+        return false;
+    }
+    GtkNative* const native = gtk_widget_get_native(widget_);
+    double shiftX = 0;
+    double shiftY = 0;
+    gtk_native_get_surface_transform(native, &shiftX, &shiftY);
+    const graphene_point_t inWindow = {static_cast<float>(x - shiftX),
+                                       static_cast<float>(y - shiftY)};
+    graphene_point_t inWidget;
+    if (gtk_widget_compute_point(GTK_WIDGET(native), widget_, &inWindow, &inWidget) == FALSE) {
+        return false;
+    }
+    location = this->location(static_cast<double>(inWidget.x), static_cast<double>(inWidget.y));
+    return true;
+}
+
+ClickCounter::Limits GtkRenderPeer::clickLimits() const {
+    int milliseconds = 0;
+    int distance = 0;
+    g_object_get(gtk_widget_get_settings(widget_), "gtk-double-click-time", &milliseconds,
+                 "gtk-double-click-distance", &distance, nullptr);
+    return {static_cast<std::uint32_t>(std::max(milliseconds, 0)), static_cast<double>(distance)};
+}
+
+void GtkRenderPeer::deliver(const Events& events) {
+    const Kept kept(widget_);
+    for (const Event& event : events) {
+        if (const auto view = view_.lock()) {
+            view->deliver(std::make_shared<const Event>(event));
+        }
+    }
+}
+
+}  // namespace Mivora::platform

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <memory>
+#include <vector>
+
+#include "MivoraMac/platform/OpenGLView.h"
+#include "MivoraMac/platform/gtk/ClickCounterPrivate.h"
+#include "MivoraMac/platform/gtk/GtkEmbeddingPrivate.h"
+#include "MivoraMac/platform/gtk/GtkFrameSinkPrivate.h"
+#include "MivoraMac/platform/gtk/PointerTrackerPrivate.h"
+#include "MivoraMac/platform/gtk/ScrollTrackerPrivate.h"
+
+namespace Mivora::platform {
+
+/// What `MivoraRenderWidget` does for one view.
+///
+/// Thread: main.
+class GtkRenderPeer : public OpenGLView::Peer {
+ public:
+    /// @param widget  owns this
+    GtkRenderPeer(GtkWidget* widget, const std::shared_ptr<OpenGLView>& view);
+    ~GtkRenderPeer() override;
+    GtkRenderPeer(const GtkRenderPeer&) = delete;
+    GtkRenderPeer& operator=(const GtkRenderPeer&) = delete;
+
+    GtkWidget* widget() const { return widget_; }
+
+    void subviewsDidChange() override;
+    void openGLContextDidChange() override;
+    void viewIsGoing() override;
+
+    /// @name What happens to the widget
+    /// @{
+
+    void rooted();
+    void unrooted();
+    void realized();
+    /// It goes off the screen, or does not take part in events any more.
+    void disabled();
+    void scaled();
+    void allocated(int width, int height);
+    void snapshot(GtkSnapshot* snapshot);
+
+    /// @}
+
+ private:
+    using Events = std::vector<Event>;
+
+    void addControllers();
+    void update();
+
+    gboolean handle(GdkEvent* event);
+    gboolean button(GdkEvent* event, Point location);
+    gboolean touch(GdkEvent* event, Point location);
+    gboolean scroll(GdkEvent* event);
+    void press(PointerTracker::Button button, Point location, guint32 time);
+    void pointerEntered(double x, double y);
+    void pointerMoved(GtkEventController* controller, double x, double y);
+    void pointerLeft();
+    void releaseWhatIsNotHeld(GdkModifierType state);
+    void moveOn();
+
+    bool isOverEmbedded(Point location) const;
+    Point location(double x, double y) const;
+    bool isInOwnWindow(GdkEvent* event) const;
+    bool locate(GdkEvent* event, Point& location) const;
+    ClickCounter::Limits clickLimits() const;
+
+    /// The view takes the events; what it does may destroy the widget, and this with it.
+    void deliver(const Events& events);
+
+    GtkWidget* const widget_;
+    GtkEventController* motion_ = nullptr;  // both owned by the widget
+    GtkEventController* others_ = nullptr;
+    std::weak_ptr<OpenGLView> view_;
+    std::shared_ptr<GtkFrameSink> sink_;
+    GtkEmbedding embedding_;
+    bool allocating_ = false;
+    bool subviewsChanged_ = false;
+
+    PointerTracker pointer_;
+    ClickCounter clicks_;
+    ScrollTracker scroll_;
+    GdkEventSequence* touch_ = nullptr;  // the one that stands for the pointer
+    guint momentumTick_ = 0;
+};
+
+}  // namespace Mivora::platform
