@@ -1,0 +1,174 @@
+#include "Card.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include "Colors.h"
+
+namespace {
+
+constexpr float kPi = std::numbers::pi_v<float>;
+
+/// How long a card takes to turn over and to light up, in seconds.
+constexpr float kTurnTime = 0.6F;
+constexpr float kGlowTime = 0.15F;
+
+/// How far the pointer may move between press and release of a click, in points.
+constexpr float kClickDistance = 6;
+
+std::shared_ptr<MVColorView> fill(Mivora::ColorRGBA color, Mivora::Rect2 rect) {
+    auto view = MVColorView::initWithColor(color);
+    view->setPosition(rect.origin);
+    view->setSize(rect.size);
+    return view;
+}
+
+/// A face of the card. Its parts are not hit themselves: the card is.
+std::shared_ptr<MVView> makeFace() {
+    auto face = MVView::init();
+    face->setSize(Card::kSize);
+    face->setAnchorPoint({0.5F, 0.5F});
+    face->setPosition({Card::kSize.width / 2, Card::kSize.height / 2});
+    face->setInteractionEnabled(false);
+    return face;
+}
+
+/// A pattern for cards without a picture: bars that grow to the right.
+void addPattern(MVView& face, float hue, Mivora::Rect2 rect) {
+    face.addSubview(fill(hsb(hue, 0.55F, 0.35F), rect));
+    constexpr int kBars = 9;
+    const float step = rect.size.width / kBars;
+    for (int i = 0; i < kBars; ++i) {
+        const float share = static_cast<float>(i + 1) / kBars;
+        const float height = rect.size.height * (0.15F + 0.7F * share * share);
+        face.addSubview(fill(hsb(hue + 0.12F * share, 0.75F, 0.5F + 0.5F * share),
+                             {{rect.origin.x + step * static_cast<float>(i) + 2,
+                               rect.origin.y + rect.size.height - height},
+                              {step - 4, height}}));
+    }
+}
+
+float towards(float value, float goal, float step) {
+    return value < goal ? std::min(value + step, goal) : std::max(value - step, goal);
+}
+
+/// Starts and ends gently.
+float ease(float share) {
+    return share * share * (3 - 2 * share);
+}
+
+}  // namespace
+
+std::shared_ptr<Card> Card::make(float hue, const std::shared_ptr<MVImage>& picture) {
+    return MVMake<Card>(hue, picture);
+}
+
+Card::Card(float hue, const std::shared_ptr<MVImage>& picture) {
+    setSize(kSize);
+    setAnchorPoint({0.5F, 0.5F});
+    setMouseHoverEnabled(true);
+
+    front_ = makeFace();
+    front_->addSubview(fill(hsb(hue, 0.12F, 1), {{0, 0}, kSize}));
+    const Mivora::Rect2 pictureRect{{8, 8}, {134, 124}};
+    if (picture) {
+        auto view = MVImageView::initWithImage(picture);
+        view->setPosition(pictureRect.origin);
+        view->setSize(pictureRect.size);
+        front_->addSubview(view);
+    } else {
+        addPattern(*front_, hue, pictureRect);
+    }
+    front_->addSubview(fill(hsb(hue, 0.6F, 0.4F), {{8, 142}, {86, 10}}));
+    front_->addSubview(fill(hsb(hue, 0.25F, 0.7F), {{8, 160}, {134, 5}}));
+    front_->addSubview(fill(hsb(hue, 0.25F, 0.7F), {{8, 171}, {118, 5}}));
+    front_->addSubview(fill(hsb(hue, 0.25F, 0.7F), {{8, 182}, {127, 5}}));
+    addSubview(front_);
+
+    // The back is turned about, so that it reads right from behind.
+    back_ = makeFace();
+    back_->setRotation3({0, kPi, 0});
+    back_->addSubview(fill(hsb(hue, 0.65F, 0.55F), {{0, 0}, kSize}));
+    back_->addSubview(fill(hsb(hue, 0.7F, 0.4F), {{8, 8}, {134, 180}}));
+    for (int i = 0; i < 3; ++i) {
+        const float extent = 84 - 26 * static_cast<float>(i);
+        auto diamond = MVColorView::initWithColor(hsb(hue + 0.5F, 0.2F + 0.2F * i, 0.95F, 0.55F));
+        diamond->setSize({extent, extent});
+        diamond->setAnchorPoint({0.5F, 0.5F});
+        diamond->setPosition({kSize.width / 2, kSize.height / 2});
+        diamond->setRotation(kPi / 4);
+        back_->addSubview(diamond);
+    }
+    back_->setHidden(true);
+    addSubview(back_);
+
+    light_ = fill({1, 1, 1, 0.3F}, {{0, 0}, kSize});
+    light_->setInteractionEnabled(false);
+    light_->setHidden(true);
+    addSubview(light_);
+}
+
+bool Card::animate(float seconds) {
+    const float glowGoal = hovered_ ? 1.0F : 0.0F;
+    const float turnGoal = flipped_ ? 1.0F : 0.0F;
+    glow_ = towards(glow_, glowGoal, seconds / kGlowTime);
+    turn_ = towards(turn_, turnGoal, seconds / kTurnTime);
+    light_->setHidden(glow_ == 0);
+    light_->setOpacity(glow_);
+    setUniformScale(1 + 0.08F * ease(glow_));
+    setRotation3({ringRotation_.x, ringRotation_.y + kPi * ease(turn_), ringRotation_.z});
+    return glow_ != glowGoal || turn_ != turnGoal;
+}
+
+void Card::flip() {
+    flipped_ = !flipped_;
+    if (wake_) {
+        wake_();
+    }
+}
+
+void Card::place(Mivora::Point3 position, Mivora::Point3 rotation) {
+    setPosition3(position);
+    ringRotation_ = rotation;
+}
+
+void Card::showFacingSide() {
+    // In world space the eye is the origin. It sees the front if it lies before the card's plane.
+    const glm::mat4 world = transformMatrix();
+    const glm::vec4 centre = world * glm::vec4(kSize.width / 2, kSize.height / 2, 0, 1);
+    const glm::vec4 normal = world * glm::vec4(0, 0, 1, 0);
+    const bool seesFront = normal.x * centre.x + normal.y * centre.y + normal.z * centre.z < 0;
+    front_->setHidden(!seesFront);
+    back_->setHidden(seesFront);
+}
+
+void Card::mouseHoverBegan(const std::shared_ptr<MVMouse>& /*mouse*/) {
+    hovered_ = true;
+    if (wake_) {
+        wake_();
+    }
+}
+
+void Card::mouseHoverEnded(const std::shared_ptr<MVMouse>& /*mouse*/) {
+    hovered_ = false;
+    if (wake_) {
+        wake_();
+    }
+}
+
+void Card::mouseBegan(const std::shared_ptr<MVMouse>& mouse) {
+    if (mouse->button() == MVMouseButtonLeft) {
+        pressedAt_ = mouse->locationInView(superview());
+    }
+}
+
+void Card::mouseEnded(const std::shared_ptr<MVMouse>& mouse) {
+    if (mouse->button() != MVMouseButtonLeft) {
+        return;
+    }
+    const Mivora::Point3 releasedAt = mouse->locationInView(superview());
+    if (std::hypot(releasedAt.x - pressedAt_.x, releasedAt.y - pressedAt_.y) <= kClickDistance) {
+        flip();
+    }
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include <MivoraMac/MivoraMac.h>
+
+/// A card with a front and a back: it lights up while the pointer hovers over it and turns over
+/// when it is clicked.
+class Card : public MVView {
+ public:
+    static constexpr Mivora::Size2 kSize{150, 196};
+
+    /// @param hue      of its colours, 0 to 1
+    /// @param picture  what the front shows; null for a pattern
+    static std::shared_ptr<Card> make(float hue, const std::shared_ptr<MVImage>& picture);
+
+    /// Called when the card wants `animate` to be called.
+    void setWakeHandler(std::function<void()> wake) { wake_ = std::move(wake); }
+
+    /// Moves on by one frame.
+    /// @return whether there is more to do
+    bool animate(float seconds);
+
+    /// Turns the card over, or back.
+    void flip();
+
+    /// Places the card in the ring.
+    /// @param rotation  without the turn of a flip
+    void place(Mivora::Point3 position, Mivora::Point3 rotation);
+
+    /// Shows the face that is turned to the eye.
+    void showFacingSide();
+
+    void mouseHoverBegan(const std::shared_ptr<MVMouse>& mouse) override;
+    void mouseHoverEnded(const std::shared_ptr<MVMouse>& mouse) override;
+    void mouseBegan(const std::shared_ptr<MVMouse>& mouse) override;
+    void mouseEnded(const std::shared_ptr<MVMouse>& mouse) override;
+
+ private:
+    friend struct ::MVMaker;
+    Card(float hue, const std::shared_ptr<MVImage>& picture);
+
+    std::shared_ptr<MVView> front_;
+    std::shared_ptr<MVView> back_;
+    std::shared_ptr<MVColorView> light_;
+    std::function<void()> wake_;
+
+    Mivora::Point3 ringRotation_ = Mivora::Point3::kZero;
+    bool hovered_ = false;
+    bool flipped_ = false;
+    float glow_ = 0;  ///< 0 to 1, follows `hovered_`
+    float turn_ = 0;  ///< 0 to 1, follows `flipped_`
+    Mivora::Point3 pressedAt_ = Mivora::Point3::kNull;
+};

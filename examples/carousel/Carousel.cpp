@@ -1,0 +1,265 @@
+#include "Carousel.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+#include <string>
+
+#include "Colors.h"
+
+namespace {
+
+constexpr float kTurn = 2 * std::numbers::pi_v<float>;
+
+constexpr int kStoreys = 2;
+constexpr int kColumns = Carousel::kCards / kStoreys;
+constexpr float kRadius = 900;
+constexpr float kStoreyHeight = 224;
+
+/// How far the ring's axis lies behind the window's plane, and how far it leans to the viewer.
+constexpr float kAxisDepth = 790;
+constexpr float kLean = 0.14F;
+
+/// The part of its speed that a spinning ring loses in a second is 1 - exp(-kFriction).
+constexpr float kFriction = 1.9F;
+constexpr float kLeastVelocity = 0.02F;
+
+/// How far a point of dragging or scrolling turns the ring, in radians.
+constexpr float kAnglePerPoint = 1 / kRadius;
+
+/// The size that everything is laid out for; other sizes scale it.
+constexpr Mivora::Size2 kDesignSize{1280, 800};
+
+/// The stage reaches far beyond that: a pointer meets a view's subviews only within its box.
+constexpr Mivora::Size2 kStageSize{6000, 6000};
+
+/// What a click of the wheel adds to the speed, for each point that it scrolls.
+constexpr float kImpulse = 6 * kAnglePerPoint;
+
+constexpr int kBackdropStrips = 32;
+
+constexpr std::array<const char*, 8> kPictures = {"dunes.jpg",    "mountains.jpg", "night.jpg",
+                                                  "sea.jpg",      "forest.jpg",    "planet.jpg",
+                                                  "balloons.jpg", "city.jpg"};
+
+float hueOf(int column) {
+    return 0.55F + static_cast<float>(column) / kColumns;
+}
+
+}  // namespace
+
+std::shared_ptr<Carousel> Carousel::make(const std::shared_ptr<MVAnimationClock>& clock) {
+    auto carousel = MVMake<Carousel>(clock);
+    carousel->build();
+    return carousel;
+}
+
+Carousel::Carousel(const std::shared_ptr<MVAnimationClock>& clock) : clock_(clock) {}
+
+void Carousel::build() {
+    for (int i = 0; i < kBackdropStrips; ++i) {
+        const float share = static_cast<float>(i) / (kBackdropStrips - 1);
+        auto strip = MVColorView::initWithColor(
+            hsb(0.66F + 0.08F * share, 0.75F - 0.2F * share, 0.1F + 0.26F * share));
+        strip->setInteractionEnabled(false);
+        backdrop_.push_back(strip);
+        addSubview(strip);
+    }
+
+    stage_ = MVView::init();
+    stage_->setSize(kStageSize);
+    stage_->setAnchorPoint({0.5F, 0.5F});
+    addSubview(stage_);
+
+    const auto self = std::static_pointer_cast<Carousel>(shared_from_this());
+    const std::weak_ptr<Carousel> weak = self;
+    for (int i = 0; i < kCards; ++i) {
+        const int column = i % kColumns;
+        std::shared_ptr<MVImage> picture;
+        if (i % 2 == 0) {
+            const auto number = static_cast<std::size_t>(i / 2) % kPictures.size();
+            picture = MVImage::imageNamed(kPictures[number]);
+        }
+        auto card = Card::make(hueOf(column), picture);
+        card->setWakeHandler([weak] {
+            if (const auto carousel = weak.lock()) {
+                carousel->wake();
+            }
+        });
+        cards_.push_back(card);
+        stage_->addSubview(card);
+    }
+    order_ = cards_;
+    ribbon_ = makeRibbon();
+    addSubview(ribbon_);
+
+    pan_ = MVPanGestureRecognizer::initWithTargetAction(self, &Carousel::panned);
+    addGestureRecognizer(pan_);
+    placeCards();
+}
+
+/// A strip at the bottom that shows which part of the ring is in front. Its tiles reach beyond it;
+/// a stencil with pointed ends cuts them off.
+std::shared_ptr<MVView> Carousel::makeRibbon() {
+    constexpr Mivora::Size2 kSize{460, 34};
+    auto ribbon = MVColorView::initWithColor({0, 0, 0, 0.5F});
+    ribbon->setSize(kSize);
+    ribbon->setAnchorPoint({0.5F, 0.5F});
+    ribbon->setInteractionEnabled(false);
+
+    auto shape = MVView::init();
+    auto bar = MVColorView::init();
+    bar->setPosition({kSize.height / 2, 0});
+    bar->setSize({kSize.width - kSize.height, kSize.height});
+    shape->addSubview(bar);
+    for (const float x : {kSize.height / 2, kSize.width - kSize.height / 2}) {
+        auto point = MVColorView::init();
+        const float side = kSize.height / std::numbers::sqrt2_v<float>;
+        point->setSize({side, side});
+        point->setAnchorPoint({0.5F, 0.5F});
+        point->setPosition({x, kSize.height / 2});
+        point->setRotation(kTurn / 8);
+        shape->addSubview(point);
+    }
+    ribbon->setStencilView(shape);
+
+    for (int i = 0; i < kColumns; ++i) {
+        auto tile = MVColorView::initWithColor(hsb(hueOf(i), 0.6F, 0.95F));
+        tile->setSize({38, 24});
+        tile->setAnchorPoint({0.5F, 0.5F});
+        ribbon->addSubview(tile);
+        tiles_.push_back(tile);
+    }
+    return ribbon;
+}
+
+void Carousel::spin(float velocity) {
+    velocity_ = velocity;
+    wake();
+}
+
+void Carousel::wake() {
+    if (!ticking_) {
+        ticking_ = true;
+        clock_->startTick(std::static_pointer_cast<Carousel>(shared_from_this()));
+    }
+}
+
+void Carousel::tickVideoSync(double step, double /*sync*/) {
+    const auto seconds = static_cast<float>(step);
+    angle_ += velocity_ * seconds;
+    velocity_ *= std::exp(-kFriction * seconds);
+    if (std::abs(velocity_) < kLeastVelocity) {
+        velocity_ = 0;
+    }
+    placeCards();
+    bool moves = velocity_ != 0 || pan_->state() == MVGestureRecognizerStateChanged ||
+                 pan_->state() == MVGestureRecognizerStateBegan;
+    for (const auto& card : cards_) {
+        moves = card->animate(seconds) || moves;
+        card->showFacingSide();
+    }
+    if (!moves) {
+        ticking_ = false;
+        clock_->stopTick(std::static_pointer_cast<Carousel>(shared_from_this()));
+    }
+}
+
+void Carousel::placeCards() {
+    for (int i = 0; i < kCards; ++i) {
+        const int storey = i / kColumns;
+        const float column = static_cast<float>(i % kColumns) + (storey % 2 == 1 ? 0.5F : 0.0F);
+        const float angle = angle_ + kTurn * column / kColumns;
+        const float y = (static_cast<float>(storey) - 0.5F) * kStoreyHeight;
+        const float z = kRadius * std::cos(angle);
+        // The ring leans about the horizontal axis through its middle.
+        cards_[static_cast<std::size_t>(i)]->place(
+            {kStageSize.width / 2 + kRadius * std::sin(angle),
+             kStageSize.height / 2 - 90 + y * std::cos(kLean) + z * std::sin(kLean),
+             z * std::cos(kLean) - y * std::sin(kLean) - kAxisDepth},
+            {-kLean, angle, 0});
+        const float front = 0.5F + 0.5F * z / kRadius;
+        cards_[static_cast<std::size_t>(i)]->setOpacity(0.35F + 0.65F * front);
+    }
+    // Views are drawn in their order, so what is farther away has to come first.
+    std::stable_sort(order_.begin(), order_.end(), [](const auto& a, const auto& b) {
+        return a->position3().z < b->position3().z;
+    });
+    const auto subviews = stage_->subviews();
+    for (std::size_t i = 0; i < order_.size(); ++i) {
+        if ((*subviews)[i] != order_[i]) {
+            for (std::size_t j = i; j < order_.size(); ++j) {
+                stage_->insertSubviewAtIndex(order_[j], static_cast<std::int64_t>(j));
+            }
+            break;
+        }
+    }
+    moveRibbon();
+}
+
+void Carousel::moveRibbon() {
+    constexpr float kStep = 46;
+    const float middle = ribbon_->size().width / 2;
+    for (std::size_t i = 0; i < tiles_.size(); ++i) {
+        float column = static_cast<float>(i) + angle_ / kTurn * kColumns;
+        column -= kColumns * std::round(column / kColumns);
+        tiles_[i]->setPosition({middle + column * kStep, 17});
+        tiles_[i]->setRotation(0.25F * column / kColumns);
+    }
+}
+
+void Carousel::panned(const std::shared_ptr<MVGestureRecognizer>& /*recognizer*/) {
+    const auto self = std::static_pointer_cast<MVView>(shared_from_this());
+    const float translation = pan_->translationInView(self).x;
+    switch (pan_->state()) {
+        case MVGestureRecognizerStateBegan:
+            pannedSoFar_ = 0;
+            velocity_ = 0;
+            break;
+        case MVGestureRecognizerStateChanged:
+            angle_ += (translation - pannedSoFar_) * kAnglePerPoint;
+            pannedSoFar_ = translation;
+            break;
+        case MVGestureRecognizerStateEnded:
+            velocity_ = pan_->velocityInView(self).x * kAnglePerPoint;
+            break;
+        default:
+            break;
+    }
+    wake();
+}
+
+void Carousel::scrollBegan(const std::shared_ptr<MVScroll>& scroll) {
+    // A wheel begins with how far it was turned, and that is all there is; fingers and the press of
+    // a button begin with nothing.
+    const Mivora::Point2 translation = scroll->translation();
+    velocity_ = translation == Mivora::Point2::kZero
+                    ? 0
+                    : velocity_ + (translation.x + translation.y) * kImpulse;
+    wake();
+}
+
+void Carousel::scrollMoved(const std::shared_ptr<MVScroll>& scroll) {
+    const Mivora::Point2 translation = scroll->translation();
+    velocity_ = 0;
+    angle_ += (translation.x + translation.y) * kAnglePerPoint;
+    wake();
+}
+
+void Carousel::layoutSubviews() {
+    const Mivora::Size2 extent = size();
+    const float strip = std::ceil(extent.height / kBackdropStrips);
+    for (std::size_t i = 0; i < backdrop_.size(); ++i) {
+        backdrop_[i]->setPosition({0, static_cast<float>(i) * strip});
+        backdrop_[i]->setSize({extent.width, strip});
+    }
+    stage_->setPosition({extent.width / 2, extent.height / 2});
+    stage_->setUniformScale(
+        std::min(extent.width / kDesignSize.width, extent.height / kDesignSize.height));
+    ribbon_->setPosition({extent.width / 2, extent.height - 36});
+    for (const auto& card : cards_) {
+        card->animate(0);
+        card->showFacingSide();
+    }
+}

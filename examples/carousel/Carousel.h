@@ -1,0 +1,56 @@
+#pragma once
+
+#include <MivoraMac/MivoraMac.h>
+#include <memory>
+#include <vector>
+
+#include "Card.h"
+
+/// A ring of cards in two storeys that turns with drags and with the wheel and glides to rest.
+///
+/// It fills its superview's width and height. At rest it does nothing: it listens to the animation
+/// clock only while something moves.
+class Carousel : public MVView, public MVAnimationClockTick {
+ public:
+    static constexpr int kCards = 60;
+
+    /// @param clock  what moves it
+    static std::shared_ptr<Carousel> make(const std::shared_ptr<MVAnimationClock>& clock);
+
+    /// Turns the ring, which then goes on by itself and slows down.
+    /// @param velocity  in radians a second
+    void spin(float velocity);
+
+    void tickVideoSync(double step, double sync) override;
+
+    void scrollBegan(const std::shared_ptr<MVScroll>& scroll) override;
+    void scrollMoved(const std::shared_ptr<MVScroll>& scroll) override;
+
+ protected:
+    void layoutSubviews() override;
+
+ private:
+    friend struct ::MVMaker;
+    explicit Carousel(const std::shared_ptr<MVAnimationClock>& clock);
+
+    void build();
+    void panned(const std::shared_ptr<MVGestureRecognizer>& recognizer);
+    void wake();
+    void placeCards();
+    std::shared_ptr<MVView> makeRibbon();
+    void moveRibbon();
+
+    std::shared_ptr<MVAnimationClock> clock_;
+    std::vector<std::shared_ptr<Card>> cards_;
+    std::vector<std::shared_ptr<Card>> order_;  ///< from the back to the front
+    std::shared_ptr<MVPanGestureRecognizer> pan_;
+    std::vector<std::shared_ptr<MVColorView>> backdrop_;
+    std::shared_ptr<MVView> stage_;  ///< Holds the cards; scaled to the size there is.
+    std::shared_ptr<MVView> ribbon_;
+    std::vector<std::shared_ptr<MVView>> tiles_;  ///< of the ribbon, one for each column
+
+    float angle_ = 0;  ///< How far the ring is turned, in radians.
+    float velocity_ = 0;
+    float pannedSoFar_ = 0;
+    bool ticking_ = false;
+};
