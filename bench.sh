@@ -45,7 +45,11 @@ if [ ${#names[@]} = 0 ]; then
     exit 0
 fi
 
-mivora_require_packages "${MIVORA_BUILD_PACKAGES[@]}" "${MIVORA_RUN_PACKAGES[@]}"
+packages=("${MIVORA_BUILD_PACKAGES[@]}" "${MIVORA_RUN_PACKAGES[@]}")
+if [[ " ${names[*]} " == *" host "* ]]; then
+    packages+=("${MIVORA_GTK_PACKAGES[@]}" xvfb)
+fi
+mivora_require_packages "${packages[@]}"
 
 jobs=$(nproc)
 cmake --preset bench > /dev/null
