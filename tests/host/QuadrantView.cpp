@@ -1,0 +1,148 @@
+#include "tests/host/QuadrantView.h"
+
+#include <epoxy/gl.h>
+
+#include <cstdio>
+
+#include "MivoraMac/platform/GLContext.h"
+#include "MivoraMac/platform/NativeWindow.h"
+
+namespace Mivora::tests {
+
+namespace {
+
+using platform::Event;
+
+void clear(int x, int y, int width, int height, std::array<float, 3> color) {
+    glScissor(x, y, width, height);
+    glClearColor(color[0], color[1], color[2], 1);
+    glClear(GL_COLOR_BUFFER_BIT);
+}
+
+/// The origin of GL is at the bottom left.
+void drawQuadrants(int width, int height) {
+    const int x = width / 2;
+    const int y = height / 2;
+    glEnable(GL_SCISSOR_TEST);
+    clear(0, 0, width, height, {1, 1, 1});
+    clear(1, 1, x - 1, y - 1, {0, 0, 1});
+    clear(x, 1, width - 1 - x, y - 1, {1, 1, 0});
+    clear(1, y, x - 1, height - 1 - y, {1, 0, 0});
+    clear(x, y, width - 1 - x, height - 1 - y, {0, 1, 0});
+    glDisable(GL_SCISSOR_TEST);
+}
+
+void print(const char* name, const Event& event) {
+    std::printf("%s %.0f %.0f\n", name, event.locationInWindow.x, event.locationInWindow.y);
+}
+
+void printPress(const char* name, const Event& event) {
+    std::printf("%s %d at %.0f %.0f\n", name, event.clickCount, event.locationInWindow.x,
+                event.locationInWindow.y);
+}
+
+const char* name(Event::Phase phase) {
+    switch (phase) {
+        case Event::PhaseNone:
+            return "none";
+        case Event::PhaseBegan:
+            return "began";
+        case Event::PhaseStationary:
+            return "stationary";
+        case Event::PhaseChanged:
+            return "changed";
+        case Event::PhaseEnded:
+            return "ended";
+        case Event::PhaseCancelled:
+            return "cancelled";
+    }
+    return "unknown";
+}
+
+}  // namespace
+
+std::shared_ptr<QuadrantView> QuadrantView::create() {
+    auto view = MVMake<QuadrantView>();
+    view->addTrackingArea(std::make_shared<const platform::TrackingArea>(platform::TrackingArea{
+        {0, 0, 1e6, 1e6},
+        platform::TrackingArea::MouseEnteredAndExited | platform::TrackingArea::MouseMoved |
+            platform::TrackingArea::ActiveAlways}));
+    return view;
+}
+
+QuadrantView::QuadrantView()
+    : context_(MVRenderContext::initWithSharedContext(MVRenderContext::activeContext())) {}
+
+void QuadrantView::drawFrame() {
+    context_->dispatchBlock([context = context_] {
+        platform::GLContext& gl = *context->mv_context();
+        glBindFramebuffer(GL_FRAMEBUFFER, gl.defaultFramebuffer());
+        const platform::PixelSize size = gl.drawable().size();
+        drawQuadrants(size.width, size.height);
+    });
+    context_->present();
+}
+
+void QuadrantView::viewDidMoveToWindow() {
+    std::printf(window() ? "in window\n" : "out of window\n");
+    if (context_->mv_context()) {
+        context_->mv_setRenderView(this);
+    }
+}
+
+void QuadrantView::reshape() {
+    const platform::PixelSize pixels = backingSize();
+    std::printf("size %.0f %.0f pixels %d %d\n", bounds().width, bounds().height, pixels.width,
+                pixels.height);
+    if (openGLContext()) {
+        drawFrame();
+    }
+}
+
+void QuadrantView::viewDidChangeBackingProperties() {
+    std::printf("scale %.2f\n", backingScaleFactor());
+}
+
+void QuadrantView::mouseDown(const std::shared_ptr<const Event>& event) {
+    printPress("down", *event);
+}
+
+void QuadrantView::mouseDragged(const std::shared_ptr<const Event>& event) {
+    print("dragged", *event);
+}
+
+void QuadrantView::mouseUp(const std::shared_ptr<const Event>& event) {
+    printPress("up", *event);
+}
+
+void QuadrantView::rightMouseDown(const std::shared_ptr<const Event>& event) {
+    printPress("right down", *event);
+}
+
+void QuadrantView::rightMouseDragged(const std::shared_ptr<const Event>& event) {
+    print("right dragged", *event);
+}
+
+void QuadrantView::rightMouseUp(const std::shared_ptr<const Event>& event) {
+    printPress("right up", *event);
+}
+
+void QuadrantView::mouseEntered(const std::shared_ptr<const Event>& event) {
+    print("entered", *event);
+}
+
+void QuadrantView::mouseMoved(const std::shared_ptr<const Event>& event) {
+    print("moved", *event);
+}
+
+void QuadrantView::mouseExited(const std::shared_ptr<const Event>& event) {
+    print("exited", *event);
+}
+
+void QuadrantView::scrollWheel(const std::shared_ptr<const Event>& event) {
+    std::printf("scroll %.2f %.2f %s phase %s momentum %s\n", event->scrollingDeltaX,
+                event->scrollingDeltaY, event->hasPreciseScrollingDeltas ? "points" : "lines",
+                name(event->phase), name(event->momentumPhase));
+}
+
+}  // namespace Mivora::tests

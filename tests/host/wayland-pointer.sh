@@ -1,0 +1,29 @@
+#!/bin/bash
+# The pointer on a Wayland compositor: hovering, pressing, dragging out, clicks and the wheel.
+. "$(dirname "$0")/host.sh"
+
+start_wayland
+start HostProgram
+await shown
+see 0 0 400 300
+
+# Moves within one frame of the screen arrive as one.
+point "move 100 100" "wait 0.1" "move 110 90"
+expect "entered 100 200" "moved 110 210"
+point "press 1" "move 150 120" "wait 0.1" "move 700 400"
+expect "down 1 at 110 210" "dragged 150 180" "dragged 700 -100"
+silence
+point "release 1"
+expect "up 1 at 700 -100" "exited 700 -100"
+point "move 50 50"
+expect "entered 50 250"
+point "press 1" "release 1" "press 1" "release 1"
+expect "down 1 at 50 250" "up 1 at 50 250" "down 2 at 50 250" "up 2 at 50 250"
+point "press 3" "move 60 50" "release 3"
+expect "right down 1 at 50 250" "right dragged 60 250" "right up 1 at 60 250"
+point "wheel 1" "wheel -1"
+expect "scroll 0.00 -1.00 lines phase none momentum none" \
+    "scroll 0.00 1.00 lines phase none momentum none"
+point "move 600 500"
+expect "exited 60 250"
+quit
