@@ -12,15 +12,20 @@ Builds the library and its tests and runs them. On Debian 12, packages that are 
 installed first.
 
   --sanitize   instead, runs the tests under the address and undefined-behaviour sanitizers, and
-               those of the labels unit and gl under the thread sanitizer
+               those of the labels unit and gl under the thread sanitizer; before, runs the fuzz
+               targets for a minute
   -h, --help   prints this
 USAGE
 }
 
 presets=(release)
+fuzz_seconds=0
 while [ $# -gt 0 ]; do
     case $1 in
-        --sanitize) presets=(asan tsan) ;;
+        --sanitize)
+            presets=(asan tsan)
+            fuzz_seconds=60
+            ;;
         -h | --help)
             usage
             exit 0
@@ -35,7 +40,8 @@ while [ $# -gt 0 ]; do
 done
 
 mivora_require_packages \
-    "${MIVORA_BUILD_PACKAGES[@]}" "${MIVORA_RUN_PACKAGES[@]}" "${MIVORA_TEST_PACKAGES[@]}"
+    "${MIVORA_BUILD_PACKAGES[@]}" "${MIVORA_RUN_PACKAGES[@]}" "${MIVORA_TEST_PACKAGES[@]}" \
+    "${MIVORA_GTK_PACKAGES[@]}" "${MIVORA_HOST_TEST_PACKAGES[@]}"
 
 # Every suite is built before the first one runs, so that the run ends with ctest's summary, and
 # all of them run even if one fails.
@@ -46,6 +52,13 @@ for preset in "${presets[@]}"; do
 done
 
 status=0
+if [ "$fuzz_seconds" -gt 0 ]; then
+    if mivora_require_packages "${MIVORA_FUZZ_PACKAGES[@]}"; then
+        fuzz/run.sh "$fuzz_seconds" || status=1
+    else
+        echo "not checked: the fuzz targets, which want Clang"
+    fi
+fi
 for preset in "${presets[@]}"; do
     ctest --preset "$preset" --parallel "$jobs" || status=1
 done

@@ -19,3 +19,14 @@ foreach(entry IN LISTS MIVORA_PRIVATE_MODULES)
     list(APPEND MIVORA_PRIVATE_TARGETS PkgConfig::${name})
     list(APPEND MIVORA_PRIVATE_MODULE_NAMES ${module})
 endforeach()
+
+# The host on a desktop is built where there is a toolkit to build it with.
+set(MIVORA_GTK_MODULE "gtk4 >= 4.8")
+pkg_check_modules(GTK4 QUIET IMPORTED_TARGET "${MIVORA_GTK_MODULE}")
+option(MIVORA_BUILD_GTK "Build the host on a desktop, MivoraMac::Gtk" ${GTK4_FOUND})
+if(MIVORA_BUILD_GTK AND NOT GTK4_FOUND)
+    message(FATAL_ERROR "MIVORA_BUILD_GTK needs ${MIVORA_GTK_MODULE}, which pkg-config does not find")
+elseif(NOT MIVORA_BUILD_GTK)
+    message(STATUS "Without MivoraMac::Gtk, the host on a desktop: "
+                   "MIVORA_BUILD_GTK is off (found gtk4: ${GTK4_FOUND})")
+endif()

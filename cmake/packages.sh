@@ -11,11 +11,28 @@ MIVORA_BUILD_PACKAGES=(
 # To run what draws: EGL and the software rasteriser, which are loaded at run time.
 MIVORA_RUN_PACKAGES=(libegl1 libegl-mesa0 libgl1-mesa-dri)
 
-# To build the tests.
-MIVORA_TEST_PACKAGES=(libgtest-dev libgmock-dev)
+# To build the tests: among them the encoders of image files, and the decoder of WebP files. And to
+# build the API reference, which is a test of the comments.
+MIVORA_TEST_PACKAGES=(
+    libgtest-dev libgmock-dev
+    libgif-dev libjpeg-dev libpng-dev libtiff-dev libwebp-dev webp-pixbuf-loader
+    doxygen
+)
+
+# To build the host on a desktop, and to run it.
+MIVORA_GTK_PACKAGES=(libgtk-4-dev libgl1)
+
+# To test it: display servers without a screen, and what drives and photographs them.
+MIVORA_HOST_TEST_PACKAGES=(
+    libwayland-dev libx11-dev
+    dbus-daemon grim sway xdotool xvfb
+)
 
 # For the second compiler.
 MIVORA_CLANG_PACKAGES=(clang)
+
+# For the fuzz targets: that compiler with its sanitizers.
+MIVORA_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
 # Prints those of the given packages that are not installed. Asks dpkg only, no network.
 mivora_missing_packages() {

@@ -19,7 +19,7 @@ if(STEP STREQUAL "install")
         if(NOT file MATCHES "^include/MivoraMac/.*\\.h$" AND
            NOT file MATCHES "^${LIBDIR}/libMivoraMac[^/]*$" AND
            NOT file MATCHES "^${LIBDIR}/cmake/MivoraMac/MivoraMac[^/]*\\.cmake$" AND
-           NOT file STREQUAL "${LIBDIR}/pkgconfig/MivoraMac.pc")
+           NOT file MATCHES "^${LIBDIR}/pkgconfig/MivoraMac(Gtk)?\\.pc$")
             message(SEND_ERROR "installed without need: ${file}")
         endif()
         if(file MATCHES "Private\\.h$")
@@ -48,7 +48,7 @@ if(STEP STREQUAL "install")
     endforeach()
 
 elseif(STEP STREQUAL "find-package")
-    set(build ${WORK_DIR}/find-package)
+    set(build ${WORK_DIR}/find-package-${PACKAGE})
     file(REMOVE_RECURSE ${build})
     run(${CMAKE_COMMAND} -S ${PROGRAM_DIR} -B ${build} -G ${GENERATOR}
         -D CMAKE_CXX_COMPILER=${COMPILER}
@@ -64,7 +64,7 @@ elseif(STEP STREQUAL "find-package")
     run(${LAUNCHER} ${build}/program ${VERSION})
 
 elseif(STEP STREQUAL "pkg-config")
-    set(build ${WORK_DIR}/pkg-config)
+    set(build ${WORK_DIR}/pkg-config-${PACKAGE})
     file(REMOVE_RECURSE ${build})
     file(MAKE_DIRECTORY ${build})
     set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)
@@ -73,12 +73,12 @@ elseif(STEP STREQUAL "pkg-config")
         set(static --static)
     endif()
     find_program(PKG_CONFIG NAMES pkg-config pkgconf REQUIRED)
-    execute_process(COMMAND ${PKG_CONFIG} --modversion MivoraMac
+    execute_process(COMMAND ${PKG_CONFIG} --modversion ${PACKAGE}
         OUTPUT_VARIABLE version OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
     if(NOT version STREQUAL VERSION)
         message(FATAL_ERROR "pkg-config says version ${version}")
     endif()
-    execute_process(COMMAND ${PKG_CONFIG} ${static} --cflags --libs MivoraMac
+    execute_process(COMMAND ${PKG_CONFIG} ${static} --cflags --libs ${PACKAGE}
         OUTPUT_VARIABLE package_flags COMMAND_ERROR_IS_FATAL ANY)
     separate_arguments(package_flags UNIX_COMMAND "${package_flags}")
     separate_arguments(FLAGS UNIX_COMMAND "${FLAGS}")
