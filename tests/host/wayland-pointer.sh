@@ -7,11 +7,15 @@ start HostProgram
 await shown
 see 0 0 400 300
 
-# Moves within one frame of the screen arrive as one.
-point "move 100 100" "wait 0.1" "move 110 90"
-expect "entered 100 200" "moved 110 210"
-point "press 1" "move 150 120" "wait 0.1" "move 700 400"
-expect "down 1 at 110 210" "dragged 150 180" "dragged 700 -100"
+# Moves within one frame of the screen arrive as one: each is awaited.
+point "move 100 100"
+expect "entered 100 200"
+point "move 110 90"
+expect "moved 110 210"
+point "press 1" "move 150 120"
+expect "down 1 at 110 210" "dragged 150 180"
+point "move 700 400"
+expect "dragged 700 -100"
 silence
 point "release 1"
 expect "up 1 at 700 -100" "exited 700 -100"
