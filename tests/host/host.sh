@@ -121,7 +121,7 @@ has_socket() {
 
 # wait_for WHAT COMMAND...: until the command succeeds.
 wait_for() {
-    local what=$1 end=$((SECONDS + 15))
+    local what=$1 end=$((SECONDS + 30))
     shift
     until "$@"; do
         [ $SECONDS -lt $end ] || fail "$what does not come"
@@ -144,7 +144,7 @@ say() {
 }
 
 next_line() {
-    IFS= read -r -t "${1:-10}" line <&"$from_program"
+    IFS= read -r -t "${1:-30}" line <&"$from_program"
 }
 
 expect() {
@@ -172,7 +172,7 @@ silence() {
 }
 
 pointer_says() {
-    local end=$((SECONDS + 10)) line
+    local end=$((SECONDS + 30)) line
     until IFS= read -r line <&"$from_pointer"; do
         [ $SECONDS -lt $end ] || fail "the pointer does not answer"
         sleep 0.01
@@ -205,7 +205,7 @@ see_now() {
 
 # Pictures take the time that they take; what is awaited may still be on its way.
 see_task() {
-    local end=$((SECONDS + 5))
+    local end=$((SECONDS + 30))
     until see_now "$@"; do
         if [ $SECONDS -ge $end ]; then
             [ -z "${MIVORA_HOST_PICTURES:-}" ] ||
