@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <typeinfo>
+#include <utility>
 
 #include "MivoraMac/input/MVGestureRecognizerDelegate.h"
 #include "MivoraMac/input/MVTouch.h"
@@ -75,11 +76,16 @@ void MVGestureRecognizer::mv_addTargetAction(const MVTargetActionPair& pair, boo
     }
 }
 
-void MVGestureRecognizer::removeTargetAction(const std::shared_ptr<void>& target,
-                                             const MVAction& action) {
+void MVGestureRecognizer::mv_removeTargetAction(const std::shared_ptr<void>& receiver,
+                                                const MVAction& action) {
     std::erase_if(targetActionPairs_, [&](const auto& pair) {
-        return (!target || pair->hasTarget(target)) && (!action || pair->action() == action);
+        return (!receiver || pair->target() == receiver) && (!action || pair->action() == action);
     });
+}
+
+void MVGestureRecognizer::removeTargetAction(const std::shared_ptr<void>& target, std::nullptr_t) {
+    std::erase_if(targetActionPairs_,
+                  [&](const auto& pair) { return !target || pair->hasTarget(target); });
 }
 
 void MVGestureRecognizer::setEnabled(bool enabled) {
@@ -213,10 +219,18 @@ void MVGestureRecognizer::mv_resetToStatePossibleOnNextLoop() {
     MainThread::perform([pointer = backPointer_] {
         // One that has gone by then has nothing left to reset.
         const auto self = *pointer != nullptr ? (*pointer)->weak_from_this().lock() : nullptr;
-        if (self) {
+        if (self && self->deliveries_ > 0) {
+            self->isResetPutOff_ = true;
+        } else if (self) {
             self->mv_resetStateToPossible();
         }
     });
+}
+
+void MVGestureRecognizer::mv_deliveryEnded() {
+    if (--deliveries_ == 0 && std::exchange(isResetPutOff_, false)) {
+        mv_resetToStatePossibleOnNextLoop();
+    }
 }
 
 void MVGestureRecognizer::mv_resetStateToPossible() {
@@ -242,6 +256,8 @@ void MVGestureRecognizer::mv_dispatchStateChangesIfNecessary() {
     // First, so that a target that throws, or causes this to be called again, is not told twice.
     shouldDispatchStateChange_ = false;
     const std::shared_ptr<MVGestureRecognizer> self = shared_from_this();
+    mv_deliveryBegan();
+    const AtEnd end([this] { mv_deliveryEnded(); });
     const unsigned round = ++dispatchRound_;
     const auto pairs = targetActionPairs_;
     for (const std::shared_ptr<MVTargetActionPair>& pair : pairs) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <type_traits>
@@ -103,9 +104,20 @@ class MIVORA_EXPORT MVGestureRecognizer : public std::enable_shared_from_this<MV
     }
 
     /// Takes an action from a target.
-    /// @param target  null stands for every target
-    /// @param action  null stands for every action
-    void removeTargetAction(const std::shared_ptr<void>& target, const MVAction& action);
+    /// @param target  as it was added, or as a pointer to another class of the same object; null
+    ///                stands for every target
+    template <class Object, class Target, class Sender>
+    void removeTargetAction(const std::shared_ptr<Object>& target, Action<Target, Sender> action) {
+        mv_removeTargetAction(MVAction::receiver(target, action), action);
+    }
+    /// Takes an action from every target.
+    template <class Target, class Sender>
+    void removeTargetAction(std::nullptr_t, Action<Target, Sender> action) {
+        mv_removeTargetAction(nullptr, action);
+    }
+    /// Takes every action from a target, and from those that share its ownership; null stands for
+    /// every target.
+    void removeTargetAction(const std::shared_ptr<void>& target, std::nullptr_t);
 
     /// @}
 
@@ -178,10 +190,16 @@ class MIVORA_EXPORT MVGestureRecognizer : public std::enable_shared_from_this<MV
     /// have not been told yet.
     void mv_setStateToFailed();
 
-    /// Has it reset in one of the next turns of the main loop, never at once. Calls add up.
+    /// Has it reset in one of the next turns of the main loop, never at once and never during a
+    /// delivery, even if that runs the loop. Calls add up.
     void mv_resetToStatePossibleOnNextLoop();
     /// Resets it now. Tells nobody.
     void mv_resetStateToPossible();
+
+    /// A delivery of touches that it takes part in, or the telling of its targets, begins or ends.
+    /// They nest.
+    void mv_deliveryBegan() { ++deliveries_; }
+    void mv_deliveryEnded();
 
     /// What the delegate says; false without one.
     bool mv_shouldRecognizeWithGestureRecognizer(const std::shared_ptr<MVGestureRecognizer>& other);
@@ -206,6 +224,7 @@ class MIVORA_EXPORT MVGestureRecognizer : public std::enable_shared_from_this<MV
 
  private:
     void mv_addTargetAction(const MVTargetActionPair& pair, bool takesThis);
+    void mv_removeTargetAction(const std::shared_ptr<void>& receiver, const MVAction& action);
     void changeState(MVGestureRecognizerState state);
 
     /// How a reset that is to come knows this recognizer: a cell with its address, cleared when it
@@ -216,6 +235,8 @@ class MIVORA_EXPORT MVGestureRecognizer : public std::enable_shared_from_this<MV
     MVTouchSet touches_;
     bool shouldDispatchStateChange_ = false;
     unsigned dispatchRound_ = 0;  ///< Of telling targets. One that is overtaken ends.
+    unsigned deliveries_ = 0;     ///< That are under way.
+    bool isResetPutOff_ = false;  ///< Until they are over.
     std::vector<std::shared_ptr<MVTargetActionPair>> targetActionPairs_;
     bool enabled_ = true;
     MVGestureRecognizerState state_ = MVGestureRecognizerStatePossible;

@@ -24,10 +24,10 @@ MVMouseToTouchDispatcher::~MVMouseToTouchDispatcher() {
 void MVMouseToTouchDispatcher::systemTouchBeganWithEvent(const EventPointer& event) {
     const auto kept = shared_from_this();
     const auto touch = MVTouch::touchWithSystemEventAndWindow(event, window_.lock());
-    MVBuildGestureRecognizerRelationshipsForTouch(touch);
     if (const auto former = std::exchange(currentMouseTouch_, touch)) {
         former->mv_finish();
     }
+    MVBuildGestureRecognizerRelationshipsForTouch(touch);
     MVEventLog::write("touch began", *touch);
     MVDispatchSelectorToTouches({touch}, MVTouchPhase::Began);
 }

@@ -60,9 +60,17 @@ class MVOrderedSet {
 
     /// Removes the objects of another set.
     void subtract(const MVOrderedSet& other) {
+        eraseIf([&](const Element& element) { return other.contains(element); });
+    }
+
+    /// Removes the objects of which a function says true.
+    template <class Predicate>
+    void eraseIf(Predicate predicate) {
+        if (std::none_of(begin(), end(), predicate)) {
+            return;
+        }
         std::vector<Element> elements;
-        std::copy_if(begin(), end(), std::back_inserter(elements),
-                     [&](const Element& element) { return !other.contains(element); });
+        std::remove_copy_if(begin(), end(), std::back_inserter(elements), predicate);
         // The former elements are destroyed after this, as in `erase`.
         elements_.swap(elements);
     }

@@ -68,6 +68,8 @@ class MIVORA_EXPORT MVTouch : public MVInteraction, public std::enable_shared_fr
     /// The touch is over: it no longer keeps the recognizers that are bound to it, or will be. One
     /// of them may go on keeping the touch.
     void mv_finish();
+    /// Whether it is over.
+    bool mv_isFinished() const { return isFinished_; }
 
     /// Where the touch is in the view; see `MVInteraction`.
     Mivora::Point3 locationInView(const std::shared_ptr<MVView>& view) const override;

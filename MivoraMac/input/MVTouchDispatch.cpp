@@ -33,9 +33,15 @@ MVGestureRecognizerSet recognizersOf(const MVTouchSet& touches) {
     return recognizers;
 }
 
+/// Leaves out touches that are over, perhaps because somebody who was told of this phase has finished
+/// them: all have heard of the end, and nothing comes after that.
+void dropFinished(MVTouchSet& touches) {
+    touches.eraseIf([](const std::shared_ptr<MVTouch>& touch) { return touch->mv_isFinished(); });
+}
+
 /// Sends a phase to recognizers.
 /// @return the first that could still recognize and now has, or null
-Recognizer deliver(const MVGestureRecognizerSet& recognizers, const MVTouchSet& touches,
+Recognizer deliver(const MVGestureRecognizerSet& recognizers, MVTouchSet& touches,
                    MVTouchPhase phase) {
     MVGestureRecognizerSet couldRecognize;
     for (const Recognizer& recognizer : recognizers) {
@@ -43,6 +49,10 @@ Recognizer deliver(const MVGestureRecognizerSet& recognizers, const MVTouchSet& 
             couldRecognize.insert(recognizer);
         }
         mv_sendTouches(*recognizer, phase, touches);
+        dropFinished(touches);
+        if (touches.empty()) {
+            break;
+        }
     }
     const auto winner =
         std::find_if(couldRecognize.begin(), couldRecognize.end(),
@@ -67,13 +77,9 @@ void beat(const Recognizer& winner) {
 }
 
 /// Sends a phase to the views, but takes from them the touches of the winner.
-/// @param won  the touches of the winner when it won; those that it was unbound from since then
-///             have been finished by somebody that it told, and their views know already
-void deliverToViews(const MVTouchSet& touches, MVTouchPhase phase, const Recognizer& winner,
-                    const MVTouchSet& won) {
+void deliverToViews(const MVTouchSet& touches, MVTouchPhase phase, const Recognizer& winner) {
     const MVTouchSet taken = winner->touches();
     MVTouchSet others = touches;
-    others.subtract(won);
     others.subtract(taken);
     const AtEnd release([&] {
         for (const std::shared_ptr<MVTouch>& touch : taken) {
@@ -159,24 +165,33 @@ void MVDispatchTouchSelectorToTrackedViews(const MVTouchSet& touches, MVTouchPha
     }
 }
 
-void MVDispatchSelectorToTouches(const MVTouchSet& touches, MVTouchPhase phase) {
+void MVDispatchSelectorToTouches(MVTouchSet touches, MVTouchPhase phase) {
+    dropFinished(touches);
     const MVGestureRecognizerSet recognizers = recognizersOf(touches);
+    for (const Recognizer& recognizer : recognizers) {
+        recognizer->mv_deliveryBegan();
+    }
+    const AtEnd end([&] {
+        for (const Recognizer& recognizer : recognizers) {
+            recognizer->mv_deliveryEnded();
+        }
+    });
     const Recognizer winner = deliver(recognizers, touches, phase);
-    const MVTouchSet won = winner ? winner->touches() : MVTouchSet();
     if (winner) {
         beat(winner);
     }
     for (const Recognizer& recognizer : recognizers) {
         recognizer->mv_dispatchStateChangesIfNecessary();
     }
+    dropFinished(touches);
     if (winner) {
-        deliverToViews(touches, phase, winner, won);
+        deliverToViews(touches, phase, winner);
     } else {
         MVDispatchTouchSelectorToTrackedViews(touches, phase);
     }
 }
 
-void MVFinishTouches(const MVTouchSet& touches) {
+void MVFinishTouches(MVTouchSet touches) {
     const AtEnd finish([&] {
         for (const std::shared_ptr<MVTouch>& touch : touches) {
             touch->mv_finish();

@@ -61,9 +61,13 @@ MIVORA_EXPORT void MVDispatchTouchSelectorToTrackedViews(const MVTouchSet& touch
 /// 3. The recognizers of step 1 tell their targets what has changed.
 /// 4. To the views that track the touches. Those that track a touch of the winner are told that it
 ///    is cancelled instead, and track it no more.
-MIVORA_EXPORT void MVDispatchSelectorToTouches(const MVTouchSet& touches, MVTouchPhase phase);
+///
+/// A touch that is over goes nowhere; where a hook or a target ends one (`MVFinishTouches`), those
+/// behind it hear of that end only. Recognizers that have finished stay so until the delivery is
+/// over, even if one of these runs the main loop.
+MIVORA_EXPORT void MVDispatchSelectorToTouches(MVTouchSet touches, MVTouchPhase phase);
 
 /// Unbinds touches that are over from the recognizers that are found for them by now. One that was
 /// bound and is not found any more, as after it was detached or while another has recognized, keeps
 /// the touch; the touch keeps no recognizer alive.
-MIVORA_EXPORT void MVFinishTouches(const MVTouchSet& touches);
+MIVORA_EXPORT void MVFinishTouches(MVTouchSet touches);

@@ -137,6 +137,35 @@ TEST_F(MVMouseToTouchDispatcherTest, aPressDuringAnotherOneDropsThatWithoutAWord
     EXPECT_THAT(it->touches(), ElementsAre(first)) << "nobody finishes what was dropped";
 }
 
+TEST_F(MVMouseToTouchDispatcherTest, aTouchThatWasDroppedKeepsNoRecognizer) {
+    auto it = scene.attach(button, "it");
+    scene.press(at(120, 70));
+    scene.press(at(120, 70));
+    scene.release(at(120, 70));
+    ASSERT_EQ(it->touches().size(), 1U) << "the first is not unbound";
+    button->removeGestureRecognizer(it);
+    const std::weak_ptr<ScriptedRecognizer> weak = it;
+    it.reset();
+    EXPECT_TRUE(weak.expired());
+}
+
+TEST_F(MVMouseToTouchDispatcherTest, aDelegateThatIsAskedAtAPressKnowsItsTouch) {
+    const auto it = scene.attach(card, "it");
+    scene.attach(button, "other");
+    it->setState(MVGestureRecognizerStateBegan);
+    const auto adviser = std::make_shared<ScriptedAdviser>();
+    std::shared_ptr<MVTouch> seen;
+    adviser->answer = [&](const auto&, const auto&) {
+        seen = current();
+        return true;
+    };
+    it->setDelegate(adviser);
+    scene.press(at(120, 70));
+    ASSERT_NE(seen, nullptr);
+    EXPECT_EQ(seen, current());
+    adviser->questions.clear();
+}
+
 TEST_F(MVMouseToTouchDispatcherTest, aPressDuringAGestureJoinsIt) {
     const auto running = scene.attach(card, "running");
     const auto other = scene.attach(button, "other");

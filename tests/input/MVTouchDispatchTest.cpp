@@ -15,6 +15,7 @@ using Mivora::tests::LogCapture;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::UnorderedElementsAre;
 
 constexpr auto kBegan = MVGestureRecognizerStateBegan;
 constexpr auto kChanged = MVGestureRecognizerStateChanged;
@@ -419,6 +420,15 @@ TEST_F(MVTouchDispatchTest, finishedTouchesAreUnboundFromTheRecognizersFoundByTh
     EXPECT_THAT(a->gestureRecognizers(), IsEmpty());
 }
 
+TEST_F(MVTouchDispatchTest, eachRecognizerThatOneTouchFindsIsUnboundFromAllOfThem) {
+    const auto it = scene.attach(button, "it");
+    const auto a = begin(button);
+    const auto b = begin(button);
+    a->setView(nullptr);
+    MVFinishTouches({a, b});
+    EXPECT_THAT(it->touches(), IsEmpty());
+}
+
 TEST_F(MVTouchDispatchTest, aRecognizerDetachedMeanwhileKeepsTheFinishedTouch) {
     const auto stays = scene.attach(root, "stays");
     auto goes = scene.attach(button, "goes");
@@ -493,6 +503,83 @@ TEST_F(MVTouchDispatchTest, aTargetThatFinishesTheTouchItselfLeavesNothingToTell
     EXPECT_THAT(log, ElementsAre("it.touchesMoved 1", "ann: began", "it.touchesCancelled 1",
                                  "button.touchesCancelled 1"));
     ann->lastRecognizer = nullptr;
+}
+
+TEST_F(MVTouchDispatchTest, nothingOfATouchComesAfterItsEndFromWithinAHook) {
+    const auto it = scene.attach(card, "it");
+    scene.attach(button, "other");
+    const auto touch = begin(button);
+    it->onTouches = [&](MVTouchPhase phase) {
+        if (phase == MVTouchPhase::Moved) {
+            send({touch}, MVTouchPhase::Cancelled);
+            MVFinishTouches({touch});
+        }
+    };
+    send({touch}, MVTouchPhase::Moved);
+    EXPECT_THAT(log, ElementsAre("it.touchesMoved 1", "it.touchesCancelled 1",
+                                 "other.touchesCancelled 1", "button.touchesCancelled 1"));
+}
+
+TEST_F(MVTouchDispatchTest, theOtherTouchesOfABatchGoOnWhenAHookEndsOne) {
+    const auto it = scene.attach(card, "it");
+    scene.attach(button, "other");
+    const auto a = begin(button);
+    const auto b = begin(button);
+    it->onTouches = [&](MVTouchPhase) { MVFinishTouches({a}); };
+    send({a, b}, MVTouchPhase::Moved);
+    EXPECT_THAT(log,
+                ElementsAre("it.touchesMoved 2", "other.touchesMoved 1", "button.touchesMoved 1"));
+    MVFinishTouches({b});
+}
+
+TEST_F(MVTouchDispatchTest, aTouchThatIsOverGoesNowhere) {
+    const auto it = scene.attach(card, "it");
+    const auto touch = begin(button);
+    card->removeGestureRecognizer(it);
+    MVFinishTouches({touch});
+    ASSERT_THAT(touch->gestureRecognizers(), ElementsAre(it));
+    send({touch}, MVTouchPhase::Moved);
+    EXPECT_THAT(log, IsEmpty());
+}
+
+TEST_F(MVTouchDispatchTest, theTouchesOfARecognizerAreDeliveredAndFinishedAsTheyWere) {
+    const auto it = scene.attach(card, "it");
+    const auto other = scene.attach(button, "other");
+    it->proposeAt(MVTouchPhase::Moved, kBegan);
+    const auto a = begin(button);
+    const auto b = begin(button);
+    MVDispatchSelectorToTouches(other->touches(), MVTouchPhase::Moved);
+    EXPECT_THAT(other->touches(), IsEmpty()) << "it was beaten";
+    EXPECT_THAT(log, ElementsAre("it.touchesMoved 2", "other.touchesMoved 2",
+                                 "button.touchesCancelled 2"));
+    MVFinishTouches(it->touches());
+    EXPECT_THAT(it->touches(), IsEmpty());
+    EXPECT_TRUE(a->mv_isFinished());
+    EXPECT_TRUE(b->mv_isFinished());
+}
+
+TEST_F(MVTouchDispatchTest, aTargetThatRunsTheMainLoopKeepsNobodyFromHearingOfTheEnd) {
+    const auto first = scene.attach(card, "first");
+    const auto second = scene.attach(button, "second");
+    const auto ann = scene.target(first, "ann");
+    const auto ben = scene.target(first, "ben");
+    const auto cem = scene.target(second, "cem");
+    allow(second, yes);
+    first->proposeAt(MVTouchPhase::Ended, kEnded);
+    second->proposeAt(MVTouchPhase::Ended, kEnded);
+    ann->onTold = [](const auto&) { runMainLoop(); };
+    const auto touch = begin(button);
+    send({touch}, MVTouchPhase::Ended);
+    EXPECT_THAT(log,
+                ElementsAre("first.touchesEnded 1", "second.touchesEnded 1", "ann: ended",
+                            "ben: ended", "cem: ended", "button.touchesCancelled 1"));
+    MVFinishTouches({touch});
+    log.clear();
+    runMainLoop();
+    EXPECT_THAT(log, UnorderedElementsAre("first.reset", "second.reset"));
+    EXPECT_EQ(first->state(), MVGestureRecognizerStatePossible);
+    EXPECT_EQ(second->state(), MVGestureRecognizerStatePossible);
+    ann->lastRecognizer = ben->lastRecognizer = cem->lastRecognizer = nullptr;
 }
 
 TEST_F(MVTouchDispatchTest, aRecognizerThatIsDestroyedMeanwhileLivesUntilTheDeliveryIsOver) {
