@@ -65,8 +65,8 @@ std::vector<ImageVariant> imageVariants(const std::string& path, double backingS
         return {base + "@" + std::to_string(scale) + "x." + extension, static_cast<float>(scale)};
     };
     constexpr float kMost = 1e6F;  // so that any number is a valid int
-    const int screen =
-        static_cast<int>(std::min(std::ceil(static_cast<float>(backingScaleFactor)), kMost));
+    const float scale = std::ceil(static_cast<float>(backingScaleFactor));
+    const int screen = std::isnan(scale) ? 0 : static_cast<int>(std::clamp(scale, -kMost, kMost));
     return {screen == 1 ? ImageVariant{path, 1.0F} : marked(screen), marked(4), marked(3),
             marked(2)};
 }

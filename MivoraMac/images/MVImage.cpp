@@ -66,6 +66,7 @@ Mivora::Size2 MVImage::size() const {
 
 void MVImage::setScale(float scale) {
     if (scale_ != scale) {
+        const std::shared_ptr<MVImage> kept = weak_from_this().lock();
         willChangeValueForKey("size");
         scale_ = scale;
         didChangeValueForKey("size");

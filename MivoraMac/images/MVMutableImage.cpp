@@ -6,9 +6,11 @@
 
 #include "MivoraMac/images/ImageFilePrivate.h"
 #include "MivoraMac/images/ImageRasterPrivate.h"
+#include "MivoraMac/platform/AtEndPrivate.h"
 #include "MivoraMac/platform/BitmapImage.h"
 #include "MivoraMac/platform/PixelBuffer.h"
 
+using Mivora::platform::AtEnd;
 using Mivora::platform::PixelBuffer;
 
 namespace {
@@ -31,6 +33,7 @@ MVMutableImage::MVMutableImage() = default;
 MVMutableImage::~MVMutableImage() = default;
 
 void MVMutableImage::setUpdateIndex(std::uint32_t updateIndex) {
+    const auto kept = weak_from_this().lock();
     willChangeValueForKey("updateIndex");
     updateIndex_ = updateIndex;
     didChangeValueForKey("updateIndex");
@@ -119,10 +122,10 @@ bool MVMutableImage::replaceWithCVPixelBuffer(const std::shared_ptr<PixelBuffer>
         return false;
     }
     pixelBuffer->lockBaseAddress();
+    const AtEnd unlock([buffer = pixelBuffer] { buffer->unlockBaseAddress(); });
     mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         pixelBuffer->baseAddress(), pixelBuffer->width(), pixelBuffer->height(), scale(),
         coordinateSystem(), premultipliedAlpha(), pixelFormatOf(*pixelBuffer));
-    pixelBuffer->unlockBaseAddress();
     return true;
 }
 
@@ -133,6 +136,7 @@ void MVMutableImage::
     const bool changesSize = width != mv_width() || height != mv_height() || scale != this->scale();
     const bool changesSystem = coordinateSystem != this->coordinateSystem();
     const bool changesAlpha = premultiplied != premultipliedAlpha();
+    const auto kept = weak_from_this().lock();
     if (changesSize) {
         willChangeValueForKey("size");
     }

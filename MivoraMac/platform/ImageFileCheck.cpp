@@ -206,12 +206,38 @@ std::optional<std::size_t> endOfBMP(const Walk& file) {
     return 0;
 }
 
-/// The size that the head of the file says is there.
-std::size_t endOfWebP(Walk walk) {
+/// The size that the head of the file says is there. Of a file that says it is animated, the decoder
+/// takes for granted that it has the animation's parameters and then a frame.
+std::size_t endOfWebP(const Walk& file) {
+    Walk walk = file;
     walk.skip(4);
     const std::uint32_t size = walk.littleEndian(4);
+    Walk chunks = walk;
     walk.skip(size);
-    return walk.reached();
+
+    constexpr std::uint32_t kExtended = 0x56503858;    // "VP8X"
+    constexpr std::uint32_t kParameters = 0x414E494D;  // "ANIM"
+    constexpr std::uint32_t kFrame = 0x414E4D46;       // "ANMF"
+    constexpr std::uint32_t kAnimated = 2;             // a flag of the first
+    chunks.skip(4);
+    bool hasParameters = true;
+    for (bool isFirst = true; !chunks.isPast(); isFirst = false) {
+        const std::uint32_t tag = chunks.bigEndian(4);
+        const std::uint32_t length = chunks.littleEndian(4);
+        if (isFirst) {
+            Walk flags = chunks;
+            if (tag != kExtended || (flags.byte() & kAnimated) == 0) {
+                return walk.reached();
+            }
+            hasParameters = false;
+        }
+        hasParameters = hasParameters || tag == kParameters;
+        if (tag == kFrame) {
+            return hasParameters ? walk.reached() : 0;
+        }
+        chunks.skip(std::size_t{length} + length % 2);
+    }
+    return 0;
 }
 
 /// The directory of the first picture and the values it refers to; of the pixels the decoder does

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "MivoraMac/platform/MainThreadAssertPrivate.h"
+#include "MivoraMac/platform/PoolWaitPrivate.h"
 #include "MivoraMac/platform/RunLoop.h"
 
 namespace Mivora::platform {
@@ -41,6 +42,7 @@ void MainThread::perform(std::function<void()> closure) {
 }
 
 void MainThread::performAndWait(const std::function<void()>& closure) {
+    const PoolWait waiting;
     RunLoop::main()->performAndWait(closure);
 }
 

@@ -34,7 +34,7 @@ class MIVORA_EXPORT PropertyObserver {
 
 /// Announces changes of its named properties. Observers are held weakly and may add and remove
 /// observers, themselves included, while being notified: one removed during a notification is not
-/// called any more, one added is first called at the next.
+/// called any more, one added is first called at the next. They may drop the object, too.
 ///
 /// Thread: any; a notification runs without a lock held.
 class MIVORA_EXPORT ObservableObject {
@@ -61,7 +61,7 @@ class MIVORA_EXPORT ObservableObject {
 
  protected:
     /// What a subclass calls right before and right after it changes a property.
-    /// Observers are called within.
+    /// Observers are called within; the subclass holds itself meanwhile.
     void willChangeValueForKey(std::string_view key) { notify(key, PropertyChange::Will); }
     void didChangeValueForKey(std::string_view key) { notify(key, PropertyChange::Did); }
 

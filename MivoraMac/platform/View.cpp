@@ -32,6 +32,7 @@ void View::setFrame(const Rect& frame) {
     if (placed == frame_) {
         return;
     }
+    const std::shared_ptr<View> kept = weak_from_this().lock();
     frame_ = placed;
     setBounds({bounds_.x, bounds_.y, frame_.width, frame_.height});
     changed();
@@ -42,6 +43,7 @@ void View::setBounds(const Rect& bounds) {
     if (cut == bounds_) {
         return;
     }
+    const std::shared_ptr<View> kept = weak_from_this().lock();
     willChangeValueForKey("bounds");
     bounds_ = cut;
     didChangeValueForKey("bounds");

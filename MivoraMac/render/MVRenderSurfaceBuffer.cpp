@@ -76,6 +76,7 @@ void MVRenderSurfaceBuffer::mv_setStorageSize(Mivora::Size2I storageSize) {
     if (storageSize_ == storageSize) {
         return;
     }
+    const auto kept = weak_from_this().lock();
     willChangeValueForKey("storageSize");
     storageSize_ = storageSize;
     didChangeValueForKey("storageSize");

@@ -1,8 +1,13 @@
 #include "MivoraMac/images/MVMutableImage.h"
 
 #include <algorithm>
+#include <chrono>
+#include <functional>
+#include <future>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -145,20 +150,60 @@ INSTANTIATE_TEST_SUITE_P(
         Change{"all", 1, 1, 3, 1, true, {"size", "coordinateSystem", "premultipliedAlpha"}}),
     [](const testing::TestParamInfo<Change>& test) { return std::string(test.param.name); });
 
-TEST_F(MVMutableImageGLTest, thePixelsAreThereWhenTheIndexIsAnnounced) {
-    class Reader : public Mivora::platform::PropertyObserver {
-     public:
-        explicit Reader(std::function<void()> read) : read_(std::move(read)) {}
-        void observeValueForKeyPathOfObjectChangeContext(std::string_view,
-                                                         Mivora::platform::ObservableObject&,
-                                                         Mivora::platform::PropertyChange,
-                                                         void*) override {
-            read_();
-        }
+/// Does what a test says whenever it is told of a change.
+class Reader : public Mivora::platform::PropertyObserver {
+ public:
+    explicit Reader(std::function<void()> read) : read_(std::move(read)) {}
+    void observeValueForKeyPathOfObjectChangeContext(std::string_view,
+                                                     Mivora::platform::ObservableObject&,
+                                                     Mivora::platform::PropertyChange,
+                                                     void*) override {
+        read_();
+    }
 
-     private:
-        std::function<void()> read_;
-    };
+ private:
+    std::function<void()> read_;
+};
+
+TEST_F(MVMutableImageGLTest, observersMayDropTheImage) {
+    for (const char* const key : {"size", "updateIndex"}) {
+        auto made = image();
+        int calls = 0;
+        const auto dropping = std::make_shared<Reader>([&] { made.reset(); });
+        const auto counting = std::make_shared<Reader>([&] { ++calls; });
+        made->addObserver(dropping, key);
+        made->addObserver(counting, key);
+        const Picture picture = testPicture(3, 3, true);
+        made->replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+            picture.rgba.data(), 3, 3, 1, 0, false, GL_RGBA);
+        EXPECT_EQ(made, nullptr);
+        EXPECT_EQ(calls, 1) << key;
+    }
+    auto made = image();
+    const auto dropping = std::make_shared<Reader>([&] { made.reset(); });
+    made->addObserver(dropping, "size");
+    made->setScale(3);
+    EXPECT_EQ(made, nullptr);
+    made = image();
+    made->addObserver(dropping, "updateIndex");
+    made->setUpdateIndex(7);
+    EXPECT_EQ(made, nullptr);
+}
+
+TEST_F(MVMutableImageGLTest, aFrameIsFreeAgainWhateverAnObserverThrows) {
+    const auto made = image();
+    const auto frame = PixelBuffer::create(2, 2, PixelBuffer::kRGBA);
+    const auto throwing = std::make_shared<Reader>([] { throw std::runtime_error("no"); });
+    made->addObserver(throwing, "updateIndex");
+    EXPECT_THROW(made->replaceWithCVPixelBuffer(frame), std::runtime_error);
+    auto locked = std::async(std::launch::async, [frame] {
+        frame->lockBaseAddress();
+        frame->unlockBaseAddress();
+    });
+    ASSERT_EQ(locked.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+}
+
+TEST_F(MVMutableImageGLTest, thePixelsAreThereWhenTheIndexIsAnnounced) {
     const auto made = image();
     const Picture picture = testPicture(3, 3, true);
     int reads = 0;

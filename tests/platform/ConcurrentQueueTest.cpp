@@ -4,6 +4,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <future>
 #include <latch>
 #include <memory>
 #include <stdexcept>
@@ -13,10 +17,12 @@
 #include <vector>
 
 #include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/MainThread.h"
 #include "tests/platform/LogCapture.h"
 
 using Mivora::platform::ConcurrentQueue;
 using Mivora::platform::DebugLog;
+using Mivora::platform::MainThread;
 using Mivora::platform::WorkQueue;
 using Mivora::tests::LogCapture;
 
@@ -89,6 +95,53 @@ TEST(ConcurrentQueueTest, everyClosureRunsOnce) {
     ended.wait();
     EXPECT_TRUE(
         std::all_of(runs.begin(), runs.end(), [](const auto& count) { return count == 1; }));
+}
+
+TEST(ConcurrentQueueTest, workGoesOnWhileManyClosuresWaitForTheMainThread) {
+    constexpr int kWaiting = 40;  // more than there are threads as a rule
+    const auto queue = ConcurrentQueue::create("queue");
+    std::atomic<int> begun{0};
+    std::atomic<int> served{0};
+    for (int i = 0; i < kWaiting; ++i) {
+        queue->async([&] {
+            ++begun;
+            MainThread::performAndWait([] {});
+            ++served;
+        });
+    }
+    std::promise<void> other;
+    queue->async([&] { other.set_value(); });
+    EXPECT_EQ(other.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready)
+        << begun << " closures wait";
+    EXPECT_EQ(served, 0) << "the main thread has not looked after them yet";
+    EXPECT_TRUE(MainThread::runUntil([&] { return served == kWaiting; }, 20.0));
+}
+
+TEST(ConcurrentQueueTest, threadsThatStoodInForOthersEnd) {
+    const auto threads = [] {
+        const std::filesystem::directory_iterator all("/proc/self/task");
+        return std::count_if(begin(all), end(all), [](const auto& task) {
+            std::string name;
+            std::getline(std::ifstream(task.path() / "comm"), name);
+            return name == "MVWorker";
+        });
+    };
+    const auto queue = ConcurrentQueue::create("queue");
+    constexpr int kWaiting = 40;
+    std::atomic<int> begun{0};
+    std::atomic<int> served{0};
+    for (int i = 0; i < kWaiting; ++i) {
+        queue->async([&] {
+            ++begun;
+            MainThread::performAndWait([&] { ++served; });
+        });
+    }
+    while (begun < kWaiting) {
+        std::this_thread::yield();
+    }
+    EXPECT_GE(threads(), kWaiting);
+    EXPECT_TRUE(MainThread::runUntil([&] { return served == kWaiting; }, 20.0));
+    EXPECT_TRUE(MainThread::runUntil([&] { return threads() <= 8; }, 20.0));
 }
 
 TEST(ConcurrentQueueTest, closuresMaySubmitOthers) {

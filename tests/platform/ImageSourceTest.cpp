@@ -421,6 +421,25 @@ TEST(ImageFileCheckTest, whatEndsTooEarlyIsFound) {
     EXPECT_EQ(endOf(Bytes("RIFF\5\0\0\0WEBP", 12)), 0U);
 }
 
+TEST(ImageFileCheckTest, anAnimatedWebPHasItsParametersBeforeItsFirstFrame) {
+    const auto webP = [](char flags, const Bytes& chunks) {
+        const Bytes head = Bytes("WEBPVP8X\2\0\0\0", 12) + flags + '\0';
+        const auto size = static_cast<char>(head.size() + chunks.size());
+        return Bytes("RIFF") + size + Bytes(3, '\0') + head + chunks;
+    };
+    const Bytes parameters("ANIM\1\0\0\0x\0", 10);  // padded to an even number of bytes
+    const Bytes frame("ANMF\2\0\0\0xx", 10);
+    const Bytes other("ICCP\2\0\0\0xx", 10);
+    const auto isFound = [](const Bytes& file) { return endOf(file) == file.size(); };
+    EXPECT_TRUE(isFound(webP(2, parameters + frame)));
+    EXPECT_TRUE(isFound(webP(0x12, other + parameters + other + frame + frame)));
+    EXPECT_FALSE(isFound(webP(2, frame + parameters)));
+    EXPECT_FALSE(isFound(webP(2, parameters)));
+    EXPECT_FALSE(isFound(webP(2, other)));
+    EXPECT_FALSE(isFound(webP(2, "")));
+    EXPECT_TRUE(isFound(webP(0x10, other))) << "what is not animated needs neither";
+}
+
 TEST(ImageFileCheckTest, otherKindsAreNotLookedInto) {
     const Picture picture = testPicture(3, 3, false);
     EXPECT_EQ(endOf(encoded(picture, "bmp", false)), std::nullopt);

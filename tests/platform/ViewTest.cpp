@@ -97,6 +97,28 @@ TEST(ViewTest, extentsBelowZeroAndNaNCountAsZero) {
     EXPECT_EQ(view->bounds(), (Rect{1, 2, 0, 0}));
 }
 
+TEST(ViewTest, anObserverOfTheBoundsMayDropTheView) {
+    struct Dropping : Mivora::platform::PropertyObserver {
+        std::shared_ptr<View>* view = nullptr;
+        void observeValueForKeyPathOfObjectChangeContext(std::string_view,
+                                                         Mivora::platform::ObservableObject&,
+                                                         Mivora::platform::PropertyChange,
+                                                         void*) override {
+            view->reset();
+        }
+    };
+    auto view = View::initWithFrame({});
+    const auto dropping = std::make_shared<Dropping>();
+    dropping->view = &view;
+    view->addObserver(dropping, "bounds");
+    view->setBounds({0, 0, 30, 40});
+    EXPECT_EQ(view, nullptr);
+    view = View::initWithFrame({});
+    view->addObserver(dropping, "bounds");
+    view->setFrame({0, 0, 30, 40});
+    EXPECT_EQ(view, nullptr);
+}
+
 TEST(ViewTest, onlyAChangeOfTheBoundsIsTold) {
     const Logging view = makeView();
     view->setFrame({0, 0, 10, 10});
