@@ -5,11 +5,13 @@
 #include "MivoraMac/input/MVEventLogPrivate.h"
 #include "MivoraMac/input/MVInteractionRayPrivate.h"
 #include "MivoraMac/input/MVMouse.h"
+#include "MivoraMac/platform/AtEndPrivate.h"
 #include "MivoraMac/platform/Event.h"
 #include "MivoraMac/platform/MVMake.h"
 #include "MivoraMac/views/MVWindow.h"
 
 using Mivora::Point2;
+using Mivora::platform::AtEnd;
 
 namespace {
 
@@ -101,7 +103,7 @@ void MVMouseDispatcher::endPress(MousePointer& record, Point2 point) {
 void MVMouseDispatcher::systemMouseHoverBeganWithEvent(Point2 point,
                                                        const EventPointer& /*event*/) {
     const auto kept = shared_from_this();
-    mv_dispatchMouseHoverEnded(std::exchange(hoverMouse_, nullptr));
+    endHover(std::exchange(hoverMouse_, nullptr));
     const MousePointer mouse = mv_newMouseWithPointButton(point, MVMouseButtonHover);
     if (hoverMouse_) {
         return;
@@ -119,15 +121,23 @@ void MVMouseDispatcher::systemMouseHoverMovedWithEvent(Point2 point,
     }
     const auto kept = shared_from_this();
     mv_mouseUpdateWithPoint(mouse, point);
-    const std::shared_ptr<MVWindow> window = window_.lock();
-    const std::shared_ptr<MVView> view = window ? window->viewForInteraction(mouse) : nullptr;
+    if (mouse == leavingMouse_) {
+        return;
+    }
+    const std::shared_ptr<MVView> view = viewAt(mouse);
     if (view == mouse->view()) {
         mv_dispatchMouseHoverMoved(mouse);
         return;
     }
-    mv_dispatchMouseHoverEnded(mouse);
+    const Mivora::Ray3 ray = mouse->ray();
+    {
+        const AtEnd left([this, outer = std::exchange(leavingMouse_, mouse)] {
+            leavingMouse_ = outer;
+        });
+        mv_dispatchMouseHoverEnded(mouse);
+    }
     if (hoverMouse_ == mouse) {
-        mouse->setView(view);
+        mouse->setView(mouse->ray() == ray ? view : viewAt(mouse));
         mv_dispatchMouseHoverBegan(mouse);
     }
 }
@@ -136,8 +146,19 @@ void MVMouseDispatcher::systemMouseHoverEndedWithEvent(Point2 point,
                                                        const EventPointer& /*event*/) {
     if (const MousePointer mouse = std::exchange(hoverMouse_, nullptr)) {
         mv_mouseUpdateWithPoint(mouse, point);
+        endHover(mouse);
+    }
+}
+
+void MVMouseDispatcher::endHover(const MousePointer& mouse) {
+    if (mouse != leavingMouse_) {
         mv_dispatchMouseHoverEnded(mouse);
     }
+}
+
+std::shared_ptr<MVView> MVMouseDispatcher::viewAt(const MousePointer& mouse) const {
+    const std::shared_ptr<MVWindow> window = window_.lock();
+    return window ? window->viewForInteraction(mouse) : nullptr;
 }
 
 // Internal
@@ -148,9 +169,7 @@ MousePointer MVMouseDispatcher::mv_newMouseWithPointButton(Point2 point, std::in
     mouse->setPreviousRay(ray);
     mouse->setRay(ray);
     mouse->setButton(button);
-    if (const std::shared_ptr<MVWindow> window = window_.lock()) {
-        mouse->setView(window->viewForInteraction(mouse));
-    }
+    mouse->setView(viewAt(mouse));
     return mouse;
 }
 

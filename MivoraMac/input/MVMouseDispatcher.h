@@ -8,6 +8,7 @@
 #include "MivoraMac/geometry/Ray.h"
 
 class MVMouse;
+class MVView;
 class MVWindow;
 struct MVMaker;
 
@@ -25,7 +26,8 @@ struct Event;
 ///
 /// Hooks may do anything, to this dispatcher, too. An ending record is dropped before its hook is
 /// called. Where a hook begins a record while another of the kind is about to begin, that one
-/// stands, and the other is left out.
+/// stands, and the other is left out. While a view is told that a hover leaves it, further moves
+/// only say where the hover goes on.
 ///
 /// Points are in points from the bottom left corner of the host view. Events may be null.
 ///
@@ -111,9 +113,13 @@ class MIVORA_EXPORT MVMouseDispatcher : public std::enable_shared_from_this<MVMo
                     const EventPointer& event);
     void movePress(const MousePointer& record, Mivora::Point2 point);
     void endPress(MousePointer& record, Mivora::Point2 point);
+    /// Tells the view, unless it is being told that the hover leaves it.
+    void endHover(const MousePointer& mouse);
+    std::shared_ptr<MVView> viewAt(const MousePointer& mouse) const;
 
     std::weak_ptr<MVWindow> window_;
     MousePointer leftMouse_;
     MousePointer rightMouse_;
     MousePointer hoverMouse_;
+    MousePointer leavingMouse_;  ///< A hover whose view is being told that it leaves.
 };

@@ -106,8 +106,10 @@ Mivora::Plane MVView::worldInteractionPlane() {
 
 void MVView::mv_buildWorldInteractionPlane() {
     if (worldInteractionPlaneDirty_) {
-        worldInteractionPlane_ = MVPlaneApplyTransform(interactionPlane_, transformMatrix());
-        worldInteractionPlaneDirty_ = false;
+        const glm::mat4 matrix = transformMatrix();
+        worldInteractionPlane_ = MVPlaneApplyTransform(interactionPlane_, matrix);
+        // Building the matrix runs hooks, which may have moved the view again.
+        worldInteractionPlaneDirty_ = transformMatrixDirty_;
     }
 }
 

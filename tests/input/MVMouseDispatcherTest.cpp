@@ -573,17 +573,46 @@ TEST_F(MVMouseDispatcherTest, aHoverThatTheLeftViewEndsDoesNotBeginInTheNext) {
     const auto a = addHoverable("a", {100, 50}, {50, 50});
     addHoverable("b", {150, 50}, {50, 50});
     enter(at(110, 60));
-    int ends = 0;
-    a->reaction = [&](const std::string&) {
-        if (++ends == 1) {
-            leave(at(160, 60));
-        }
-    };
+    a->reaction = [&](const std::string&) { leave(at(160, 60)); };
     hover(at(160, 60));
     hover(at(161, 60));
-    EXPECT_EQ(std::count_if(log.begin(), log.end(),
-                            [](const std::string& line) { return line[0] == 'b'; }),
-              0);
+    EXPECT_THAT(log, ElementsAre("a.mouseHoverBegan 10,10", "a.mouseHoverEnded 60,10"));
+}
+
+TEST_F(MVMouseDispatcherTest, aHoverThatMovesOnWhileAViewIsLeftBeginsWhereItIsThen) {
+    const auto a = addHoverable("a", {100, 50}, {50, 50});
+    addHoverable("b", {150, 50}, {50, 50});
+    addHoverable("c", {200, 50}, {50, 50});
+    enter(at(110, 60));
+    a->reaction = [&](const std::string&) { hover(at(210, 60)); };
+    hover(at(160, 60));
+    a->reaction = nullptr;
+    leave(at(220, 60));
+    EXPECT_THAT(log, ElementsAre("a.mouseHoverBegan 10,10", "a.mouseHoverEnded 60,10",
+                                 "c.mouseHoverBegan 10,10", "c.mouseHoverEnded 20,10"));
+}
+
+TEST_F(MVMouseDispatcherTest, aHoverThatBeginsWhileAViewIsLeftStands) {
+    const auto a = addHoverable("a", {100, 50}, {50, 50});
+    addHoverable("b", {150, 50}, {50, 50});
+    addHoverable("c", {200, 50}, {50, 50});
+    enter(at(110, 60));
+    a->reaction = [&](const std::string&) { enter(at(210, 60)); };
+    hover(at(160, 60));
+    hover(at(215, 60));
+    EXPECT_THAT(log, ElementsAre("a.mouseHoverBegan 10,10", "a.mouseHoverEnded 60,10",
+                                 "c.mouseHoverBegan 10,10", "c.mouseHoverMoved 15,10"));
+}
+
+TEST_F(MVMouseDispatcherTest, aViewThatThrowsWhenItIsLeftIsLeftTheNextTime) {
+    const auto a = addHoverable("a", {100, 50}, {50, 50});
+    addHoverable("b", {150, 50}, {50, 50});
+    enter(at(110, 60));
+    a->reaction = [](const std::string&) { throw std::runtime_error("no"); };
+    EXPECT_THROW(hover(at(160, 60)), std::runtime_error);
+    a->reaction = nullptr;
+    hover(at(160, 60));
+    EXPECT_EQ(taken().back(), "b.mouseHoverBegan 10,10");
 }
 
 TEST_F(MVMouseDispatcherTest, theNextViewMayBeRemovedByTheViewThatIsLeft) {

@@ -397,6 +397,17 @@ TEST_F(MVViewInputTest, theWorldPlaneFollowsTheAncestors) {
     EXPECT_FLOAT_EQ(inner->worldInteractionPlane().distance, before + 30);
 }
 
+TEST_F(MVViewInputTest, theWorldPlaneFollowsAViewThatMovesWhileItsMatrixIsBuilt) {
+    const auto view = RecordingView::make("view", nullptr);
+    view->onTransformMatrixDidBuild = [&] {
+        view->onTransformMatrixDidBuild = nullptr;
+        view->setPosition3({0, 0, 50});
+    };
+    view->setPosition3({0, 0, 10});
+    EXPECT_EQ(view->worldInteractionPlane().distance, 10);
+    EXPECT_EQ(view->worldInteractionPlane().distance, 50);
+}
+
 TEST_F(MVViewInputTest, changingThePlaneAsksForNoRedraw) {
     const auto counting = CountingWindow::make();
     const View view = addView(counting, {0, 0}, {10, 10});
