@@ -17,7 +17,7 @@ usage: fuzz/run.sh [SECONDS [NAME...]]
 Builds the fuzz targets named, or all of them, and runs them side by side for so many seconds, 60
 unless given. Each starts from fuzz/corpus/NAME and what earlier runs have added to it in
 build/fuzz/corpus/NAME. An input that ends in an error is kept in build/fuzz/findings/NAME; run it
-again with build/fuzz/fuzz/NAME FILE.
+again with build/fuzz/fuzz/NAME FILE. MIVORA_FUZZ_SEED, if set, makes every run try the same.
 
 targets: ${known[*]}
 USAGE
@@ -82,7 +82,7 @@ run() {
         arguments+=("-dict=fuzz/$name.dict")
     fi
     "${launcher[@]}" "build/fuzz/fuzz/$name" "${arguments[@]}" \
-        -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -print_final_stats=1 \
+        -seed="${MIVORA_FUZZ_SEED:-0}" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -print_final_stats=1 \
         -artifact_prefix="$findings/" > "build/fuzz/$name.log" 2>&1
 }
 

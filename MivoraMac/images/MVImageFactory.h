@@ -35,7 +35,7 @@ struct MIVORA_EXPORT MVImageNameLookup {
 
 /// The ways to make an image of the class `Self`. A subclass of `MVImage` that is to have them for
 /// itself derives from it by way of this: `class Card : public MVImageFactory<Card, MVImage>`. It
-/// needs a constructor without arguments.
+/// needs a constructor without arguments that is public or open to `friend struct MVMaker`.
 ///
 /// Pixels are 8 bits a channel. A coordinate system is 0 when the first row of the uploaded data is
 /// the picture's top row, and 1 when it is the bottom row; functions without that argument take 0.
@@ -45,8 +45,8 @@ struct MIVORA_EXPORT MVImageNameLookup {
 /// itself is looked for first and otherwise the variant of the screen's scale; then come `@4x`,
 /// `@3x` and `@2x`. The variant's number becomes the image's scale.
 ///
-/// Failing, all of them yield null, and the debug log (category `images`) says what was tried and
-/// why it failed.
+/// Failing, all of them yield null. Where a file or memory is the reason, the debug log (category
+/// `images`) says what was tried and why it failed.
 ///
 /// The forms with a completion block yield an image without pixels whose size is right. Its pixels
 /// are made on `MVImageDispatchQueue` and uploaded on the main thread, which has to run its loop.

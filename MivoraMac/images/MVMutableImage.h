@@ -23,7 +23,9 @@ class PixelBuffer;
 ///
 /// The forms with a completion block store the size, scale, coordinate system and alpha of what is
 /// to come at once and announce none of it; only the raised `updateIndex` tells of the pixels. Of
-/// several on their way, the one that is ready last is the one that stays. The block is called on
+/// several on their way, the one that is ready last is the one that stays. (An image that is still
+/// being loaded for the first time is better not replaced: that loading makes another texture.)
+/// The block is called on
 /// the main thread: with the image and true when the pixels are there; with the image, or null if
 /// it is gone, and false otherwise. Where there is nothing to replace the pixels with, it is called
 /// at once, with the image and false.

@@ -45,7 +45,8 @@ std::unique_ptr<Host> chooseHost() {
         if (!wanted.empty()) {
             refuse(wanted, "no display answers");
         }
-        DebugLog::log(DebugLog::Category::Events, "no display answers: running headless");
+        // A program that waits for its window to be closed would else seem to hang.
+        DebugLog::warn(DebugLog::Category::Events, "no display answers: running headless");
         return std::make_unique<HeadlessHost>();
     }
     if (!wanted.empty()) {

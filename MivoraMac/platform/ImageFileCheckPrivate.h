@@ -14,10 +14,9 @@ namespace Mivora::platform {
 /// into what comes behind.
 ///
 /// Only the structure is read: what lies within it is for the decoder to judge.
-/// @return 0 when the bytes are over before, when what the picture is made with, such as its
-/// colours,
-///         would lie behind them, and for a GIF picture beyond its screen; nothing for files of any
-///         other kind
+/// @return 0 when the bytes are over before, when what the picture is made with, such as its colours
+///         or the directory of a TIFF file, would lie behind them, and for a GIF picture beyond its
+///         screen; nothing for any other file
 MIVORA_EXPORT std::optional<std::size_t> firstImageEnd(std::span<const std::uint8_t> bytes);
 
 }  // namespace Mivora::platform

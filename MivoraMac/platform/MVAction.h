@@ -11,8 +11,8 @@
 /// What a target is to do: one of its member functions as a value that can be stored and compared,
 /// whatever the classes. The member function takes the sender, the object that asks for it:
 ///
-///     MVAction action = &Player::displayLinkFired;   // void (const
-///     std::shared_ptr<MVDisplayLink>&)
+///     // void Player::displayLinkFired(const std::shared_ptr<MVDisplayLink>&)
+///     MVAction action = &Player::displayLinkFired;
 ///
 /// An action does not know its target. Whoever stores a pair keeps the target as `receiver` yields
 /// it and hands it to `perform`.

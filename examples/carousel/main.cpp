@@ -66,12 +66,14 @@ void printUsage(std::FILE* stream) {
 bool parse(int count, char** arguments, Options& options) {
     for (int i = 1; i < count; ++i) {
         const std::string_view argument = arguments[i];
+        char more = 0;
         if (argument == "--headless") {
             options.headless = true;
         } else if (argument == "--still") {
             options.still = true;
         } else if (argument == "--size" && i + 1 < count &&
-                   std::sscanf(arguments[i + 1], "%lfx%lf", &options.width, &options.height) == 2 &&
+                   std::sscanf(arguments[i + 1], "%lfx%lf%c", &options.width, &options.height,
+                               &more) == 2 &&
                    options.width >= 100 && options.height >= 100 && options.width <= 8192 &&
                    options.height <= 8192) {
             ++i;

@@ -12,7 +12,6 @@ expect_output() {
     echo "    $1"
 }
 
-export MIVORA_DEBUG=events
 expect_output "$(run)" "host headless"
 grep -q "no display answers: running headless" "$work/program.log" || fail "it does not say so"
 expect_output "$(MIVORA_HOST=gtk run)" "refused: MIVORA_HOST=gtk: no display answers"
