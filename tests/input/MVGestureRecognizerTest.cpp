@@ -293,6 +293,14 @@ TEST_F(MVGestureRecognizerTest, disablingOneThatHasBegunCancelsItAndTellsAtOnce)
     }
 }
 
+TEST_F(MVGestureRecognizerTest, whoeverIsToldOfTheCancellationFindsItDisabled) {
+    const auto it = recognizerIn(kBegan);
+    bool wasEnabled = true;
+    target->onTold = [&](const auto& sender) { wasEnabled = sender->enabled(); };
+    it->setEnabled(false);
+    EXPECT_FALSE(wasEnabled);
+}
+
 TEST_F(MVGestureRecognizerTest, disablingADisabledOneDoesNothing) {
     recognizer->setEnabled(false);
     runMainLoop();

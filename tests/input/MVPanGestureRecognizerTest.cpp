@@ -159,6 +159,21 @@ TEST_F(MVPanGestureRecognizerTest, aDragThatEndsWithoutAMoveEndsWithoutHavingBeg
     EXPECT_EQ(pan->translationInView(view), Point3::kZero);
 }
 
+TEST_F(MVPanGestureRecognizerTest, aPanThatHasComeBackFinishesLikeAnyOther) {
+    for (const bool isEnd : {true, false}) {
+        const Touch touch = touchAt(0, 0);
+        begin({touch});
+        move(touch, 20, 0);
+        move(touch, 1, 0);
+        rest(touch);
+        send(isEnd ? MVTouchPhase::Ended : MVTouchPhase::Cancelled, {touch});
+        EXPECT_THAT(log, ElementsAre("ann: began", "ann: changed",
+                                     isEnd ? "ann: ended" : "ann: cancelled"));
+        runMainLoop();
+        log.clear();
+    }
+}
+
 TEST_F(MVPanGestureRecognizerTest, cancellingTellsOnlyOfWhatHasBegun) {
     const Touch touch = touchAt(0, 0);
     begin({touch});
@@ -277,8 +292,20 @@ TEST_F(MVPanGestureRecognizerTest, aShortPressLeavesNothingToTheNextOne) {
     move(touch, 9, 0);
     end(touch);
     begin({touch});
+    EXPECT_EQ(pan->translationInView(view), Point3::kZero);
     move(touch, 18, 0);
     EXPECT_THAT(log, IsEmpty());
+}
+
+TEST_F(MVPanGestureRecognizerTest, aTouchFromBeforeItWasDisabledIsNotCounted) {
+    begin({touchAt(50, 50)});
+    pan->setEnabled(false);
+    runMainLoop();
+    pan->setEnabled(true);
+    const Touch touch = touchAt(0, 0);
+    begin({touch});
+    move(touch, 6, 0);
+    EXPECT_EQ(pan->translationInView(view), (Point3{6, 0, 0})) << "one touch is followed";
 }
 
 TEST_F(MVPanGestureRecognizerTest, whileItWaitsForItsResetNothingHappens) {
@@ -315,6 +342,61 @@ TEST_F(MVPanGestureRecognizerTest, theVelocityIsThatOfTheLastTwoMoves) {
     EXPECT_EQ(pan->velocityInView(view), (Point3{25, 0, 0})) << "resting does not slow it";
 }
 
+TEST_F(MVPanGestureRecognizerTest, theVelocityOfTheFirstMoveIsThatSinceThePress) {
+    const Touch touch = touchAt(0, 0);
+    begin({touch});
+    now += 100;
+    move(touch, 5, 0);
+    EXPECT_EQ(pan->mv_velocityInView(), (Point3{50, 0, 0}));
+}
+
+TEST_F(MVPanGestureRecognizerTest, aShortPressDoesNotCountInTheVelocityOfTheNextOne) {
+    const Touch touch = touchAt(0, 0);
+    begin({touch});
+    move(touch, 4, 0);
+    end(touch);
+    begin({touch});
+    now += 100;
+    move(touch, 9, 0);
+    EXPECT_EQ(pan->mv_velocityInView(), (Point3{50, 0, 0}));
+}
+
+TEST_F(MVPanGestureRecognizerTest, whatWasBeforeAResetDoesNotCountInTheVelocity) {
+    const Touch touch = touchAt(0, 0);
+    begin({touch});
+    move(touch, 20, 0);
+    move(touch, 26, 0);
+    move(touch, 28, 0);
+    pan->setEnabled(false);
+    runMainLoop();
+    pan->setEnabled(true);
+    // The touch is not followed any more and begins at once, with a translation of zero.
+    now += 100;
+    move(touch, 29, 0);
+    EXPECT_EQ(pan->state(), MVGestureRecognizerStateBegan);
+    EXPECT_EQ(pan->mv_velocityInView(), Point3::kZero);
+}
+
+TEST_F(MVPanGestureRecognizerTest, theWayThatLedToThePanCountsInTheVelocity) {
+    Point3 velocity = Point3::kNull;
+    target->onTold = [&](const auto&) {
+        target->lastRecognizer = nullptr;
+        velocity = pan->mv_velocityInView();
+    };
+    const Touch touch = touchAt(0, 0);
+    begin({touch});
+    for (const float x : {4.0F, 8.0F, 20.0F}) {
+        now += 100;
+        move(touch, x, 0);
+    }
+    // The samples: 4 points, 8 points, and nothing, because the translation starts anew.
+    EXPECT_THAT(log, ElementsAre("ann: began"));
+    EXPECT_EQ(velocity, (Point3{-20, 0, 0}));
+    now += 100;
+    move(touch, 26, 0);
+    EXPECT_EQ(velocity, (Point3{-10, 0, 0})) << "and then 8, 0 and 6 points";
+}
+
 TEST_F(MVPanGestureRecognizerTest, movesWithinOneTickHaveNoVelocity) {
     const Touch touch = touchAt(0, 0);
     begin({touch});
@@ -349,7 +431,7 @@ TEST_F(MVPanGestureRecognizerTest, theTimebaseIsReadAgainForEveryGesture) {
     EXPECT_EQ(pan->mv_velocityInView(), (Point3{25, 0, 0}));
 }
 
-TEST_F(MVPanGestureRecognizerTest, theOldestSampleOutlivesAResetInPlaceButNotInTime) {
+TEST_F(MVPanGestureRecognizerTest, betweenAResetAndTheNextMoveThereIsNoVelocity) {
     const Touch touch = touchAt(0, 0);
     begin({touch});
     now += 100;
@@ -369,6 +451,14 @@ TEST_F(MVPanGestureRecognizerTest, theOldestSampleOutlivesAResetInPlaceButNotInT
 }
 
 // Views
+
+TEST_F(MVPanGestureRecognizerTest, onALeaningPlaneItMovesInDepthToo) {
+    view->setInteractionPlane({{0.6F, 0, 0.8F}, 0});
+    const Touch touch = touchAt(0, 0);
+    begin({touch});
+    move(touch, 4, 5);
+    EXPECT_EQ(pan->translationInView(view), (Point3{4, 5, -3}));
+}
 
 TEST_F(MVPanGestureRecognizerTest, otherViewsGetTheirOwnVectors) {
     const auto inner = MVView::init();
@@ -404,7 +494,18 @@ TEST_F(MVPanGestureRecognizerTest, withoutAViewItBeginsButKnowsNoTranslation) {
     move(touch, 25, 0);
     EXPECT_THAT(log, ElementsAre("ann: began", "ann: changed"));
     EXPECT_TRUE(std::isnan(pan->translationInView(nullptr).x));
-    EXPECT_EQ(capture.lines().size(), 3U) << "and every phase warns";
+}
+
+TEST_F(MVPanGestureRecognizerTest, everyPhaseWithoutAViewWarns) {
+    const LogCapture capture;
+    view->removeGestureRecognizer(pan);
+    const Touch touch = touchAt(0, 0);
+    std::size_t warnings = 0;
+    for (const auto phase :
+         {MVTouchPhase::Began, MVTouchPhase::Moved, MVTouchPhase::Ended, MVTouchPhase::Cancelled}) {
+        send(phase, {touch});
+        EXPECT_EQ(capture.lines().size(), ++warnings);
+    }
 }
 
 TEST_F(MVPanGestureRecognizerTest, aPointThatIsNoNumberIsNoPan) {

@@ -64,6 +64,28 @@ TEST(MVPinchGestureRecognizerTest, stepsMultiplyToTheWholeWay) {
     scene.end({a, b});
 }
 
+TEST(MVPinchGestureRecognizerTest, depthCountsInTheDistance) {
+    Scene scene;
+    scene.view->setInteractionPlane({{0.6F, 0, 0.8F}, 0});
+    const auto a = scene.begin(0, 0);
+    const auto b = scene.begin(80, 0);
+    ASSERT_EQ(b->locationInView(scene.view), (Mivora::Point3{80, 0, -60}));
+    scene.move(b, 0, 200);
+    EXPECT_EQ(scene.recognizer->scale(), 2.0F);
+    scene.end({a, b});
+}
+
+TEST(MVPinchGestureRecognizerTest, theScaleIsMultipliedBeforeItIsDivided) {
+    Scene scene;
+    scene.recognizer->setScale(7);
+    const auto a = scene.begin(0, 0);
+    const auto b = scene.begin(90, 0);
+    scene.move(b, 30, 0);
+    // In any other order the last bit is another one.
+    EXPECT_EQ(scene.recognizer->scale(), 30.0F * 7.0F / 90.0F);
+    scene.end({a, b});
+}
+
 TEST(MVPinchGestureRecognizerTest, aMoveThatLeavesTheScaleAsItIsIsNotTold) {
     Scene scene;
     const auto a = scene.begin(0, 0);

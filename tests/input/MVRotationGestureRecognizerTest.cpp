@@ -50,6 +50,38 @@ TEST(MVRotationGestureRecognizerTest, turnsAddUpOverGestures) {
                                        "ann: began", "ann: changed", "ann: ended"));
 }
 
+TEST(MVRotationGestureRecognizerTest, turnsTooSmallForAFloatAddUp) {
+    Scene scene;
+    scene.recognizer->setRotation(3.0F);
+    const auto a = scene.begin(0, 0);
+    const auto b = scene.begin(1e7F, 0);
+    for (int y = 1; y <= 100; ++y) {
+        scene.move(b, 1e7F, static_cast<float>(y));
+    }
+    EXPECT_NEAR(scene.recognizer->rotation(), 3.00001, 3e-7);
+    scene.end({a, b});
+}
+
+TEST(MVRotationGestureRecognizerTest, theDirectionsAreFinerThanFloats) {
+    Scene scene;
+    const auto a = scene.begin(0, 0);
+    const auto b = scene.begin(-1e7F, 1);
+    scene.move(b, -1e7F, 0);
+    EXPECT_NEAR(scene.recognizer->rotation(), 1e-7, 1e-12) << "near pi floats are 2e-7 apart";
+    scene.end({a, b});
+}
+
+TEST(MVRotationGestureRecognizerTest, exactlyAFullTurnIsNone) {
+    Scene scene;
+    const auto a = scene.begin(0, 0);
+    // So far away that one below is exactly -pi, and one above exactly pi.
+    const auto b = scene.begin(-1e20F, -1);
+    scene.move(b, -1e20F, 1);
+    EXPECT_EQ(scene.recognizer->rotation(), 0.0F);
+    EXPECT_THAT(scene.log, ElementsAre("ann: began"));
+    scene.end({a, b});
+}
+
 TEST(MVRotationGestureRecognizerTest, turningBackBeyondZeroComesInFromAFullTurn) {
     Scene scene;
     scene.recognizer->setRotation(0.05F);

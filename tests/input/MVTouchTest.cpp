@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -141,7 +143,19 @@ TEST(MVTouchTest, aPlaneAlongTheRayIsMetNowhere) {
     const auto touch = PlainTouch::make();
     touch->setRay({{0, 0, -200}, {0, 0, -1}});
     const Point3 place = touch->locationInView(view);
-    EXPECT_FALSE(std::isfinite(place.x) || std::isfinite(place.y) || std::isfinite(place.z));
+    EXPECT_TRUE(std::isnan(place.x) && std::isnan(place.y) && std::isnan(place.z))
+        << "the null point, transformed by a matrix with zeros";
+}
+
+TEST(MVTouchTest, nowhereIsTransformedLikeAnyOtherPoint) {
+    const InputScene scene;
+    const auto view = addInputView(scene.window, "view", nullptr, {200, 150}, {80, 60});
+    view->setRotation3({0.5F, -0.4F, 0.3F});
+    // Without a direction, the ray of a new touch meets nothing. All axes of the world count
+    // towards x in the view, but towards its y and z some count against the others.
+    const Point3 place = PlainTouch::make()->locationInView(view);
+    EXPECT_EQ(place.x, std::numeric_limits<float>::infinity());
+    EXPECT_TRUE(std::isnan(place.y) && std::isnan(place.z));
 }
 
 TEST(MVTouchTest, aTouchThatIsOverKnowsItsRecognizersWithoutKeepingThem) {

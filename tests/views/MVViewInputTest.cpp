@@ -488,7 +488,7 @@ TEST_F(MVViewInputTest, aRayAlongThePlaneIsNowhereInTheView) {
     const View view = MVView::init();
     const Point3 place = view->mv_locationOfRay({{1, 2, 3}, {1, 0, 0}});
     for (const float value : {place.x, place.y, place.z}) {
-        EXPECT_FALSE(std::isfinite(value));
+        EXPECT_TRUE(std::isnan(value)) << "infinity times the zeros of the transform";
     }
 }
 
