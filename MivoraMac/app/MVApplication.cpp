@@ -3,6 +3,7 @@
 #include <epoxy/gl.h>
 
 #include <utility>
+#include <vector>
 
 #include "MivoraMac/app/MVAnimationClock.h"
 #include "MivoraMac/app/MVApplicationRenderView.h"
@@ -27,6 +28,23 @@ constexpr double kStep = static_cast<double>(1.0F / 60.0F);
 
 /// Frames of 60 Hz for each frame of a paused application.
 constexpr std::int64_t kPausedFrameInterval = 15;
+
+/// The render contexts of the living applications.
+std::vector<std::weak_ptr<MVRenderContext>>& livingContexts() {
+    static auto* contexts = new std::vector<std::weak_ptr<MVRenderContext>>;  // outlives statics
+    return *contexts;
+}
+
+/// Has another application's context take over from that of one that goes. Without an active
+/// context the next application would share the caches of the others but not their GL objects.
+void retireContext(const std::shared_ptr<MVRenderContext>& context) {
+    std::erase_if(livingContexts(), [&](const std::weak_ptr<MVRenderContext>& living) {
+        return living.expired() || living.lock() == context;
+    });
+    if (MVRenderContext::activeContext() == context && !livingContexts().empty()) {
+        MVRenderContext::mv_setActiveContext(livingContexts().back().lock());
+    }
+}
 
 }  // namespace
 
@@ -55,6 +73,7 @@ struct MVApplication::Parts {
         window.reset();
         renderView.reset();
         surface.reset();
+        retireContext(context);
         context.reset();
     }
 };
@@ -70,6 +89,7 @@ MVApplication::MVApplication() = default;
 void MVApplication::mv_applicationInit() {
     context_ = MVRenderContext::initWithSharedContext(MVRenderContext::activeContext());
     MVRenderContext::mv_setActiveContext(context_);
+    livingContexts().push_back(context_);
     surface_ = MVRenderSurface::init();
     window_ = MVWindow::initWithApplication(shared_from_this());
     renderView_ =

@@ -729,3 +729,45 @@ TEST_F(MVApplicationTest, theCameraGivesTheNativeViewsItsPerspective) {
     EXPECT_NEAR(transform[2][3], -1 / 519.6152, 1e-6);
     drop(scene);
 }
+
+// The active context
+
+TEST_F(MVApplicationTest, oneThatLivesTakesOverFromTheActiveOneThatGoes) {
+    Scene first = makeScene();
+    Scene second = makeScene();
+    second.application->mv_runLoopFired(nullptr);
+    drop(second);
+    ASSERT_NE(MVRenderContext::activeContext(), nullptr);
+    EXPECT_EQ(MVRenderContext::activeContext()->mv_context(),
+              first.application->mv_renderView()->openGLContext());
+
+    Scene third = makeScene();
+    addBox(*third.application, {0, 0, 1, 1});
+    third.application->mv_runLoopFired(nullptr);
+    EXPECT_THAT(pixel(presented(*third.application), 9, 9), ElementsAre(0, 0, 255));
+    drop(third);
+    drop(first);
+}
+
+TEST_F(MVApplicationTest, oneThatIsNotActiveGoesWithoutChangingTheActiveContext) {
+    Scene first = makeScene();
+    Scene second = makeScene();
+    Scene third = makeScene();
+    second.application->mv_runLoopFired(nullptr);
+    const auto active = MVRenderContext::activeContext();
+    drop(third);
+    EXPECT_EQ(MVRenderContext::activeContext(), active);
+    drop(first);
+    EXPECT_EQ(MVRenderContext::activeContext(), active);
+    drop(second);
+}
+
+TEST_F(MVApplicationTest, oneThatLivesTakesOverAlsoWhereTheRenderViewOfTheOtherIsKept) {
+    Scene first = makeScene();
+    Scene second = makeScene();
+    const auto renderView = second.application->mv_renderView();
+    second.application.reset();
+    EXPECT_EQ(MVRenderContext::activeContext()->mv_context(),
+              first.application->mv_renderView()->openGLContext());
+    drop(first);
+}
