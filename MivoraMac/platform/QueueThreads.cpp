@@ -25,9 +25,10 @@ void QueueThreads::enter() {
     isQueueThread = true;
 }
 
-void QueueThreads::beginWork() {
+bool QueueThreads::beginWork() {
     const std::lock_guard lock(mutex_);
-    ++working_;
+    working_ += over_ ? 0 : 1;
+    return !over_;
 }
 
 void QueueThreads::endWork() {
@@ -71,6 +72,7 @@ void QueueThreads::waitAtExit() {
     {
         std::unique_lock lock(threads.mutex_);
         idle = threads.idle_.wait_for(lock, kLongestWait, [&] { return threads.working_ == 0; });
+        threads.over_ = idle;
     }
     if (idle) {
         threads.joinAdopted();

@@ -10,7 +10,8 @@ namespace Mivora::platform {
 ///
 /// A GL driver keeps state for each thread that used it, and lets go of it both when the thread
 /// ends and when the process exits; the two must not happen at once. So the exit waits until no
-/// queue works and until every thread that outlived its queue has ended.
+/// queue works and until every thread that outlived its queue has ended. From then on no queue gets
+/// to work any more: what statics dispatch as they are destroyed would meet a driver that has gone.
 ///
 /// Thread: any.
 class QueueThreads {
@@ -21,8 +22,11 @@ class QueueThreads {
     /// Marks the calling thread as one of a queue.
     void enter();
 
-    /// A queue got its first closure, or has run dry.
-    void beginWork();
+    /// A queue is about to get its first closure.
+    /// @return whether it may; false once the process is exiting and the queues have been waited
+    /// for
+    bool beginWork();
+    /// A queue has run dry.
     void endWork();
 
     /// Takes over a thread that ends by itself, the calling one.
@@ -37,6 +41,7 @@ class QueueThreads {
     std::thread adopted_;
     int working_ = 0;
     bool exitHandled_ = false;
+    bool over_ = false;
 };
 
 }  // namespace Mivora::platform

@@ -200,10 +200,18 @@ SerialQueue::Backlog& SerialQueue::backlog() {
     return *backlog_;
 }
 
+/// @return null, with the lock released, where the closure is to be dropped
 void* SerialQueue::lockAndReserve(QueueScope* scope, std::size_t size) {
     lockBriefly(mutex_);
     try {
         Backlog& waiting = backlog();
+        if (execution_ == Execution::OwnThread && !waiting.working) {
+            waiting.working = QueueThreads::shared().beginWork();
+            if (!waiting.working) {
+                mutex_.unlock();
+                return nullptr;
+            }
+        }
         if (waiting.queuedScope != scope) {
             waiting.queueScopeChange(scope);
         }
@@ -220,9 +228,6 @@ void SerialQueue::commitAndUnlock(ClosureStream::Run run) {
     waiting.submissions.store(waiting.submissions.load(std::memory_order_relaxed) + 1,
                               std::memory_order_relaxed);
     if (execution_ == Execution::OwnThread) {
-        if (!std::exchange(waiting.working, true)) {
-            QueueThreads::shared().beginWork();
-        }
         if (std::exchange(waiting.sleeping, false)) {
             waiting.wake.notify_one();
         }
@@ -291,6 +296,9 @@ void SerialQueue::syncCall(QueueScope* scope, void (*call)(void*), void* closure
     }
     SyncCall waiter{call, closure, nullptr};
     void* place = lockAndReserve(scope, sizeof(SyncCall*));
+    if (place == nullptr) {
+        return;
+    }
     waiter.backlog = backlog_.get();
     ::new (place) SyncCall*(&waiter);
     const ClosureStream::Run run = [](void* payload) {

@@ -39,7 +39,9 @@ class MIVORA_EXPORT QueueScope {
 /// A queue without a thread of its own is a light object: its closures run on the shared pool, and
 /// a synchronous call that meets no other work runs on the caller's stack.
 ///
-/// Dropping the last reference runs what still waits. Thread: any.
+/// Dropping the last reference runs what still waits. When the process exits, queues with a thread
+/// of their own come to an end with what they have: closures that statics submit as they are
+/// destroyed are dropped, and synchronous calls return at once. Thread: any.
 class MIVORA_EXPORT SerialQueue : public WorkQueue,
                                   public std::enable_shared_from_this<SerialQueue> {
  public:
@@ -109,9 +111,10 @@ class MIVORA_EXPORT SerialQueue : public WorkQueue,
         static_assert(!std::is_reference_v<Closure>);
         if constexpr (alignof(Closure) <= ClosureStream::kAlignment &&
                       std::is_nothrow_move_constructible_v<Closure>) {
-            void* place = lockAndReserve(scope, sizeof(Closure));
-            ::new (place) Closure(std::move(closure));
-            commitAndUnlock(&runAndDestroy<Closure>);
+            if (void* place = lockAndReserve(scope, sizeof(Closure))) {
+                ::new (place) Closure(std::move(closure));
+                commitAndUnlock(&runAndDestroy<Closure>);
+            }
         } else {
             submit(scope, [boxed = std::make_unique<Closure>(std::move(closure))] { (*boxed)(); });
         }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -23,7 +24,9 @@
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/MVShaderCache.h"
 #include "MivoraMac/views/MVColorView.h"
+#include "tests/platform/ScopedEnvironment.h"
 #include "tests/platform/ThreadCount.h"
+#include "tests/platform/ThreadsafeDeathTest.h"
 #include "tests/support/GLTest.h"
 #include "tests/views/RecordingView.h"
 
@@ -770,4 +773,31 @@ TEST_F(MVApplicationTest, oneThatLivesTakesOverAlsoWhereTheRenderViewOfTheOtherI
     EXPECT_EQ(MVRenderContext::activeContext()->mv_context(),
               first.application->mv_renderView()->openGLContext());
     drop(first);
+}
+
+// The end of the process
+
+namespace {
+
+/// A program's own statics, which go only after the driver has.
+std::shared_ptr<MVApplication> programApplication;
+std::shared_ptr<HeadlessWindow> programFrame;
+
+[[noreturn]] void runAProgramAndExit() {
+    programApplication = MVApplication::init();
+    programFrame = HeadlessWindow::create("", {0, 0, 100, 50});
+    programFrame->setContentView(programApplication->mv_renderView());
+    programFrame->show();
+    programApplication->setActive(true);
+    runMainLoopFor(0.05);
+    std::exit(0);
+}
+
+using MVApplicationDeathTest = Mivora::tests::ThreadsafeDeathTest;
+
+}  // namespace
+
+TEST_F(MVApplicationDeathTest, anActiveOneMayLiveInAVariableOfTheProgram) {
+    const Mivora::tests::ScopedEnvironment headless("MIVORA_HOST", "headless");
+    EXPECT_EXIT(runAProgramAndExit(), testing::ExitedWithCode(0), "");
 }

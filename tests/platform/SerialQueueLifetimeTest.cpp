@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <latch>
 #include <memory>
 #include <thread>
@@ -10,6 +11,7 @@
 
 #include "MivoraMac/platform/SerialQueue.h"
 #include "tests/platform/QueueExecutions.h"
+#include "tests/platform/ThreadsafeDeathTest.h"
 
 using Mivora::platform::SerialQueue;
 using Mivora::platform::WorkQueue;
@@ -185,4 +187,43 @@ TEST_P(SerialQueueLifetimeTest, referencesMayGoOnManyThreadsWhileClosuresRun) {
         finished.wait();
         waitUntilGone(weak);
     }
+}
+
+// The end of the process
+
+namespace {
+
+/// A static that has work for a queue when it is destroyed.
+struct LateSubmitter {
+    std::shared_ptr<SerialQueue> queue;
+
+    ~LateSubmitter() {
+        if (!queue) {
+            return;
+        }
+        const auto capture = std::make_shared<int>();
+        queue->async([capture] { std::_Exit(2); });
+        if (capture.use_count() != 1) {
+            std::_Exit(3);
+        }
+        queue->sync([] { std::_Exit(4); });
+        queue.reset();
+    }
+} lateSubmitter;
+
+[[noreturn]] void exitWithWorkToCome() {
+    constexpr auto kOwnThread = SerialQueue::Execution::OwnThread;
+    // Once its thread has ended, the exit is known to wait for queues.
+    SerialQueue::create("first", kOwnThread)->sync([] {});
+    lateSubmitter.queue = SerialQueue::create("late", kOwnThread);
+    lateSubmitter.queue->sync([] {});
+    std::exit(0);
+}
+
+using SerialQueueDeathTest = Mivora::tests::ThreadsafeDeathTest;
+
+}  // namespace
+
+TEST_F(SerialQueueDeathTest, whatStaticsSubmitAsTheyAreDestroyedIsDropped) {
+    EXPECT_EXIT(exitWithWorkToCome(), testing::ExitedWithCode(0), "");
 }
