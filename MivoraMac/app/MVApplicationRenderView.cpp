@@ -9,11 +9,13 @@
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/input/MVScrollDispatcher.h"
 #include "MivoraMac/platform/NativeWindow.h"
+#include "MivoraMac/platform/WorkQueue.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/views/MVBridgedView.h"
 
 using Mivora::platform::Event;
 using Mivora::platform::OpenGLView;
+using Mivora::platform::runLogged;
 using Mivora::platform::TrackingArea;
 using Mivora::platform::View;
 
@@ -185,11 +187,18 @@ void MVApplicationRenderView::mouseMoved(const std::shared_ptr<const Event>& eve
 }
 
 void MVApplicationRenderView::mouseExited(const std::shared_ptr<const Event>& event) {
-    if (mouseHoverActive_) {
-        endHover(event);
-    }
-    scrollDispatcher_->systemScrollCancelledTranslationWithEvent(mv_pointForEvent(*event),
-                                                                 Mivora::Point2::kZero, event);
+    // What a hook throws must not leave the others of these under way.
+    const auto endOpenHover = [&] {
+        if (mouseHoverActive_) {
+            endHover(event);
+        }
+    };
+    const auto cancelScroll = [&] {
+        scrollDispatcher_->systemScrollCancelledTranslationWithEvent(mv_pointForEvent(*event),
+                                                                     Mivora::Point2::kZero, event);
+    };
+    runLogged(endOpenHover);
+    runLogged(cancelScroll);
     mouseToTouchDispatcher_->systemTouchCancelledWithEvent(event);
 }
 
@@ -228,11 +237,11 @@ bool MVApplicationRenderView::isWindowMain() const {
 }
 
 void MVApplicationRenderView::beginHover(const std::shared_ptr<const Event>& event) {
-    mouseDispatcher_->systemMouseHoverBeganWithEvent(mv_pointForEvent(*event), event);
     mouseHoverActive_ = true;
+    mouseDispatcher_->systemMouseHoverBeganWithEvent(mv_pointForEvent(*event), event);
 }
 
 void MVApplicationRenderView::endHover(const std::shared_ptr<const Event>& event) {
-    mouseDispatcher_->systemMouseHoverEndedWithEvent(mv_pointForEvent(*event), event);
     mouseHoverActive_ = false;
+    mouseDispatcher_->systemMouseHoverEndedWithEvent(mv_pointForEvent(*event), event);
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -25,8 +26,11 @@ using Mivora::platform::Rect;
 using Mivora::platform::TrackingArea;
 using Mivora::platform::View;
 using Mivora::tests::ScopedEnvironment;
+using testing::Each;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 namespace {
 
@@ -41,6 +45,9 @@ std::string text(Point2 point) {
 class InputView : public MVView {
  public:
     explicit InputView(Lines* lines) : lines_(lines) {}
+
+    /// The hook that throws, as it is written down; empty for none.
+    std::string throwing;
 
     void touchesBegan(const MVTouchSet& touches) override { touched("began", touches); }
     void touchesMoved(const MVTouchSet& touches) override { touched("moved", touches); }
@@ -66,7 +73,12 @@ class InputView : public MVView {
     }
 
  private:
-    void add(const std::string& line) { lines_->push_back(line); }
+    void add(const std::string& line) {
+        lines_->push_back(line);
+        if (line == throwing) {
+            throw std::runtime_error("expected");
+        }
+    }
     void touched(const std::string& phase, const MVTouchSet& touches) {
         add("touches " + phase + " " + std::to_string(touches.size()));
     }
@@ -219,6 +231,34 @@ TEST_F(MVApplicationRenderViewTest, enteringAgainWithoutHavingLeftDoesNothing) {
     Event event;
     event.type = Event::Type::MouseEntered;
     EXPECT_THAT(linesOf([&] { renderView_->deliver(std::make_shared<Event>(event)); }), IsEmpty());
+}
+
+TEST_F(MVApplicationRenderViewTest, aHoverWhoseBeginningThrowsHasBegun) {
+    pointer_->leave();
+    view_->throwing = "hover began";
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(10, 10); }), ElementsAre("hover began"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(11, 10); }), ElementsAre("hover moved"));
+}
+
+TEST_F(MVApplicationRenderViewTest, aHoverWhoseEndThrowsHasEnded) {
+    view_->throwing = "hover ended";
+    frame_->setMainWindow(false);
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(12, 10); }), ElementsAre("hover ended"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(13, 10); }), IsEmpty());
+}
+
+TEST_F(MVApplicationRenderViewTest, leavingCancelsWhateverTheHooksBeforeThrow) {
+    for (const char* throwing : {"hover ended", "scroll cancelled 0,0", "touches cancelled 1"}) {
+        pointer_->moveTo(20, 30);
+        pointer_->press();
+        scroll(Event::PhaseBegan, Event::PhaseNone);
+        view_->throwing = throwing;
+        EXPECT_THAT(linesOf([&] { pointer_->leave(); }),
+                    ElementsAre("hover ended", "scroll cancelled 0,0", "touches cancelled 1"))
+            << throwing;
+        view_->throwing.clear();
+        EXPECT_THAT(linesOf([&] { pointer_->release(); }), Each(Not(HasSubstr("touches"))));
+    }
 }
 
 TEST_F(MVApplicationRenderViewTest, leavingEndsTheHoverCancelsScrollingAndCancelsTheTouch) {
