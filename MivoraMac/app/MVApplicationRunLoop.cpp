@@ -3,7 +3,6 @@
 #include <pthread.h>
 
 #include <thread>
-#include <utility>
 
 #include "MivoraMac/app/MVApplication.h"
 #include "MivoraMac/platform/RunLoop.h"
@@ -31,13 +30,14 @@ void MVApplicationRunLoop::setApplication(const std::shared_ptr<MVApplication>& 
 }
 
 void MVApplicationRunLoop::start() {
-    if (std::exchange(started_, true)) {
+    if (started_) {
         return;
     }
     std::thread([self = shared_from_this()] {
         pthread_setname_np(pthread_self(), "MVRunLoop");
         self->mv_runLoopMain();
     }).detach();
+    started_ = true;
 }
 
 void MVApplicationRunLoop::invalidate() {
@@ -61,7 +61,12 @@ void MVApplicationRunLoop::mv_runLoopMain() {
     // The timer has to be made on the loop's thread, which this is once it turns.
     runLoop_->perform([this] {
         const double period = static_cast<double>(static_cast<float>(frameInterval_) / 60.0F);
-        refreshTimer_ = Timer::scheduledTimer(runLoop_, period, [this] { mv_runLoop(); });
+        try {
+            refreshTimer_ = Timer::scheduledTimer(runLoop_, period, [this] { mv_runLoop(); });
+        } catch (...) {
+            runLoop_->stop();  // no frame would ever come
+            throw;
+        }
     });
     runLoop_->run();
     refreshTimer_.reset();

@@ -41,7 +41,8 @@ class MIVORA_EXPORT MVApplicationRunLoop
     std::int64_t frameInterval() const { return frameInterval_; }
     void setFrameInterval(std::int64_t frameInterval) { frameInterval_ = frameInterval; }
 
-    /// Starts the thread, once; no effect after that and after `invalidate`.
+    /// Starts the thread, once; no effect after that and after `invalidate`. The thread ends by
+    /// itself, which is logged, when the system has no timer to give.
     /// @throws std::system_error when the system has no thread to give
     void start();
 
