@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
@@ -14,9 +15,12 @@ class RefreshSchedule {
  public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// @param periodSeconds  above zero; the moments asked for must lie within the clock's range
+    /// Some thirty years: the next moment lies within the clock's range.
+    static constexpr double kLongestPeriodSeconds = 1e9;
+
+    /// @param periodSeconds  above zero; longer than the longest counts as that
     RefreshSchedule(Time start, double periodSeconds)
-        : start_(start), period_(periodSeconds * 1e9) {}
+        : start_(start), period_(std::min(periodSeconds, kLongestPeriodSeconds) * 1e9) {}
 
     /// The next moment that is still to come, given the current time. Moments that have passed
     /// unnoticed are left out; none is given twice.

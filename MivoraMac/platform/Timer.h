@@ -25,7 +25,7 @@ class MIVORA_EXPORT Timer {
  public:
     /// A timer that fires first after one period, while `loop` turns.
     /// @param loop     the loop of the calling thread
-    /// @param seconds  the period; below 0.0001 and NaN count as 0.0001
+    /// @param seconds  the period; below 0.0001 and NaN count as 0.0001, above 1e9 as 1e9
     /// @param fired    what to call; what it throws is logged. It may invalidate or drop the timer
     /// @throws MVException (invalid argument) when `loop` is null or another thread's;
     ///         std::system_error when the system has no timer to give

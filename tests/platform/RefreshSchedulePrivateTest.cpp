@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <limits>
 
 using Mivora::platform::RefreshSchedule;
 using std::chrono::nanoseconds;
@@ -57,4 +58,12 @@ TEST(RefreshSchedulePrivateTest, noMomentIsGivenTwiceToOneWhoIsEarly) {
     EXPECT_EQ(sinceStart(schedule.advance(kStart + nanoseconds(9'999'999))),
               nanoseconds(20'000'000));
     EXPECT_EQ(sinceStart(schedule.advance(kStart - nanoseconds(1))), nanoseconds(30'000'000));
+}
+
+TEST(RefreshSchedulePrivateTest, anyLongPeriodIsOfThirtyYears) {
+    for (const double seconds : {1e10, 1e300, std::numeric_limits<double>::infinity()}) {
+        RefreshSchedule schedule(kStart, seconds);
+        EXPECT_EQ(sinceStart(schedule.advance(kStart)), nanoseconds(1'000'000'000'000'000'000))
+            << seconds;
+    }
 }

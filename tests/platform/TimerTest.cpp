@@ -126,3 +126,11 @@ TEST(TimerTest, leavesNoOpenFileBehind) {
     }
     EXPECT_EQ(openFiles(), before);
 }
+
+TEST(TimerTest, aPeriodWithoutEndIsWaitedFor) {
+    int firings = 0;
+    const auto timer = Timer::scheduledTimer(
+        RunLoop::main(), std::numeric_limits<double>::infinity(), [&] { ++firings; });
+    MainThread::runUntil([] { return false; }, 0.05);
+    EXPECT_EQ(firings, 0);
+}
