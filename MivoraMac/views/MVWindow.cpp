@@ -132,21 +132,18 @@ void MVWindow::layoutSubviews() {
 }
 
 void MVWindow::mv_setDrawDirty() {
-    drawRequests_.store(mv_drawRequests() + 1, std::memory_order_relaxed);
-    drawDirty_.store(true, std::memory_order_release);
+    drawRequests_.fetch_add(1, std::memory_order_release);
     if (const std::shared_ptr<MVWindowOwner> owner = mv_owner()) {
         owner->mv_windowDidBecomeDrawDirty();
     }
 }
 
 void MVWindow::mv_setDrawClean() {
-    drawDirty_.store(false, std::memory_order_release);
+    mv_setDrawCleanAsOf(mv_drawRequests());
 }
 
 void MVWindow::mv_setDrawCleanAsOf(std::uint64_t requests) {
-    // Reading what is overwritten makes every request visible that set it.
-    drawDirty_.exchange(false, std::memory_order_acq_rel);
-    if (mv_drawRequests() != requests) {
-        drawDirty_.store(true, std::memory_order_release);
+    std::uint64_t drawn = drawnRequests_.load(std::memory_order_relaxed);
+    while (drawn < requests && !drawnRequests_.compare_exchange_weak(drawn, requests)) {
     }
 }

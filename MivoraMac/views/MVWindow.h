@@ -131,10 +131,12 @@ class MIVORA_EXPORT MVWindow : public MVView {
     /// Notes that it has been. Thread: any.
     void mv_setDrawClean();
     /// Whether the tree has to be drawn. True for a new window. Thread: any.
-    bool mv_windowNeedsDraw() const { return drawDirty_.load(std::memory_order_acquire); }
+    bool mv_windowNeedsDraw() const {
+        return drawnRequests_.load(std::memory_order_acquire) < mv_drawRequests();
+    }
 
-    /// How often the tree has asked for a redraw so far.
-    std::uint64_t mv_drawRequests() const { return drawRequests_.load(std::memory_order_relaxed); }
+    /// How often the tree has asked for a redraw so far. Thread: any.
+    std::uint64_t mv_drawRequests() const { return drawRequests_.load(std::memory_order_acquire); }
     /// As `mv_setDrawClean`, for a frame that was drawn when there had been `requests`: what was
     /// asked for since is still to be drawn. Thread: any.
     void mv_setDrawCleanAsOf(std::uint64_t requests);
@@ -152,8 +154,8 @@ class MIVORA_EXPORT MVWindow : public MVView {
     std::weak_ptr<MVRenderSurface> surface_;
     glm::mat4 projectionMatrix_{1.0F};
     bool projectionMatrixDirty_ = true;
-    std::atomic<bool> drawDirty_{false};
-    std::atomic<std::uint64_t> drawRequests_{0};  // written on the main thread only
+    std::atomic<std::uint64_t> drawRequests_{0};
+    std::atomic<std::uint64_t> drawnRequests_{0};  // as many of them as have been drawn
     float fieldOfView_ = 1.0471976F;
     float nearDistance_ = 150.0F;
     float farDistance_ = 150.0F;

@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <thread>
 #include <vector>
 
 #include "MivoraMac/geometry/MVMath.h"
@@ -89,6 +91,40 @@ TEST(MVWindowTest, drawingIsNeededFromARequestUntilItIsDone) {
     EXPECT_FALSE(window->mv_windowNeedsDraw());
     window->setNeedsDraw();
     EXPECT_TRUE(window->mv_windowNeedsDraw());
+}
+
+TEST(MVWindowTest, aFrameThatIsDoneLeavesWhatWasAskedForSince) {
+    const Window window = MVWindow::init();
+    window->setNeedsDraw();
+    const std::uint64_t first = window->mv_drawRequests();
+    window->setNeedsDraw();
+    const std::uint64_t second = window->mv_drawRequests();
+    window->mv_setDrawCleanAsOf(first);
+    EXPECT_TRUE(window->mv_windowNeedsDraw());
+    window->mv_setDrawCleanAsOf(second);
+    EXPECT_FALSE(window->mv_windowNeedsDraw());
+    window->mv_setDrawCleanAsOf(first);
+    EXPECT_FALSE(window->mv_windowNeedsDraw()) << "an older frame that is done later";
+}
+
+TEST(MVWindowTest, drawingIsNeededThroughoutWhileAnotherThreadEndsAnEarlierFrame) {
+    const Window window = MVWindow::init();
+    window->setNeedsDraw();
+    const std::uint64_t earlier = window->mv_drawRequests();
+    window->setNeedsDraw();
+    std::atomic<bool> over = false;
+    std::thread thread([&] {
+        while (!over) {
+            window->mv_setDrawCleanAsOf(earlier);
+        }
+    });
+    int misses = 0;
+    for (int i = 0; i < 300000; ++i) {
+        misses += window->mv_windowNeedsDraw() ? 0 : 1;
+    }
+    over = true;
+    thread.join();
+    EXPECT_EQ(misses, 0);
 }
 
 TEST(MVWindowTest, changesBelowADestroyedWindowAreSafe) {
