@@ -135,8 +135,12 @@ std::shared_ptr<MVRenderContext> MVRenderContext::mv_drawingContext() {
 
 void MVRenderContext::mv_setActiveContext(const std::shared_ptr<MVRenderContext>& context) {
     ActiveContext& holder = active();
+    // May come to be the last reference, which must not go while the lock is held: it takes GL work
+    // to the end with it, and that may ask for the active context.
+    std::shared_ptr<MVRenderContext> former;
     const std::lock_guard lock(holder.mutex);
-    if (holder.context.lock() != context) {
+    former = holder.context.lock();
+    if (former != context) {
         holder.context = context;
         holder.changes.fetch_add(1, std::memory_order_release);
     }
