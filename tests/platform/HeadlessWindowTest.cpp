@@ -199,3 +199,24 @@ TEST_F(HeadlessWindowTest, aWindowMayBeLetGoOfByItsOwnCloseHandler) {
     weak.lock()->close();
     EXPECT_TRUE(weak.expired());
 }
+
+TEST_F(HeadlessWindowTest, aViewThatIsInAnotherWindowIsLeftAlone) {
+    for (const bool isClosed : {true, false}) {
+        const auto former = make(100, 50);
+        const auto latter = make(300, 200);
+        const auto view = std::make_shared<RecordingOpenGLView>();
+        former->setContentView(view);
+        if (isClosed) {
+            former->close();
+        }
+        latter->setContentView(view);
+        view->log.clear();
+        former->setContentSize(10, 10);
+        former->setBackingScaleFactor(7);
+        former->close();
+        EXPECT_THAT(view->log, IsEmpty());
+        EXPECT_EQ(view->window(), latter);
+        EXPECT_EQ(view->bounds(), (Rect{0, 0, 300, 200}));
+        EXPECT_EQ(view->backingScaleFactor(), latter->backingScaleFactor());
+    }
+}

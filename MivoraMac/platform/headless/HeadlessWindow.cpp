@@ -8,6 +8,17 @@
 
 namespace Mivora::platform {
 
+namespace {
+
+/// The content view, if it has not come into another window since. A copy: what the view does about
+/// a change may take it out of the window.
+std::shared_ptr<OpenGLView> viewIn(const Window& window) {
+    const std::shared_ptr<OpenGLView> view = window.contentView();
+    return view && view->window().get() == &window ? view : nullptr;
+}
+
+}  // namespace
+
 std::shared_ptr<HeadlessWindow> HeadlessWindow::create(const std::string& title,
                                                        const Rect& content) {
     return MVMake<HeadlessWindow>(title, content);
@@ -20,8 +31,7 @@ HeadlessWindow::HeadlessWindow(std::string title, const Rect& content)
 
 void HeadlessWindow::setContentSize(double width, double height) {
     content_ = {0, 0, width >= 1 ? width : 1, height >= 1 ? height : 1};
-    // A copy, as below: what the view does about it may take the view out of the window.
-    if (const std::shared_ptr<OpenGLView> view = contentView()) {
+    if (const std::shared_ptr<OpenGLView> view = viewIn(*this)) {
         view->setFrame(content_);
     }
 }
@@ -41,7 +51,7 @@ void HeadlessWindow::close() {
     closed_ = true;
     visible_ = false;
     main_ = false;
-    if (const std::shared_ptr<OpenGLView> view = contentView()) {
+    if (const std::shared_ptr<OpenGLView> view = viewIn(*this)) {
         view->moveToWindow(nullptr);
     }
     tellClosed();
@@ -52,7 +62,7 @@ void HeadlessWindow::setBackingScaleFactor(double factor) {
         return;
     }
     backingScaleFactor_ = factor;
-    if (const std::shared_ptr<OpenGLView> view = contentView()) {
+    if (const std::shared_ptr<OpenGLView> view = viewIn(*this)) {
         view->setBackingScaleFactor(factor);
     }
 }
