@@ -96,6 +96,7 @@ void MVApplicationRenderView::mv_setViewport() {
 
 void MVApplicationRenderView::viewDidMoveToWindow() {
     OpenGLView::viewDidMoveToWindow();
+    setContentsScale(mv_scaleFactorForOpenGLView(*this));
     if (context_) {
         context_->mv_setRenderView(this);
     }

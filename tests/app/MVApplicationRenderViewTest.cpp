@@ -347,6 +347,17 @@ TEST_F(MVApplicationRenderViewTest, theScaleFactorIsThatOfTheWindowIfTheBestReso
     EXPECT_EQ(mv_scaleFactorForOpenGLView(*renderView_), 1);
 }
 
+TEST_F(MVApplicationRenderViewTest, theScaleOfTheLayerIsThatOfTheWindowFromTheFirstMomentOn) {
+    const auto view = MVApplicationRenderView::initWithApplicationAndWindow(nullptr, window_);
+    const auto frame = HeadlessWindow::create("", {0, 0, 100, 50});
+    frame->setBackingScaleFactor(2);
+    view->setBackingScaleFactor(2);  // so that coming into the window is no change
+    frame->setContentView(view);
+    EXPECT_EQ(view->contentsScale(), 2);
+    frame->setContentView(nullptr);
+    EXPECT_EQ(view->contentsScale(), 1);
+}
+
 // Native views over the drawing
 
 TEST_F(MVApplicationRenderViewTest, theContainerIsLayerBackedAndAsLargeAsTheView) {
