@@ -69,7 +69,9 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     /// Takes the native view of an element away.
     void removeBridgeView(const std::shared_ptr<MVBridgedView>& bridgeView);
 
-    /// Gives all native views over the drawing a perspective; see `View::sublayerTransform`.
+    /// Gives all native views over the drawing a perspective; see `View::sublayerTransform`. It
+    /// lasts until the application's window next rebuilds its projection, as after a change of
+    /// size: that sets the perspective of the camera.
     void setBridgeViewContainerSublayerTransform(const glm::dmat4& transform);
 
     /// What holds the native views.

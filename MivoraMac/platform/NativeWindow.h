@@ -17,8 +17,8 @@ class MIVORA_EXPORT NativeWindow {
     /// Whether this is the window that the user works with.
     virtual bool isMainWindow() const = 0;
 
-    /// Keeps what is on the screen as it is until the next frame is there. Hosts that show whole
-    /// frames only have nothing to do.
+    /// Keeps what is on the screen as it is until the next frame is there. For hosts that
+    /// call `OpenGLView::renewGState`; those that show whole frames only have nothing to do.
     virtual void disableScreenUpdatesUntilFlush() {}
 
  protected:

@@ -120,7 +120,8 @@ class MIVORA_EXPORT OpenGLView : public View {
     /// `viewDidMoveToWindow` was told before.
     virtual void reshape();
 
-    /// The window is about to show another picture than the latest frame.
+    /// The window is about to show another picture than the latest frame. For hosts whose
+    /// system does so: those that only ever show whole frames, as the library's own, never call it.
     virtual void renewGState();
 
     /// The bounds have changed, and with them what tracking areas cover.
