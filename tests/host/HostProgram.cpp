@@ -8,9 +8,20 @@
 //   link                  runs a display link for a while, and prints its rate: that which it says,
 //                         and that which it has on the display of the window
 //   close                 closes the window; what then happens is printed
+//   open [WHAT ACTION]    another window with another view, in the place of what there is; as with
+//                         "on" from the beginning
+//   on WHAT ACTION        what to do when the view is told of WHAT (see QuadrantView::doOnce):
+//                         close          closes the window
+//                         close-drop     closes the window, and lets go of both
+//                         drop           lets go of both
+//                         swap           another view is the content
+//                         again          the content is taken out, and put back
+//                         throw          throws
 //   quit                  ends the program, as does the end of the input
 #include <atomic>
 #include <cstdio>
+#include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "MivoraMac/platform/DisplayLink.h"
@@ -43,6 +54,63 @@ void runDisplayLink(const QuadrantView& view) {
     }
 }
 
+struct Program {
+    std::shared_ptr<QuadrantView> view;
+    std::shared_ptr<Window> window;
+
+    void open(std::istringstream& onWhat);
+    /// Reads what to do when.
+    void await(std::istringstream& onWhat);
+    void act(const std::string& action);
+    void drop();
+};
+
+void Program::open(std::istringstream& onWhat) {
+    view = QuadrantView::create();
+    await(onWhat);
+    window = Window::initWithTitle("Quadrants", 400, 300);
+    window->setCloseHandler(
+        [this] { std::puts(view && view->window() ? "closed with the view in it" : "closed"); });
+    const std::shared_ptr<Window> made = window;
+    made->setContentView(view);
+    made->show();
+    std::puts(window && window->isVisible() ? "shown" : "not shown");
+}
+
+void Program::await(std::istringstream& onWhat) {
+    std::string what;
+    std::string action;
+    if (onWhat >> what >> action) {
+        view->doOnce(what, [this, action] { act(action); });
+    }
+}
+
+void Program::drop() {
+    window.reset();
+    view.reset();
+}
+
+void Program::act(const std::string& action) {
+    std::printf("does %s\n", action.c_str());
+    if (action == "close") {
+        window->close();
+    } else if (action == "close-drop") {
+        window->close();
+        drop();
+    } else if (action == "drop") {
+        drop();
+    } else if (action == "swap") {
+        view = QuadrantView::create();
+        window->setContentView(view);
+    } else if (action == "again") {
+        window->setContentView(nullptr);
+        window->setContentView(view);
+    } else {
+        throw std::runtime_error("thrown by the view");
+    }
+    std::printf("did %s\n", action.c_str());
+}
+
 }  // namespace
 
 int main() {
@@ -53,39 +121,38 @@ int main() {
         std::printf("refused: %s\n", exception.reason().c_str());
         return 0;
     }
-    auto view = QuadrantView::create();
-    auto window = Window::initWithTitle("Quadrants", 400, 300);
-    window->setCloseHandler(
-        [&] { std::puts(view->window() ? "closed with the view in it" : "closed"); });
-    window->setContentView(view);
-    window->show();
-    std::puts(window->isVisible() ? "shown" : "not shown");
+    Program program;
+    std::istringstream nothing;
+    program.open(nothing);
 
     Mivora::tests::obeyLines([&](const std::string& command, std::istringstream& rest) {
         if (command == "resize") {
             double width = 0;
             double height = 0;
             rest >> width >> height;
-            window->setContentSize(width, height);
+            program.window->setContentSize(width, height);
         } else if (command == "main") {
-            std::puts(window->isMainWindow() ? "is main" : "is not main");
+            std::puts(program.window->isMainWindow() ? "is main" : "is not main");
         } else if (command == "content") {
-            const Rect content = window->contentRect();
+            const Rect content = program.window->contentRect();
             std::printf("content %.0f %.0f\n", content.width, content.height);
         } else if (command == "retitle") {
             std::string title;
             rest >> title;
-            window->setTitle(title);
-            std::printf("title %s\n", window->title().c_str());
+            program.window->setTitle(title);
+            std::printf("title %s\n", program.window->title().c_str());
         } else if (command == "link") {
-            runDisplayLink(*view);
+            runDisplayLink(*program.view);
         } else if (command == "close") {
-            window->close();
+            program.window->close();
+        } else if (command == "open") {
+            program.open(rest);
+        } else if (command == "on") {
+            program.await(rest);
         } else {
             std::printf("unknown command: %s\n", command.c_str());
         }
     });
-    window.reset();
-    view.reset();
+    program.drop();
     Mivora::tests::endProgram();
 }

@@ -3,6 +3,7 @@
 #include <epoxy/gl.h>
 
 #include <cstdio>
+#include <utility>
 
 #include "MivoraMac/platform/GLContext.h"
 #include "MivoraMac/platform/NativeWindow.h"
@@ -83,11 +84,28 @@ void QuadrantView::drawFrame() {
     context_->present();
 }
 
+void QuadrantView::doOnce(const std::string& what, std::function<void()> action) {
+    awaited_ = what;
+    action_ = std::move(action);
+}
+
+void QuadrantView::told(const char* what) const {
+    if (action_ && awaited_ == what) {
+        std::exchange(action_, nullptr)();
+    }
+}
+
+bool QuadrantView::isOpaque() const {
+    told("opaque");
+    return true;
+}
+
 void QuadrantView::viewDidMoveToWindow() {
     std::printf(window() ? "in window\n" : "out of window\n");
     if (context_->mv_context()) {
         context_->mv_setRenderView(this);
     }
+    told(window() ? "in" : "out");
 }
 
 void QuadrantView::reshape() {
@@ -97,14 +115,17 @@ void QuadrantView::reshape() {
     if (openGLContext()) {
         drawFrame();
     }
+    told("size");
 }
 
 void QuadrantView::viewDidChangeBackingProperties() {
     std::printf("scale %.2f\n", backingScaleFactor());
+    told("scale");
 }
 
 void QuadrantView::mouseDown(const std::shared_ptr<const Event>& event) {
     printPress("down", *event);
+    told("down");
 }
 
 void QuadrantView::mouseDragged(const std::shared_ptr<const Event>& event) {
@@ -113,6 +134,7 @@ void QuadrantView::mouseDragged(const std::shared_ptr<const Event>& event) {
 
 void QuadrantView::mouseUp(const std::shared_ptr<const Event>& event) {
     printPress("up", *event);
+    told("up");
 }
 
 void QuadrantView::rightMouseDown(const std::shared_ptr<const Event>& event) {
@@ -129,14 +151,17 @@ void QuadrantView::rightMouseUp(const std::shared_ptr<const Event>& event) {
 
 void QuadrantView::mouseEntered(const std::shared_ptr<const Event>& event) {
     print("entered", *event);
+    told("entered");
 }
 
 void QuadrantView::mouseMoved(const std::shared_ptr<const Event>& event) {
     print("moved", *event);
+    told("moved");
 }
 
 void QuadrantView::mouseExited(const std::shared_ptr<const Event>& event) {
     print("exited", *event);
+    told("exited");
 }
 
 void QuadrantView::scrollWheel(const std::shared_ptr<const Event>& event) {

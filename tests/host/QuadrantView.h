@@ -1,7 +1,8 @@
 #pragma once
 
-#include <array>
+#include <functional>
 #include <memory>
+#include <string>
 
 #include "MivoraMac/platform/OpenGLView.h"
 #include "MivoraMac/render/MVRenderContext.h"
@@ -22,7 +23,11 @@ class QuadrantView : public platform::OpenGLView {
     /// Draws and presents a frame.
     void drawFrame();
 
-    bool isOpaque() const override { return true; }
+    /// Does something once, from within the hook that is told next of `what`: "in" or "out" (of a
+    /// window), "size", "scale", "opaque", "entered", "moved", "exited", "down" or "up".
+    void doOnce(const std::string& what, std::function<void()> action);
+
+    bool isOpaque() const override;
 
  protected:
     friend struct ::MVMaker;
@@ -43,7 +48,11 @@ class QuadrantView : public platform::OpenGLView {
     void scrollWheel(const std::shared_ptr<const Event>& event) override;
 
  private:
+    void told(const char* what) const;
+
     std::shared_ptr<MVRenderContext> context_;
+    std::string awaited_;
+    mutable std::function<void()> action_;  // of one that asks nothing, too
 };
 
 }  // namespace Mivora::tests

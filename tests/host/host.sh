@@ -7,6 +7,7 @@
 #   say LINE                            has the program obey a line
 #   expect LINE...                      the next lines that the program prints, exactly
 #   await LINE                          skips lines of the program until this one
+#   no_complaint                        the toolkit has found no fault so far
 #   silence                             the program prints nothing for a while
 #   point LINE...                       has the pointer of the compositor do something (Wayland)
 #   picture FILE                        photographs the screen
@@ -131,7 +132,8 @@ wait_for() {
 
 start() {
     mkfifo "$work/to-program" "$work/from-program"
-    dbus-run-session -- "$programs/$1" "${@:2}" < "$work/to-program" \
+    # shellcheck disable=SC2086  # the launcher is a command and its options, or nothing
+    dbus-run-session -- ${MIVORA_TEST_LAUNCHER:-} "$programs/$1" "${@:2}" < "$work/to-program" \
         > "$work/from-program" 2> "$work/program.log" &
     started+=($!)
     exec {to_program}> "$work/to-program"
@@ -223,6 +225,12 @@ pictures=0
 
 see() {
     see_task quadrants "$@"
+}
+
+# But for what is put in while the toolkit lays out: that comes with the next frame, as it says.
+no_complaint() {
+    ! grep -E "CRITICAL|WARNING" "$work/program.log" | grep -v "without a current allocation" ||
+        fail "the toolkit complains"
 }
 
 # The program ends by itself when told to.

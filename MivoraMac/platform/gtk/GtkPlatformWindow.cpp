@@ -4,9 +4,11 @@
 #include <cmath>
 #include <utility>
 
+#include "MivoraMac/platform/MainThread.h"
 #include "MivoraMac/platform/OpenGLView.h"
 #include "MivoraMac/platform/Screen.h"
 #include "MivoraMac/platform/gtk/GtkNativeWindowPrivate.h"
+#include "MivoraMac/platform/gtk/GtkRenderPeerPrivate.h"
 #include "MivoraMac/platform/gtk/GtkRenderView.h"
 
 namespace Mivora::platform {
@@ -16,6 +18,28 @@ namespace {
 int wholePoints(double length) {
     constexpr double kMost = 32767;
     return length >= 1 ? static_cast<int>(std::lround(std::min(length, kMost))) : 1;
+}
+
+/// GTK 4.8 does not bear that a window is destroyed while it is told of the pointer's moves, after
+/// which it would hold back the events of the whole display, nor before it has dealt with what
+/// waits for the window.
+void destroyWhenIdle(GtkWindow* window) {
+    g_idle_add_full(
+        G_PRIORITY_LOW,
+        [](gpointer idle) -> gboolean {
+            gtk_window_destroy(GTK_WINDOW(idle));
+            return G_SOURCE_REMOVE;
+        },
+        g_object_ref(window), g_object_unref);
+}
+
+/// What is put in while the toolkit lays out is not laid out by itself.
+void layOutLater(GtkWidget* widget) {
+    g_object_ref(widget);
+    MainThread::perform([widget] {
+        gtk_widget_queue_resize(widget);
+        g_object_unref(widget);
+    });
 }
 
 /// Takes a widget from where it is.
@@ -51,8 +75,7 @@ GtkPlatformWindow::GtkPlatformWindow(const std::string& title, const Rect& conte
 
 GtkPlatformWindow::~GtkPlatformWindow() {
     if (window_ != nullptr) {
-        g_signal_handlers_disconnect_by_data(window_, this);
-        gtk_window_destroy(window_);
+        destroy();
     }
 }
 
@@ -103,11 +126,17 @@ void GtkPlatformWindow::close() {
     const std::shared_ptr<Window> kept = shared_from_this();
     closedTitle_ = title();
     closedRect_ = contentRect();
+    destroy();
+    tellClosed();
+}
+
+void GtkPlatformWindow::destroy() {
     GtkWindow* const window = std::exchange(window_, nullptr);
     g_signal_handlers_disconnect_by_data(window, this);
+    const GtkRenderPeer::Move leaving(contentView());
     gtk_window_set_child(window, nullptr);
-    gtk_window_destroy(window);
-    tellClosed();
+    gtk_widget_hide(GTK_WIDGET(window));
+    destroyWhenIdle(window);
 }
 
 bool GtkPlatformWindow::isVisible() const {
@@ -123,22 +152,30 @@ bool GtkPlatformWindow::isMainWindow() const {
     return window_ != nullptr && GtkNativeWindow::isActive(GTK_WIDGET(window_));
 }
 
-void GtkPlatformWindow::contentViewDidChange(const std::shared_ptr<OpenGLView>& /*removed*/,
+void GtkPlatformWindow::contentViewDidChange(const std::shared_ptr<OpenGLView>& removed,
                                              const std::shared_ptr<OpenGLView>& view) {
     if (window_ == nullptr) {
         return;
     }
     const std::shared_ptr<Window> kept = shared_from_this();
-    gtk_window_set_child(window_, nullptr);
-    if (view) {
+    {
+        const GtkRenderPeer::Move leaving(removed);
+        gtk_window_set_child(window_, nullptr);
+    }
+    // Unless what the views do about it closes the window or changes its content again.
+    const auto isWanted = [&] { return window_ != nullptr && view && view == contentView(); };
+    if (isWanted()) {
         // Until the window has a place on the screen, the view has the size that it will ask for.
         view->setFrame(contentRect());
     }
-    // Unless what the views did about it has closed the window or changed its content again.
-    if (view && view == contentView() && window_ != nullptr) {
+    if (isWanted()) {
         GtkWidget* const widget = GtkWidgetForView(view);
+        const GtkRenderPeer::Move coming(view);
         takeOut(widget);
-        gtk_window_set_child(window_, widget);
+        if (isWanted()) {
+            gtk_window_set_child(window_, widget);
+            layOutLater(GTK_WIDGET(window_));
+        }
     }
 }
 

@@ -36,6 +36,8 @@ class GtkPlatformWindow : public Window {
     friend struct ::MVMaker;
     GtkPlatformWindow(const std::string& title, const Rect& content);
 
+    void destroy();
+
     GtkWindow* window_;  // null once closed
     std::string closedTitle_;
     Rect closedRect_;

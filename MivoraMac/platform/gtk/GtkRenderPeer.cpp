@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "MivoraMac/platform/GLContext.h"
+#include "MivoraMac/platform/WorkQueue.h"
+#include "MivoraMac/platform/gtk/GtkKeepPrivate.h"
 #include "MivoraMac/platform/gtk/GtkNativeWindowPrivate.h"
 
 namespace Mivora::platform {
@@ -82,6 +84,29 @@ GtkRenderPeer::~GtkRenderPeer() {
     }
 }
 
+GtkRenderPeer::Move::Move(std::shared_ptr<OpenGLView> view) : view_(std::move(view)) {
+    auto* const peer = view_ != nullptr ? dynamic_cast<GtkRenderPeer*>(view_->peer()) : nullptr;
+    if (peer != nullptr && !std::exchange(peer->moving_, true)) {
+        peer_ = peer;
+        keepForThisTurn(peer->widget_);
+    }
+}
+
+GtkRenderPeer::Move::~Move() {
+    if (peer_ != nullptr && view_->peer() == peer_) {
+        peer_->moved();
+    }
+}
+
+void GtkRenderPeer::moved() {
+    const Kept kept(widget_);
+    moving_ = false;
+    deliver(std::exchange(held_, {}));
+    if (std::exchange(rootChanged_, false)) {
+        gtk_widget_get_root(widget_) != nullptr ? rooted() : unrooted();
+    }
+}
+
 void GtkRenderPeer::subviewsDidChange() {
     if (allocating_) {
         subviewsChanged_ = true;
@@ -112,19 +137,34 @@ void GtkRenderPeer::viewIsGoing() {
     gtk_widget_queue_draw(widget_);
 }
 
-void GtkRenderPeer::rooted() {
+/// Calls what may be a program's code. What that throws is logged: it must not reach the toolkit.
+template <class Call>
+void GtkRenderPeer::tellView(const Call& call) {
     const Kept kept(widget_);
     if (const auto view = view_.lock()) {
-        view->moveToWindow(GtkNativeWindow::of(GTK_WIDGET(gtk_widget_get_root(widget_))));
+        const auto told = [&] { call(*view); };
+        runLogged(told);
     }
 }
 
-void GtkRenderPeer::unrooted() {
-    const Kept kept(widget_);
-    disabled();
-    if (const auto view = view_.lock()) {
-        view->moveToWindow(nullptr);
+void GtkRenderPeer::rooted() {
+    if (moving_) {
+        rootChanged_ = true;
+        return;
     }
+    tellView([this](OpenGLView& view) {
+        view.moveToWindow(GtkNativeWindow::of(GTK_WIDGET(gtk_widget_get_root(widget_))));
+    });
+}
+
+void GtkRenderPeer::unrooted() {
+    keepForThisTurn(widget_);
+    disabled();
+    if (moving_) {
+        rootChanged_ = true;
+        return;
+    }
+    tellView([](OpenGLView& view) { view.moveToWindow(nullptr); });
 }
 
 void GtkRenderPeer::realized() {
@@ -141,10 +181,12 @@ void GtkRenderPeer::disabled() {
 }
 
 void GtkRenderPeer::scaled() {
-    const Kept kept(widget_);
-    if (const auto view = view_.lock()) {
-        view->setBackingScaleFactor(gtk_widget_get_scale_factor(widget_));
+    if (moving_) {
+        return;  // the window that the view comes into says so, too
     }
+    tellView([this](OpenGLView& view) {
+        view.setBackingScaleFactor(gtk_widget_get_scale_factor(widget_));
+    });
 }
 
 void GtkRenderPeer::allocated(int width, int height) {
@@ -154,7 +196,9 @@ void GtkRenderPeer::allocated(int width, int height) {
     }
     const Kept kept(widget_);
     allocating_ = true;
-    view->setFrame({0, 0, static_cast<double>(width), static_cast<double>(height)});
+    tellView([width, height](OpenGLView& told) {
+        told.setFrame({0, 0, static_cast<double>(width), static_cast<double>(height)});
+    });
     allocating_ = false;
     if (std::exchange(subviewsChanged_, false)) {
         update();
@@ -163,14 +207,16 @@ void GtkRenderPeer::allocated(int width, int height) {
 }
 
 void GtkRenderPeer::snapshot(GtkSnapshot* snapshot) {
-    const auto view = view_.lock();
-    if (!view) {
+    if (view_.expired()) {
         return;
     }
+    const Kept kept(widget_);
+    bool isOpaque = false;
+    tellView([&isOpaque](const OpenGLView& view) { isOpaque = view.isOpaque(); });
     const auto width = static_cast<float>(gtk_widget_get_width(widget_));
     const auto height = static_cast<float>(gtk_widget_get_height(widget_));
     const graphene_rect_t all = {{0, 0}, {width, height}};
-    if (view->isOpaque()) {
+    if (isOpaque) {
         // What the drawing has left transparent shows the colours it has, on black.
         const GdkRGBA black = {0, 0, 0, 1};
         gtk_snapshot_append_color(snapshot, &black, &all);
@@ -420,6 +466,10 @@ ClickCounter::Limits GtkRenderPeer::clickLimits() const {
 }
 
 void GtkRenderPeer::deliver(const Events& events) {
+    if (moving_) {
+        held_.insert(held_.end(), events.begin(), events.end());
+        return;
+    }
     const Kept kept(widget_);
     for (const Event& event : events) {
         if (const auto view = view_.lock()) {

@@ -27,6 +27,24 @@ class GtkRenderPeer : public OpenGLView::Peer {
 
     GtkWidget* widget() const { return widget_; }
 
+    /// While there is one, the widget may be moved, and what that means for the view is held back:
+    /// the toolkit does not bear that a program does something else with the widget meanwhile.
+    ///
+    /// The widget lives until a later turn of the main loop.
+    class Move {
+     public:
+        /// @param view  null for none, one that has no widget does nothing either
+        explicit Move(std::shared_ptr<OpenGLView> view);
+        /// Tells the view.
+        ~Move();
+        Move(const Move&) = delete;
+        Move& operator=(const Move&) = delete;
+
+     private:
+        std::shared_ptr<OpenGLView> view_;
+        GtkRenderPeer* peer_ = nullptr;  // while this is the outermost move of its widget
+    };
+
     void subviewsDidChange() override;
     void openGLContextDidChange() override;
     void viewIsGoing() override;
@@ -50,6 +68,9 @@ class GtkRenderPeer : public OpenGLView::Peer {
 
     void addControllers();
     void update();
+    void moved();
+    template <class Call>
+    void tellView(const Call& call);
 
     gboolean handle(GdkEvent* event);
     gboolean button(GdkEvent* event, Point location);
@@ -79,6 +100,9 @@ class GtkRenderPeer : public OpenGLView::Peer {
     GtkEmbedding embedding_;
     bool allocating_ = false;
     bool subviewsChanged_ = false;
+    bool moving_ = false;
+    bool rootChanged_ = false;  // while moving, as are the events
+    Events held_;
 
     PointerTracker pointer_;
     ClickCounter clicks_;
