@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -11,6 +12,7 @@
 #include "MivoraMac/input/MVMouse.h"
 #include "MivoraMac/input/MVMouseDispatcher.h"
 #include "MivoraMac/input/MVScroll.h"
+#include "MivoraMac/platform/NativeWindow.h"
 #include "MivoraMac/platform/headless/HeadlessPointer.h"
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
 #include "MivoraMac/views/MVBridgedView.h"
@@ -97,10 +99,30 @@ class InputView : public MVView {
 class Bridge : public MVBridgedView {
  public:
     std::shared_ptr<View> bridgeView() const override { return native; }
-    void mv_positionBridgeView() override { ++positioned; }
+    void mv_positionBridgeView() override {
+        ++positioned;
+        if (onPosition) {
+            onPosition();
+        }
+    }
 
     std::shared_ptr<View> native = View::initWithFrame({0, 0, 10, 10});
     int positioned = 0;
+    std::function<void()> onPosition;
+};
+
+/// Makes a hook callable that hosts would call.
+struct Hooks : Mivora::platform::OpenGLView {
+    static void callRenewGState(OpenGLView& view) { (view.*(&Hooks::renewGState))(); }
+};
+
+/// A desktop's window that notes when its updates are held back.
+struct HoldingWindow : Mivora::platform::NativeWindow {
+    double backingScaleFactor() const override { return 1; }
+    bool isMainWindow() const override { return true; }
+    void disableScreenUpdatesUntilFlush() override { ++held; }
+
+    int held = 0;
 };
 
 class MVApplicationRenderViewTest : public testing::Test {
@@ -233,6 +255,20 @@ TEST_F(MVApplicationRenderViewTest, enteringAgainWithoutHavingLeftDoesNothing) {
     EXPECT_THAT(linesOf([&] { renderView_->deliver(std::make_shared<Event>(event)); }), IsEmpty());
 }
 
+TEST_F(MVApplicationRenderViewTest, enteringAWindowThatIsNoLongerMainEndsTheHover) {
+    frame_->setMainWindow(false);
+    Event event;
+    event.type = Event::Type::MouseEntered;
+    const auto enter = [&] { renderView_->deliver(std::make_shared<Event>(event)); };
+    EXPECT_THAT(linesOf(enter), ElementsAre("hover ended"));
+    EXPECT_THAT(linesOf(enter), IsEmpty());
+}
+
+TEST_F(MVApplicationRenderViewTest, leavingAWindowThatIsNoLongerMainEndsTheHover) {
+    frame_->setMainWindow(false);
+    EXPECT_THAT(linesOf([&] { pointer_->leave(); }), ElementsAre("hover ended"));
+}
+
 TEST_F(MVApplicationRenderViewTest, aHoverWhoseBeginningThrowsHasBegun) {
     pointer_->leave();
     view_->throwing = "hover began";
@@ -358,6 +394,24 @@ TEST_F(MVApplicationRenderViewTest, theScaleOfTheLayerIsThatOfTheWindowFromTheFi
     EXPECT_EQ(view->contentsScale(), 1);
 }
 
+TEST_F(MVApplicationRenderViewTest, aNewLayerHasTheScaleOfTheWindow) {
+    frame_->setBackingScaleFactor(3);
+    renderView_->setContentsScale(7);
+    renderView_->setWantsLayer(true);
+    EXPECT_EQ(renderView_->contentsScale(), 3);
+}
+
+TEST_F(MVApplicationRenderViewTest, aNewPictureOfTheWindowWaitsForTheNextFrame) {
+    Hooks::callRenewGState(*renderView_);
+    const auto window = std::make_shared<HoldingWindow>();
+    renderView_->moveToWindow(window);
+    Hooks::callRenewGState(*renderView_);
+    EXPECT_EQ(window->held, 1);
+    renderView_->moveToWindow(nullptr);
+    Hooks::callRenewGState(*renderView_);
+    EXPECT_EQ(window->held, 1);
+}
+
 // Native views over the drawing
 
 TEST_F(MVApplicationRenderViewTest, theContainerIsLayerBackedAndAsLargeAsTheView) {
@@ -381,6 +435,15 @@ TEST_F(MVApplicationRenderViewTest, addedNativeViewsAreInTheContainerUntilTheyAr
     EXPECT_EQ(bridge->native->superview(), nullptr);
     frame_->setContentSize(71, 60);
     EXPECT_EQ(bridge->positioned, 1);
+}
+
+TEST_F(MVApplicationRenderViewTest, nativeViewsArePositionedOnceTheContainerHasItsSize) {
+    const auto bridge = std::make_shared<Bridge>();
+    renderView_->addBridgeView(bridge);
+    Rect container;
+    bridge->onPosition = [&] { container = renderView_->mv_bridgeViewContainer()->frame(); };
+    frame_->setContentSize(70, 60);
+    EXPECT_EQ(container, (Rect{0, 0, 70, 60}));
 }
 
 TEST_F(MVApplicationRenderViewTest, nullAndElementsWithoutANativeViewAreIgnored) {

@@ -134,3 +134,37 @@ TEST(TimerTest, aPeriodWithoutEndIsWaitedFor) {
     MainThread::runUntil([] { return false; }, 0.05);
     EXPECT_EQ(firings, 0);
 }
+
+TEST(TimerTest, keepsUpWithItsPeriodWhereTheMachineDoes) {
+    constexpr double kPeriod = 0.01;
+    constexpr double kSeconds = 0.3;
+    int firings = 0;
+    // A busy machine takes its time now and then, but not every time.
+    for (int i = 0; i < 10 && firings < kSeconds / kPeriod / 2; ++i) {
+        firings = 0;
+        const auto timer = Timer::scheduledTimer(RunLoop::main(), kPeriod, [&] { ++firings; });
+        MainThread::runUntil([] { return false; }, kSeconds);
+    }
+    EXPECT_GE(firings, kSeconds / kPeriod / 2);
+}
+
+TEST(TimerTest, theFiringAfterOneThatTookTooLongComesAtOnce) {
+    constexpr double kPeriod = 0.1;
+    double gap = kPeriod;
+    // Again where a busy machine takes its time.
+    for (int i = 0; i < 10 && gap > kPeriod / 3; ++i) {
+        std::vector<Clock::time_point> starts;
+        Clock::time_point firstEnd;
+        const auto until = Clock::now() + std::chrono::milliseconds(220);
+        const auto timer = Timer::scheduledTimer(RunLoop::main(), kPeriod, [&] {
+            starts.push_back(Clock::now());
+            if (starts.size() == 1) {
+                std::this_thread::sleep_until(until);
+                firstEnd = Clock::now();
+            }
+        });
+        ASSERT_TRUE(MainThread::runUntil([&] { return starts.size() >= 2; }, kTimeout));
+        gap = std::chrono::duration<double>(starts[1] - firstEnd).count();
+    }
+    EXPECT_LE(gap, kPeriod / 3);
+}
