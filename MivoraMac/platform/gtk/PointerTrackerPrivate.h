@@ -88,6 +88,7 @@ class PointerTracker {
     /// The pointer is taken away, whatever it was doing: it leaves, so that nothing takes the
     /// releases for the end of clicks, and then lets go of the buttons.
     Events cancel() {
+        inside_ = inside_ || isAnyHeld();  // a finger presses without having entered
         Events events = exit();
         for (const Button button : {Button::Primary, Button::Secondary}) {
             if (isHeld(button)) {

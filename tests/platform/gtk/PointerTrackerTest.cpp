@@ -121,4 +121,12 @@ TEST(PointerTrackerTest, aTouchPressesWithoutHavingEntered) {
     EXPECT_EQ(text(pointer.leave()), "");
 }
 
+TEST(PointerTrackerTest, aCancelledTouchLeavesBeforeItLetsGo) {
+    PointerTracker pointer;
+    pointer.press(kPrimary, {1, 1}, 1);
+    EXPECT_EQ(text(pointer.cancel()), "exited up(1)");
+    EXPECT_EQ(text(pointer.cancel()), "");
+    EXPECT_EQ(text(pointer.move({2, 2})), "entered");
+}
+
 }  // namespace
