@@ -37,9 +37,6 @@ class ClickCounter {
         return count_ = 1;
     }
 
-    /// Ends the series.
-    void reset() { count_ = 0; }
-
  private:
     unsigned button_ = 0;
     Point first_;
