@@ -5,8 +5,8 @@
 #include <cmath>
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/type_ptr.hpp>
+#include <utility>
 
-#include "MivoraMac/platform/DebugLog.h"
 #include "MivoraMac/platform/gtk/GtkWidgetViewPrivate.h"
 
 namespace Mivora::platform {
@@ -71,32 +71,52 @@ void GtkEmbedding::update(const View* root) {
     if (root != nullptr) {
         collect(*root, found);
     }
-    if (found == children_) {
+    const auto isHere = [this](const auto& view) {
+        return gtk_widget_get_parent(view->widget()) == parent_;
+    };
+    if (found == children_ && std::all_of(found.begin(), found.end(), isHere)) {
         return;
     }
-    const std::vector<std::shared_ptr<GtkWidgetView>> before = std::move(children_);
-    children_ = found;
+    // What a widget does about it may lead here again: then that has settled it.
+    const std::vector<std::shared_ptr<GtkWidgetView>> before = std::exchange(children_, found);
     for (const auto& view : before) {
-        if (std::find(found.begin(), found.end(), view) == found.end() &&
-            gtk_widget_get_parent(view->widget()) == parent_) {
+        if (std::find(children_.begin(), children_.end(), view) == children_.end() &&
+            isHere(view)) {
             gtk_widget_unparent(view->widget());
         }
     }
     for (const auto& view : found) {
-        gtk_widget_insert_before(view->widget(), parent_, nullptr);
+        if (children_ != found) {
+            return;
+        }
+        if (isHere(view) || gtk_widget_get_parent(view->widget()) == nullptr) {
+            gtk_widget_insert_before(view->widget(), parent_, nullptr);
+        }
     }
+}
+
+/// @return why a widget cannot be shown in the parent; null if it can
+const char* GtkEmbedding::refusal(GtkWidget* widget) const {
+    GtkWidget* const parent = gtk_widget_get_parent(widget);
+    if (GTK_IS_ROOT(widget)) {
+        return "a window is not shown in a view";
+    }
+    if (widget == parent_ || gtk_widget_is_ancestor(parent_, widget) != FALSE) {
+        return "a widget is not shown in a view that is in it";
+    }
+    return parent == nullptr || parent == parent_
+               ? nullptr
+               : "a widget that is in another one is not shown in a view";
 }
 
 void GtkEmbedding::collect(const View& view,
                            std::vector<std::shared_ptr<GtkWidgetView>>& found) const {
     for (const std::shared_ptr<View>& below : view.subviews()) {
         if (auto widgetView = std::dynamic_pointer_cast<GtkWidgetView>(below)) {
-            GtkWidget* const parent = gtk_widget_get_parent(widgetView->widget());
-            if (parent == nullptr || parent == parent_) {
+            const char* const refused = refusal(widgetView->widget());
+            widgetView->setRefusal(refused);
+            if (refused == nullptr) {
                 found.push_back(std::move(widgetView));
-            } else {
-                DebugLog::warn(DebugLog::Category::Events,
-                               "a widget that is in another one is not shown in a view");
             }
         }
         collect(*below, found);
@@ -111,7 +131,9 @@ void GtkEmbedding::place(const View& root, double height) const {
 void GtkEmbedding::placeBelow(const View& view, const glm::dmat4& toRoot, bool hidden,
                               double height) const {
     const glm::dmat4 through = toRoot * sublayerTransform(view);
-    for (const std::shared_ptr<View>& below : view.subviews()) {
+    // A copy: what a widget does about its place may change the views.
+    const std::vector<std::shared_ptr<View>> subviews = view.subviews();
+    for (const std::shared_ptr<View>& below : subviews) {
         const glm::dmat4 belowToRoot = through * toSuperview(*below);
         const bool isBelowHidden = hidden || below->isHidden();
         if (const auto* widgetView = dynamic_cast<const GtkWidgetView*>(below.get())) {
@@ -143,12 +165,17 @@ void GtkEmbedding::placeWidget(const GtkWidgetView& view, const glm::dmat4& toRo
     gtk_widget_measure(widget, GTK_ORIENTATION_VERTICAL, width, &minimumHeight, nullptr, nullptr,
                        nullptr);
     const int lines = std::max(minimumHeight, static_cast<int>(std::lround(bounds.height)));
-    gtk_widget_allocate(widget, width, lines, -1, transformOf(matrix));
+    if (gtk_widget_get_parent(widget) == parent_) {
+        gtk_widget_allocate(widget, width, lines, -1, transformOf(matrix));
+    }
 }
 
 void GtkEmbedding::snapshot(GtkSnapshot* snapshot) const {
-    for (const auto& view : children_) {
-        gtk_widget_snapshot_child(parent_, view->widget(), snapshot);
+    const std::vector<std::shared_ptr<GtkWidgetView>> children = children_;
+    for (const auto& view : children) {
+        if (gtk_widget_get_parent(view->widget()) == parent_) {
+            gtk_widget_snapshot_child(parent_, view->widget(), snapshot);
+        }
     }
 }
 

@@ -33,6 +33,7 @@ class GtkEmbedding {
     void snapshot(GtkSnapshot* snapshot) const;
 
  private:
+    const char* refusal(GtkWidget* widget) const;
     void collect(const View& view, std::vector<std::shared_ptr<GtkWidgetView>>& found) const;
     void placeBelow(const View& view, const glm::dmat4& toRoot, bool hidden, double height) const;
     void placeWidget(const GtkWidgetView& view, const glm::dmat4& toRoot, bool hidden,

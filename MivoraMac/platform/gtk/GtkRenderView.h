@@ -38,8 +38,8 @@ MIVORA_EXPORT GtkWidget* GtkWidgetForView(const std::shared_ptr<OpenGLView>& vie
 /// all the same.
 ///
 /// The view owns the widget, sinking a floating reference. A widget that is in another widget is
-/// not shown until it has been taken from there. For a widget that has a view already, it is that
-/// one.
+/// not shown until it has been taken from there; windows, and widgets that the `OpenGLView` itself
+/// is in, never are. For a widget that has a view already, it is that one.
 ///
 /// Thread: main.
 ///

@@ -1,5 +1,9 @@
 #include "MivoraMac/platform/gtk/GtkWidgetViewPrivate.h"
 
+#include <utility>
+
+#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/gtk/GtkKeepPrivate.h"
 #include "MivoraMac/platform/gtk/GtkRenderView.h"
 
 namespace Mivora::platform {
@@ -28,11 +32,34 @@ std::shared_ptr<GtkWidgetView> GtkWidgetView::create(GtkWidget* widget) {
 GtkWidgetView::GtkWidgetView(GtkWidget* widget) : widget_(widget) {
     g_object_ref_sink(widget_);
     g_object_set_qdata(G_OBJECT(widget_), viewQuark(), this);
+    g_signal_connect(widget_, "notify::parent",
+                     G_CALLBACK(+[](GtkWidget*, GParamSpec*, gpointer self) {
+                         static_cast<GtkWidgetView*>(self)->parentDidChange();
+                     }),
+                     this);
 }
 
 GtkWidgetView::~GtkWidgetView() {
+    g_signal_handlers_disconnect_by_data(widget_, this);
     g_object_set_qdata(G_OBJECT(widget_), viewQuark(), nullptr);
-    g_object_unref(widget_);
+    unrefLater(widget_);
+}
+
+/// Whoever took the widget from where it was may be about to put it somewhere else.
+void GtkWidgetView::parentDidChange() {
+    if (gtk_widget_get_parent(widget_) == nullptr && superview()) {
+        MainThread::perform([weak = std::weak_ptr(shared_from_this())] {
+            if (const auto view = std::static_pointer_cast<GtkWidgetView>(weak.lock())) {
+                view->subviewsDidChange();
+            }
+        });
+    }
+}
+
+void GtkWidgetView::setRefusal(const char* why) {
+    if (std::exchange(refusal_, why) != why && why != nullptr) {
+        DebugLog::warn(DebugLog::Category::Events, "%s", why);
+    }
 }
 
 }  // namespace Mivora::platform

@@ -17,11 +17,18 @@ class GtkWidgetView : public View {
 
     GtkWidget* widget() const { return widget_; }
 
+    /// Takes note of why the widget is not shown, and logs it once.
+    /// @param why  a constant text; null when it is shown
+    void setRefusal(const char* why);
+
  private:
     friend struct ::MVMaker;
     explicit GtkWidgetView(GtkWidget* widget);
 
+    void parentDidChange();
+
     GtkWidget* widget_;
+    const char* refusal_ = nullptr;
 };
 
 }  // namespace Mivora::platform
