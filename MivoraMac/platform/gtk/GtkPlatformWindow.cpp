@@ -42,14 +42,27 @@ void layOutLater(GtkWidget* widget) {
     });
 }
 
-/// Takes a widget from where it is.
+/// Takes a widget from where it is. Where a container keeps it in a property, it is told.
 void takeOut(GtkWidget* widget) {
     GtkWidget* const parent = gtk_widget_get_parent(widget);
-    if (GTK_IS_WINDOW(parent)) {
-        gtk_window_set_child(GTK_WINDOW(parent), nullptr);
-    } else if (parent != nullptr) {
-        gtk_widget_unparent(widget);
+    if (parent == nullptr) {
+        return;
     }
+    if (GTK_IS_STACK(parent)) {
+        gtk_stack_remove(GTK_STACK(parent), widget);
+        return;
+    }
+    for (const char* const property : {"child", "start-child", "end-child"}) {
+        if (g_object_class_find_property(G_OBJECT_GET_CLASS(parent), property) != nullptr) {
+            g_autoptr(GObject) child = nullptr;
+            g_object_get(parent, property, &child, nullptr);
+            if (child == G_OBJECT(widget)) {
+                g_object_set(parent, property, nullptr, nullptr);
+                return;
+            }
+        }
+    }
+    gtk_widget_unparent(widget);
 }
 
 }  // namespace
@@ -69,6 +82,11 @@ GtkPlatformWindow::GtkPlatformWindow(const std::string& title, const Rect& conte
                      G_CALLBACK(+[](GtkWindow*, gpointer self) -> gboolean {
                          static_cast<GtkPlatformWindow*>(self)->close();
                          return TRUE;
+                     }),
+                     this);
+    // By somebody else.
+    g_signal_connect(window_, "destroy", G_CALLBACK(+[](GtkWidget*, gpointer self) {
+                         static_cast<GtkPlatformWindow*>(self)->wasDestroyed();
                      }),
                      this);
 }
@@ -124,10 +142,21 @@ void GtkPlatformWindow::close() {
         return;
     }
     const std::shared_ptr<Window> kept = shared_from_this();
-    closedTitle_ = title();
-    closedRect_ = contentRect();
+    remember();
     destroy();
     tellClosed();
+}
+
+void GtkPlatformWindow::wasDestroyed() {
+    const std::shared_ptr<Window> kept = shared_from_this();
+    remember();
+    window_ = nullptr;
+    tellClosed();
+}
+
+void GtkPlatformWindow::remember() {
+    closedTitle_ = title();
+    closedRect_ = contentRect();
 }
 
 void GtkPlatformWindow::destroy() {

@@ -36,7 +36,9 @@ class GtkPlatformWindow : public Window {
     friend struct ::MVMaker;
     GtkPlatformWindow(const std::string& title, const Rect& content);
 
+    void remember();
     void destroy();
+    void wasDestroyed();
 
     GtkWindow* window_;  // null once closed
     std::string closedTitle_;
