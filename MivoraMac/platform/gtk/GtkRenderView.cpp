@@ -41,6 +41,9 @@ GtkWidgetClass* baseClass() {
 
 void dispose(GObject* object) {
     std::unique_ptr<GtkRenderPeer> peer(std::exchange(MIVORA_RENDER_WIDGET(object)->peer, nullptr));
+    if (peer && gtk_widget_get_root(GTK_WIDGET(object)) != nullptr) {
+        peer->unrooted();  // taken apart by a program, where it is
+    }
     peer.reset();
     G_OBJECT_CLASS(mivora_render_widget_parent_class)->dispose(object);
 }
