@@ -33,9 +33,10 @@ GdkGLContext* createContext() {
 
 /// Whether a thread may draw while the toolkit draws on the main thread.
 ///
-/// Not with Mesa's software rasteriser (22.3): whenever a context of a display uploads something, it
-/// walks through what all others are drawing, without keeping them from freeing that meanwhile.
-/// Contexts that are not of the display, and frames that are copied, keep out of its way.
+/// Not with Mesa's software rasteriser (22.3): whenever a context of a display uploads something,
+/// it walks through what all others are drawing, without keeping them from freeing that meanwhile.
+/// Contexts that are not of the display, and frames that are copied, keep out of its way. Nor with
+/// a context that does not say what draws.
 ///
 /// The environment variable `MIVORA_SHARE_TEXTURES` says otherwise: 1 for yes, 0 for no.
 bool mayDrawBesideToolkit(GdkGLContext* context) {
@@ -43,10 +44,12 @@ bool mayDrawBesideToolkit(GdkGLContext* context) {
         return std::string_view(wanted) == "1";
     }
     gdk_gl_context_make_current(context);
-    const auto* const name = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+    const bool isCurrent = gdk_gl_context_get_current() == context;
+    const auto* const name =
+        isCurrent ? reinterpret_cast<const char*>(glGetString(GL_RENDERER)) : nullptr;
     const std::string_view renderer = name != nullptr ? name : "";
     gdk_gl_context_clear_current();
-    return renderer.find("llvmpipe") == std::string_view::npos &&
+    return !renderer.empty() && renderer.find("llvmpipe") == std::string_view::npos &&
            renderer.find("softpipe") == std::string_view::npos;
 }
 
