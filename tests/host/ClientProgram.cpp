@@ -15,12 +15,28 @@
 //   disable / enable               the view's widget
 //   drop-view / drop-widget        one of the two before the other
 //   new-widget                     another widget for the view, in the place of the first
+//   areas EVENT                    four widgets among the native views: once EVENT ("resize",
+//   "draw",
+//                                  "unmap") comes to one of them, all are taken out and dropped
+//   grow                           makes the areas larger
+//   unareas                        takes the first of them out
+//   steal / return                 puts the button beside the view, and takes it from there
+//   embed-window / embed-itself    a window, or the view's own widget, among the native views
+//   dispose                        takes the view's widget apart where it is
+//   adopt [CONTAINER]              a window of the library takes the view over, from the box or a
+//                                  container put there: "frame", "scrolled", "paned" or "stack"
+//   destroy                        destroys the toolkit's window that the view is in
+//   adopted                        prints what the window of the library says of itself
 #include <gtk/gtk.h>
 
 #include <cstdio>
 #include <glm/gtc/matrix_transform.hpp>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "MivoraMac/platform/Window.h"
 #include "MivoraMac/platform/gtk/GtkRenderView.h"
 #include "tests/host/CommandLines.h"
 #include "tests/host/QuadrantView.h"
@@ -28,6 +44,7 @@
 using Mivora::platform::GtkWidgetForView;
 using Mivora::platform::View;
 using Mivora::platform::ViewForGtkWidget;
+using Mivora::platform::Window;
 using Mivora::tests::QuadrantView;
 
 namespace {
@@ -36,9 +53,12 @@ struct Client {
     GtkWidget* window = nullptr;
     GtkWidget* box = nullptr;
     GtkWidget* widget = nullptr;
+    GtkWidget* aside = nullptr;
     std::shared_ptr<QuadrantView> view;
     std::shared_ptr<View> container;
     std::shared_ptr<View> button;
+    std::vector<std::shared_ptr<View>> areas;
+    std::shared_ptr<Window> own;
 };
 
 void printPlace(const char* word, GtkWidget* widget, GtkWidget* in) {
@@ -94,6 +114,115 @@ void turn(Client& client, std::istringstream& rest) {
         glm::rotate(glm::dmat4(1.0), glm::radians(degrees), glm::dvec3(0, 0, 1)));
 }
 
+void removeAreas(Client& client) {
+    if (const auto areas = std::exchange(client.areas, {}); !areas.empty()) {
+        std::puts("removes all");
+        for (const auto& area : areas) {
+            area->removeFromSuperview();
+        }
+    }
+}
+
+void addAreas(Client& client, std::istringstream& rest) {
+    std::string event;
+    rest >> event;
+    client.container->setFrame(client.view->bounds());
+    for (int i = 0; i < 4; ++i) {
+        GtkWidget* const widget = gtk_drawing_area_new();
+        if (event == "draw") {
+            gtk_drawing_area_set_draw_func(
+                GTK_DRAWING_AREA(widget),
+                [](GtkDrawingArea*, cairo_t*, int, int, gpointer data) {
+                    removeAreas(*static_cast<Client*>(data));
+                },
+                &client, nullptr);
+        } else if (event == "resize") {
+            g_signal_connect(widget, "resize", G_CALLBACK(+[](GtkWidget*, int, int, gpointer data) {
+                                 removeAreas(*static_cast<Client*>(data));
+                             }),
+                             &client);
+        } else {
+            g_signal_connect(widget, "unmap", G_CALLBACK(+[](GtkWidget*, gpointer data) {
+                                 removeAreas(*static_cast<Client*>(data));
+                             }),
+                             &client);
+        }
+        client.areas.push_back(ViewForGtkWidget(widget));
+        client.areas.back()->setFrame({10.0 + 40 * i, 10, 30, 30});
+        client.container->addSubview(client.areas.back());
+    }
+}
+
+void embed(Client& client, GtkWidget* widget) {
+    const std::shared_ptr<View> view = ViewForGtkWidget(widget);
+    view->setFrame({0, 0, 10, 10});
+    client.container->addSubview(view);
+}
+
+void moveButton(Client& client, bool away) {
+    GtkWidget* const widget = gtk_widget_get_first_child(away ? client.widget : client.aside);
+    if (away) {
+        client.aside = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
+        gtk_box_append(GTK_BOX(client.box), client.aside);
+        gtk_widget_unparent(widget);
+        gtk_box_append(GTK_BOX(client.aside), widget);
+    } else {
+        gtk_box_remove(GTK_BOX(client.aside), widget);
+        gtk_box_remove(GTK_BOX(client.box), client.aside);
+    }
+}
+
+/// @return a container of the kind, holding the widget
+GtkWidget* containerFor(const std::string& kind, GtkWidget* widget) {
+    GtkWidget* container = nullptr;
+    if (kind == "frame") {
+        container = gtk_frame_new(nullptr);
+        gtk_frame_set_child(GTK_FRAME(container), widget);
+    } else if (kind == "scrolled") {
+        container = gtk_scrolled_window_new();
+        gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(container), widget);
+    } else if (kind == "paned") {
+        container = gtk_paned_new(GTK_ORIENTATION_HORIZONTAL);
+        gtk_paned_set_end_child(GTK_PANED(container), widget);
+    } else {
+        container = gtk_stack_new();
+        gtk_stack_add_child(GTK_STACK(container), widget);
+    }
+    return container;
+}
+
+void adopt(Client& client, std::istringstream& rest) {
+    std::string kind;
+    if (rest >> kind) {
+        const std::shared_ptr<Window> before = std::exchange(client.own, nullptr);
+        if (before) {
+            before->setContentView(nullptr);
+        }
+        client.widget = GtkWidgetForView(client.view);
+        if (gtk_widget_get_parent(client.widget) == client.box) {
+            gtk_box_remove(GTK_BOX(client.box), client.widget);
+            client.widget = GtkWidgetForView(client.view);
+        }
+        GtkWidget* const container = containerFor(kind, client.widget);
+        gtk_box_append(GTK_BOX(client.box), container);
+        client.aside = container;
+    }
+    client.own = Window::initWithTitle("Own", 300, 200);
+    client.own->setCloseHandler([] { std::puts("closed"); });
+    client.own->setContentView(client.view);
+    client.own->show();
+    std::puts(client.view->window() == client.own ? "adopted" : "not adopted");
+    if (!kind.empty()) {
+        gtk_box_remove(GTK_BOX(client.box), client.aside);
+    }
+}
+
+void printOwnWindow(const Client& client) {
+    std::printf("%s %s %.0f %.0f\n", client.own->title().c_str(),
+                client.own->isVisible() ? "visible" : "gone", client.own->contentRect().width,
+                client.own->contentRect().height);
+}
+
 void obey(Client& client, const std::string& command, std::istringstream& rest) {
     if (command == "place") {
         printPlace("place", client.widget, client.window);
@@ -124,6 +253,28 @@ void obey(Client& client, const std::string& command, std::istringstream& rest) 
         client.widget = nullptr;
     } else if (command == "new-widget") {
         addView(client);
+    } else if (command == "areas") {
+        addAreas(client, rest);
+    } else if (command == "grow") {
+        for (const auto& area : std::vector(client.areas)) {
+            area->setFrame({area->frame().x, 10, 35, 60});
+        }
+    } else if (command == "unareas") {
+        std::shared_ptr<View>(client.areas.front())->removeFromSuperview();
+    } else if (command == "steal" || command == "return") {
+        moveButton(client, command == "steal");
+    } else if (command == "embed-window") {
+        embed(client, client.window);
+    } else if (command == "embed-itself") {
+        embed(client, client.widget);
+    } else if (command == "dispose") {
+        g_object_run_dispose(G_OBJECT(client.widget));
+    } else if (command == "adopt") {
+        adopt(client, rest);
+    } else if (command == "destroy") {
+        gtk_window_destroy(GTK_WINDOW(gtk_widget_get_root(GtkWidgetForView(client.view))));
+    } else if (command == "adopted") {
+        printOwnWindow(client);
     } else {
         std::printf("unknown command: %s\n", command.c_str());
     }
