@@ -33,7 +33,7 @@ class GtkRenderPeer : public OpenGLView::Peer {
     /// The widget lives until a later turn of the main loop.
     class Move {
      public:
-        /// @param view  null for none, one that has no widget does nothing either
+        /// @param view  where it is null, or has no widget, nothing is held back
         explicit Move(std::shared_ptr<OpenGLView> view);
         /// Tells the view.
         ~Move();
