@@ -206,38 +206,50 @@ std::optional<std::size_t> endOfBMP(const Walk& file) {
     return 0;
 }
 
-/// The size that the head of the file says is there. Of a file that says it is animated, the decoder
-/// takes for granted that it has the animation's parameters and then a frame.
-std::size_t endOfWebP(const Walk& file) {
-    Walk walk = file;
+/// The size that the head of the file says is there.
+std::size_t endOfWebP(Walk walk) {
     walk.skip(4);
     const std::uint32_t size = walk.littleEndian(4);
-    Walk chunks = walk;
     walk.skip(size);
+    return walk.reached();
+}
 
-    constexpr std::uint32_t kExtended = 0x56503858;    // "VP8X"
-    constexpr std::uint32_t kParameters = 0x414E494D;  // "ANIM"
-    constexpr std::uint32_t kFrame = 0x414E4D46;       // "ANMF"
-    constexpr std::uint32_t kAnimated = 2;             // a flag of the first
-    chunks.skip(4);
-    bool hasParameters = true;
-    for (bool isFirst = true; !chunks.isPast(); isFirst = false) {
-        const std::uint32_t tag = chunks.bigEndian(4);
-        const std::uint32_t length = chunks.littleEndian(4);
-        if (isFirst) {
-            Walk flags = chunks;
-            if (tag != kExtended || (flags.byte() & kAnimated) == 0) {
-                return walk.reached();
-            }
-            hasParameters = false;
-        }
-        hasParameters = hasParameters || tag == kParameters;
-        if (tag == kFrame) {
-            return hasParameters ? walk.reached() : 0;
-        }
-        chunks.skip(std::size_t{length} + length % 2);
+bool isWebP(std::span<const std::uint8_t> bytes) {
+    return startsWith(bytes, "RIFF") &&
+           startsWith(bytes.subspan(std::min<std::size_t>(8, bytes.size())), "WEBP");
+}
+
+constexpr std::size_t kWebPHeaderSize = 12;
+
+/// The first chunk of WebP files that hold more than one picture without alpha.
+struct WebPExtension {
+    std::uint32_t flags;
+    std::uint32_t width;  ///< in pixels, less one
+    std::uint32_t height;
+};
+
+/// @return nothing where there is none
+std::optional<WebPExtension> extensionOfWebP(std::span<const std::uint8_t> bytes) {
+    if (!isWebP(bytes) || !startsWith(bytes.subspan(kWebPHeaderSize), "VP8X")) {
+        return std::nullopt;
     }
-    return 0;
+    Walk walk(bytes);
+    walk.skip(kWebPHeaderSize + 8);
+    const std::uint32_t flags = walk.littleEndian(4);
+    const std::uint32_t width = walk.littleEndian(3);
+    return WebPExtension{flags, width, walk.littleEndian(3)};
+}
+
+void appendLittleEndian(std::vector<std::uint8_t>& bytes, std::size_t value, int count) {
+    std::array<std::uint8_t, 4> digits{};
+    for (std::size_t i = 0; i < digits.size(); ++i) {
+        digits[i] = static_cast<std::uint8_t>(value >> (8 * i));
+    }
+    bytes.insert(bytes.end(), digits.begin(), digits.begin() + count);
+}
+
+void append(std::vector<std::uint8_t>& bytes, std::string_view text) {
+    bytes.insert(bytes.end(), text.begin(), text.end());
 }
 
 /// The directory of the first picture and the values it refers to; of the pixels the decoder does
@@ -293,11 +305,67 @@ std::optional<std::size_t> firstImageEnd(std::span<const std::uint8_t> bytes) {
     if (startsWith(bytes, "BM")) {
         return endOfBMP(Walk(bytes));
     }
-    if (startsWith(bytes, "RIFF") &&
-        startsWith(bytes.subspan(std::min<std::size_t>(8, bytes.size())), "WEBP")) {
+    if (isWebP(bytes)) {
         return endOfWebP(Walk(bytes));
     }
     return std::nullopt;
+}
+
+std::optional<PixelSize> claimedSizeOfWebP(std::span<const std::uint8_t> bytes) {
+    const std::optional<WebPExtension> extension = extensionOfWebP(bytes);
+    return extension ? std::optional(PixelSize{static_cast<int>(extension->width) + 1,
+                                               static_cast<int>(extension->height) + 1})
+                     : std::nullopt;
+}
+
+std::optional<std::vector<std::uint8_t>> firstFrameOfWebP(std::span<const std::uint8_t> bytes) {
+    constexpr std::uint32_t kFrame = 0x414E4D46;  // "ANMF"
+    constexpr std::uint32_t kAnimated = 2;        // flags of the extension
+    constexpr std::uint8_t kAlpha = 16;
+    constexpr std::size_t kExtensionSize = 10;
+    constexpr std::size_t kFrameHeaderSize = 16;
+    const std::optional<WebPExtension> extension = extensionOfWebP(bytes);
+    if (!extension || (extension->flags & kAnimated) == 0) {
+        return std::nullopt;
+    }
+    Walk walk(bytes);
+    walk.skip(kWebPHeaderSize);
+    std::uint32_t tag = walk.bigEndian(4);
+    std::size_t length = walk.littleEndian(4);
+    while (tag != kFrame && !walk.isPast()) {
+        walk.skip(length + length % 2);
+        tag = walk.bigEndian(4);
+        length = walk.littleEndian(4);
+    }
+    const std::size_t begin = walk.reached();
+    walk.skip(length);
+    if (walk.isPast() || length < kFrameHeaderSize) {
+        return std::vector<std::uint8_t>();
+    }
+    Walk frame(bytes.subspan(begin, length));
+    const std::uint32_t x = frame.littleEndian(3);
+    const std::uint32_t y = frame.littleEndian(3);
+    const std::uint32_t frameWidth = frame.littleEndian(3);
+    const std::uint32_t frameHeight = frame.littleEndian(3);
+    if (x != 0 || y != 0 || frameWidth != extension->width || frameHeight != extension->height) {
+        return std::vector<std::uint8_t>();
+    }
+
+    const auto chunks = bytes.subspan(begin + kFrameHeaderSize, length - kFrameHeaderSize);
+    const bool hasAlpha = startsWith(chunks, "ALPH");  // which wants a file with an extension
+    std::vector<std::uint8_t> file;
+    append(file, "RIFF");
+    appendLittleEndian(file, 4 + (hasAlpha ? 8 + kExtensionSize : 0) + chunks.size(), 4);
+    append(file, "WEBP");
+    if (hasAlpha) {
+        append(file, "VP8X");
+        appendLittleEndian(file, kExtensionSize, 4);
+        appendLittleEndian(file, kAlpha, 4);
+        appendLittleEndian(file, extension->width, 3);
+        appendLittleEndian(file, extension->height, 3);
+    }
+    file.insert(file.end(), chunks.begin(), chunks.end());
+    return file;
 }
 
 }  // namespace Mivora::platform

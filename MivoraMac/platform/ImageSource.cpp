@@ -14,6 +14,7 @@
 #include <span>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "MivoraMac/platform/BitmapContext.h"
 #include "MivoraMac/platform/ImageFileCheckPrivate.h"
@@ -104,12 +105,15 @@ bool isMoreThanBytesHold(GdkPixbufFormat* format, gint width, gint height, std::
     return pixels / kPixelsPerByte > fileSize && isOneOf(format, {"png", "jpeg", "gif", "bmp"});
 }
 
+std::string tooLarge(int maximumExtent) {
+    return "the image is larger than " + std::to_string(maximumExtent) + " pixels";
+}
+
 /// Called when the size is known and nothing has been allocated for the pixels.
 void sizePrepared(GdkPixbufLoader* loader, gint width, gint height, gpointer data) {
     auto* progress = static_cast<Progress*>(data);
     if (width > progress->maximumExtent || height > progress->maximumExtent) {
-        progress->refusal =
-            "the image is larger than " + std::to_string(progress->maximumExtent) + " pixels";
+        progress->refusal = tooLarge(progress->maximumExtent);
     } else if (isMoreThanBytesHold(gdk_pixbuf_loader_get_format(loader), width, height,
                                    progress->fileSize)) {
         progress->refusal = "the file is too small for its picture of " + std::to_string(width) +
@@ -233,9 +237,21 @@ ImageSource::Result ImageSource::firstImageOfBytes(std::span<const std::uint8_t>
         return failure("the file is cut short or damaged");
     }
     bytes = bytes.first(end.value_or(bytes.size()));
+    maximumExtent = std::min(maximumExtent, kMaximumExtent);
+    if (const std::optional<PixelSize> size = claimedSizeOfWebP(bytes);
+        size && std::max(size->width, size->height) > maximumExtent) {
+        return failure(tooLarge(maximumExtent));
+    }
+    const std::optional<std::vector<std::uint8_t>> frame = firstFrameOfWebP(bytes);
+    if (frame) {
+        if (frame->empty()) {
+            return failure("the animation has no first frame that covers it");
+        }
+        bytes = *frame;
+    }
 
     const Loader loader(gdk_pixbuf_loader_new());
-    Progress progress{std::min(maximumExtent, kMaximumExtent), bytes.size(), {}};
+    Progress progress{maximumExtent, bytes.size(), {}};
     g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(sizePrepared), &progress);
     g_signal_connect(loader.get(), "area-prepared", G_CALLBACK(areaPrepared), nullptr);
     if (!end.has_value()) {

@@ -1,6 +1,8 @@
 #include "tests/images/ImageEncoders.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
@@ -10,6 +12,7 @@
 #include <png.h>
 #include <tiffio.h>
 #include <webp/encode.h>
+#include <webp/mux.h>
 
 namespace Mivora::tests {
 
@@ -214,6 +217,37 @@ void writeWebP(const std::string& path, const platform::Picture& picture, bool h
     const std::unique_ptr<std::uint8_t, void (*)(void*)> owner(output, &WebPFree);
     require(size > 0 && std::fwrite(output, 1, size, created(path).get()) == size,
             "the WebP encoder failed");
+}
+
+void writeAnimatedWebP(const std::string& path, const platform::Picture& picture) {
+    constexpr int kFrames = 2;
+    constexpr int kMilliseconds = 100;
+    const int width = picture.size.width;
+    const int height = picture.size.height;
+    const std::unique_ptr<WebPAnimEncoder, void (*)(WebPAnimEncoder*)> encoder(
+        WebPAnimEncoderNew(width, height, nullptr), &WebPAnimEncoderDelete);
+    WebPConfig config;
+    WebPPicture frame;
+    require(encoder && WebPConfigInit(&config) != 0 && WebPPictureInit(&frame) != 0,
+            "the WebP encoder cannot start");
+    config.lossless = 1;
+    frame.use_argb = 1;
+    frame.width = width;
+    frame.height = height;
+    bool isWritten = WebPPictureImportRGBA(&frame, picture.rgba.data(), width * 4) != 0;
+    for (int i = 0; isWritten && i < kFrames; ++i) {
+        isWritten = WebPAnimEncoderAdd(encoder.get(), &frame, i * kMilliseconds, &config) != 0;
+        std::fill_n(frame.argb, std::ptrdiff_t{frame.argb_stride} * height, 0xFF000000U);
+    }
+    WebPPictureFree(&frame);
+    WebPData data;
+    WebPDataInit(&data);
+    isWritten = isWritten &&
+                WebPAnimEncoderAdd(encoder.get(), nullptr, kFrames * kMilliseconds, nullptr) != 0 &&
+                WebPAnimEncoderAssemble(encoder.get(), &data) != 0 &&
+                std::fwrite(data.bytes, 1, data.size, created(path).get()) == data.size;
+    WebPDataClear(&data);
+    require(isWritten, "the WebP encoder failed");
 }
 
 }  // namespace Mivora::tests

@@ -62,5 +62,7 @@ void writeTIFF(const std::string& path, platform::PixelSize size, const TIFFOpti
 
 enum class WebP { Lossless, Lossy };
 void writeWebP(const std::string& path, const platform::Picture& picture, bool hasAlpha, WebP kind);
+/// Without loss; the second and last frame is black.
+void writeAnimatedWebP(const std::string& path, const platform::Picture& picture);
 
 }  // namespace Mivora::tests

@@ -42,6 +42,7 @@ using Mivora::tests::TemporaryFolder;
 using Mivora::tests::testPicture;
 using Mivora::tests::TIFFOptions;
 using Mivora::tests::WebP;
+using Mivora::tests::writeAnimatedWebP;
 using Mivora::tests::writeGIF;
 using Mivora::tests::writeJPEG;
 using Mivora::tests::writePNG;
@@ -491,6 +492,13 @@ Format webP(const char* name, PixelSize size, Alpha alpha, WebP kind) {
             }};
 }
 
+template <bool hasAlpha>
+Picture writeWebPOfTwoFrames(const std::string& path, PixelSize size) {
+    Picture picture = testPicture(size.width, size.height, hasAlpha);
+    writeAnimatedWebP(path, picture);
+    return picture;
+}
+
 constexpr PixelSize kOne{1, 1};
 constexpr PixelSize kOdd{37, 23};
 constexpr PixelSize kEven{64, 48};
@@ -582,6 +590,8 @@ std::vector<Format> formats() {
         webP("lossyWebP", kOdd, Alpha::No, WebP::Lossy),
         webP("lossyWebPWithAlpha", kEven, Alpha::Yes, WebP::Lossy),
         webP("thinWebP", kThin, Alpha::No, WebP::Lossless),
+        {"animatedWebP", kOdd, Alpha::Yes, 0, writeWebPOfTwoFrames<true>},
+        {"opaqueAnimatedWebP", kOdd, Alpha::No, 0, writeWebPOfTwoFrames<false>},
     };
     return all;
 }

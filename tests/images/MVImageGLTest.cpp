@@ -1,5 +1,8 @@
 #include "MivoraMac/images/MVImage.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
@@ -12,6 +15,9 @@
 #include "tests/support/QueueGate.h"
 
 using Mivora::Size2;
+using Mivora::platform::AlphaInfo;
+using Mivora::platform::BitmapImage;
+using Mivora::platform::ByteOrder;
 using Mivora::platform::MainThread;
 using Mivora::platform::Picture;
 using Mivora::tests::bitmapOf;
@@ -134,6 +140,49 @@ TEST_F(MVImageGLTest, aBitmapIsUploadedAsRGBA) {
     EXPECT_THAT(gl_->texts(),
                 ElementsAreArray(making(image->mv_texture(), GL_RGBA, 4, 2, GL_RGBA)));
 }
+
+struct Layout {
+    const char* name;
+    AlphaInfo alphaInfo;
+    ByteOrder byteOrder;
+    std::size_t padding;  ///< bytes after each row
+};
+
+class MVImageLayoutGLTest : public MVImageGLTest, public testing::WithParamInterface<Layout> {};
+
+TEST_P(MVImageLayoutGLTest, aBitmapIsUploadedAsTightRowsOfPremultipliedRGBA) {
+    const Layout& layout = GetParam();
+    Picture picture = premultiplied(testPicture(5, 3, true));
+    const auto bytes = std::make_shared<std::vector<std::uint8_t>>();
+    for (int y = 0; y < 3; ++y) {
+        for (int x = 0; x < 5; ++x) {
+            auto pixel = picture.pixel(x, y);
+            if (layout.byteOrder == ByteOrder::Reversed) {
+                std::reverse(pixel.begin(), pixel.end());
+            }
+            bytes->insert(bytes->end(), pixel.begin(), pixel.end());
+        }
+        bytes->insert(bytes->end(), layout.padding, 77);
+    }
+    const auto bitmap = BitmapImage::create(
+        picture.size, layout.alphaInfo, 20 + layout.padding,
+        std::shared_ptr<const std::uint8_t>(bytes, bytes->data()), layout.byteOrder);
+    for (std::size_t i = 3; !hasAlpha(layout.alphaInfo) && i < picture.rgba.size(); i += 4) {
+        picture.rgba[i] = 255;  // what was there means nothing
+    }
+    const auto image = MVImage::initWithCGImageScale(bitmap, 1);
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(image->premultipliedAlpha(), hasAlpha(layout.alphaInfo));
+    expectTexture(*image, picture);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AllLayouts, MVImageLayoutGLTest,
+    testing::Values(Layout{"asItIsUploaded", AlphaInfo::PremultipliedLast, ByteOrder::Forward, 0},
+                    Layout{"reversedBytes", AlphaInfo::PremultipliedLast, ByteOrder::Reversed, 0},
+                    Layout{"paddedRows", AlphaInfo::PremultipliedLast, ByteOrder::Forward, 8},
+                    Layout{"skippedLastBytes", AlphaInfo::NoneSkipLast, ByteOrder::Forward, 0}),
+    [](const testing::TestParamInfo<Layout>& test) { return std::string(test.param.name); });
 
 // Files
 

@@ -122,6 +122,7 @@ TEST_F(MVImageNamedGLTest, aFailureTakesTheImageOutOfTheCacheBeforeTheBlockIsCal
     EXPECT_EQ(image, nullptr);
     EXPECT_EQ(calls, 1);
     EXPECT_FALSE(wasCached);
+    EXPECT_EQ(cache_->imageForKey("bad.png"), nullptr) << "and it stays out";
 }
 
 TEST_F(MVImageNamedGLTest, theCacheKeepsALoadingImageAlive) {

@@ -307,6 +307,19 @@ TEST_F(MVMutableImageGLTest, aBackgroundReplacementStoresSilentlyAndAnnouncesThe
     expectTexture(*made, flipped(premultiplied(picture)));
 }
 
+TEST_F(MVMutableImageGLTest, theUploadOfABackgroundReplacementIsMadeFromTheMainThread) {
+    const auto made = image();
+    std::vector<bool> areOnMainThread;
+    const auto reader =
+        std::make_shared<Reader>([&] { areOnMainThread.push_back(MainThread::isMainThread()); });
+    made->addObserver(reader, "updateIndex");
+    Completion completion;
+    made->replaceWithCGImageScaleCompletionBlock(bitmapOf(testPicture(6, 5, true)), 1,
+                                                 completion.block());
+    ASSERT_TRUE(completion.wait());
+    EXPECT_THAT(areOnMainThread, ElementsAre(true));
+}
+
 TEST_F(MVMutableImageGLTest, withoutABitmapTheBlockIsCalledAtOnceWithTheImage) {
     const auto made = image();
     Completion completion;
@@ -394,13 +407,21 @@ TEST_F(MVMutableImageGLTest, aFrameKeepsScaleSystemAndAlpha) {
 TEST_F(MVMutableImageGLTest, aFrameIsLockedWhileItIsUploadedAndFreeAfterwards) {
     const auto made = image();
     const auto buffer = frame(PixelBuffer::kRGBA, {1, 2, 3, 4});
+    std::future<void> producer;
+    gl_->before("glTexImage2D", [&](const auto&) {
+        producer = std::async(std::launch::async, [&] {
+            buffer->lockBaseAddress();
+            EXPECT_NE(buffer->baseAddress(), nullptr);
+            buffer->unlockBaseAddress();
+        });
+        EXPECT_EQ(producer.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout)
+            << "another thread has it while it is uploaded";
+    });
     made->replaceWithCVPixelBuffer(buffer);
+    gl_->before("glTexImage2D", nullptr);
     EXPECT_EQ(buffer->baseAddress(), nullptr);
-    std::thread([&] {
-        buffer->lockBaseAddress();
-        EXPECT_NE(buffer->baseAddress(), nullptr);
-        buffer->unlockBaseAddress();
-    }).join();
+    ASSERT_TRUE(producer.valid());
+    producer.get();
 }
 
 }  // namespace

@@ -421,23 +421,58 @@ TEST(ImageFileCheckTest, whatEndsTooEarlyIsFound) {
     EXPECT_EQ(endOf(Bytes("RIFF\5\0\0\0WEBP", 12)), 0U);
 }
 
-TEST(ImageFileCheckTest, anAnimatedWebPHasItsParametersBeforeItsFirstFrame) {
-    const auto webP = [](char flags, const Bytes& chunks) {
-        const Bytes head = Bytes("WEBPVP8X\2\0\0\0", 12) + flags + '\0';
-        const auto size = static_cast<char>(head.size() + chunks.size());
-        return Bytes("RIFF") + size + Bytes(3, '\0') + head + chunks;
+std::optional<Bytes> frameOf(const Bytes& bytes) {
+    const auto frame = Mivora::platform::firstFrameOfWebP(
+        {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+    return frame ? std::optional(Bytes(frame->begin(), frame->end())) : std::nullopt;
+}
+
+TEST(ImageFileCheckTest, theFirstFrameOfAnAnimatedWebPBecomesAFileOfItsOwn) {
+    const auto chunk = [](const Bytes& tag, const Bytes& data) {
+        const Bytes padding(data.size() % 2, '\0');
+        return tag + static_cast<char>(data.size()) + Bytes(3, '\0') + data + padding;
     };
-    const Bytes parameters("ANIM\1\0\0\0x\0", 10);  // padded to an even number of bytes
-    const Bytes frame("ANMF\2\0\0\0xx", 10);
-    const Bytes other("ICCP\2\0\0\0xx", 10);
-    const auto isFound = [](const Bytes& file) { return endOf(file) == file.size(); };
-    EXPECT_TRUE(isFound(webP(2, parameters + frame)));
-    EXPECT_TRUE(isFound(webP(0x12, other + parameters + other + frame + frame)));
-    EXPECT_FALSE(isFound(webP(2, frame + parameters)));
-    EXPECT_FALSE(isFound(webP(2, parameters)));
-    EXPECT_FALSE(isFound(webP(2, other)));
-    EXPECT_FALSE(isFound(webP(2, "")));
-    EXPECT_TRUE(isFound(webP(0x10, other))) << "what is not animated needs neither";
+    const auto webP = [&](const Bytes& chunks) { return chunk("RIFF", "WEBP" + chunks); };
+    const auto extended = [&](char flags, char width) {
+        return chunk("VP8X", flags + Bytes(3, '\0') + width + Bytes("\0\0\4\0\0", 5));
+    };
+    const auto frame = [&](const Bytes& place, const Bytes& chunks) {
+        return chunk("ANMF", place + Bytes(4, '\0') + chunks);
+    };
+    const Bytes whole("\0\0\0\0\0\0\7\0\0\4\0\0", 12);
+    const Bytes other = chunk("ANIM", "odd");
+    const Bytes opaque = chunk("VP8L", "pixel");
+    const Bytes translucent = chunk("ALPH", "a") + chunk("VP8 ", "yuv");
+    const Bytes animated = extended(0x12, 7);
+
+    EXPECT_EQ(frameOf(webP(animated + other + frame(whole, opaque) + frame(whole, translucent))),
+              webP(opaque));
+    EXPECT_EQ(frameOf(webP(animated + frame(whole, translucent))),
+              webP(extended(0x10, 7) + translucent));
+    EXPECT_EQ(frameOf(webP(extended(0x10, 7) + frame(whole, opaque))), std::nullopt);
+    EXPECT_EQ(frameOf(webP(opaque)), std::nullopt);
+    EXPECT_EQ(frameOf(webP("")), std::nullopt);
+    EXPECT_EQ(frameOf(""), std::nullopt);
+
+    const auto claimed = [](const Bytes& file) {
+        return Mivora::platform::claimedSizeOfWebP(
+            {reinterpret_cast<const std::uint8_t*>(file.data()), file.size()});
+    };
+    EXPECT_EQ(claimed(webP(animated)), (PixelSize{8, 5}));
+    EXPECT_EQ(claimed(webP(extended(0x10, '\xFF'))), (PixelSize{256, 5}));
+    EXPECT_EQ(claimed(webP(opaque)), std::nullopt);
+    EXPECT_EQ(claimed(""), std::nullopt);
+
+    EXPECT_EQ(frameOf(webP(animated)), "");
+    EXPECT_EQ(frameOf(webP(animated + other)), "");
+    EXPECT_EQ(frameOf(webP(animated + chunk("ANMF", "short"))), "");
+    EXPECT_EQ(frameOf(webP(animated + frame(whole, opaque)).substr(0, 60)), "");
+    EXPECT_EQ(frameOf(webP(extended(2, 9) + frame(whole, opaque))), "") << "it is too narrow";
+    for (const std::size_t at : {0U, 3U, 6U, 9U}) {
+        Bytes moved = whole;
+        ++moved[at];
+        EXPECT_EQ(frameOf(webP(animated + frame(moved, opaque))), "") << at;
+    }
 }
 
 TEST(ImageFileCheckTest, otherKindsAreNotLookedInto) {
