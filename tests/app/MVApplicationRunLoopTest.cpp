@@ -1,11 +1,12 @@
 #include "MivoraMac/app/MVApplicationRunLoop.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
-#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <limits>
 #include <memory>
@@ -89,24 +90,18 @@ class NoThreads {
     pthread_attr_t former_{};
 };
 
-/// Lets the system refuse to open files.
-class NoFiles {
- public:
-    NoFiles() {
-        getrlimit(RLIMIT_NOFILE, &former_);
-        rlimit limit = former_;
-        const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-        ::close(next);
-        limit.rlim_cur = static_cast<rlim_t>(next);
-        setrlimit(RLIMIT_NOFILE, &limit);
-    }
-    ~NoFiles() { setrlimit(RLIMIT_NOFILE, &former_); }
-
- private:
-    rlimit former_{};
-};
+std::atomic<bool> refusesTimers{false};
 
 }  // namespace
+
+/// In the place of the C library's, so that a test can have the system refuse it.
+extern "C" [[gnu::visibility("default")]] int timerfd_create(int clock, int flags) noexcept {
+    if (refusesTimers) {
+        errno = EMFILE;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_timerfd_create, clock, flags));
+}
 
 TEST(MVApplicationRunLoopTest, mayBeStartedAgainWhereTheSystemHadNoThread) {
     const std::size_t threads = threadCountAtFirst();
@@ -124,13 +119,14 @@ TEST(MVApplicationRunLoopTest, mayBeStartedAgainWhereTheSystemHadNoThread) {
 TEST(MVApplicationRunLoopTest, theThreadEndsWhereTheSystemHasNoTimer) {
     auto runLoop = MVApplicationRunLoop::init();
     const std::weak_ptr<MVApplicationRunLoop> weak = runLoop;
-    const NoFiles refused;
+    refusesTimers = true;
     runLoop->start();
     runLoop.reset();
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!weak.expired() && std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+    refusesTimers = false;
     EXPECT_TRUE(weak.expired());
     if (const auto left = weak.lock()) {
         left->invalidate();
