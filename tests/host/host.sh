@@ -8,6 +8,7 @@
 #   expect LINE...                      the next lines that the program prints, exactly
 #   await LINE                          skips lines of the program until this one
 #   no_complaint                        the toolkit has found no fault so far
+#   lies PLACE                          where the widget of ClientProgram's is; may be a pattern
 #   silence                             the program prints nothing for a while
 #   point LINE...                       has the pointer of the compositor do something (Wayland)
 #   picture FILE                        photographs the screen
@@ -231,6 +232,24 @@ see() {
 no_complaint() {
     ! grep -E "CRITICAL|WARNING" "$work/program.log" | grep -v "without a current allocation" ||
         fail "the toolkit complains"
+}
+
+# Asks ClientProgram where its widget is until it is laid out there. The view may be told of a new
+# size meanwhile.
+lies() {
+    local place end=$((SECONDS + 30))
+    while true; do
+        place=
+        say where
+        while next_line && [ "$line" != obeyed ]; do
+            [[ $line == size* ]] || place=$line
+        done
+        # shellcheck disable=SC2053  # patterns are meant
+        [[ $place == $1 ]] && break
+        [ $SECONDS -lt $end ] || fail "expected \"$1\" instead of \"$place\""
+        sleep 0.05
+    done
+    echo "    $place"
 }
 
 # The program ends by itself when told to.

@@ -18,20 +18,6 @@ x=$((x + left))
 y=$((y + top))
 see "$x" "$y" "$width" "$height"
 
-# lies PLACE: where the button is, once the toolkit has laid it out.
-lies() {
-    local end=$((SECONDS + 5))
-    while true; do
-        say where
-        next_line
-        expect obeyed > /dev/null
-        [ "$line" = "$1" ] && break
-        [ $SECONDS -lt $end ] || fail "expected \"$1\" instead of \"$line\""
-        sleep 0.05
-    done
-    echo "    $line"
-}
-
 echo "the frame counts from the bottom left corner"
 say button 20 30 100 50
 await "one view"

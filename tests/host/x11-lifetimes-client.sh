@@ -7,21 +7,6 @@ start ClientProgram
 await shown
 await "size *"
 
-# lies PLACE: where the foremost widget in the view is, once the toolkit has laid it out.
-lies() {
-    local end=$((SECONDS + 5))
-    while true; do
-        say where
-        next_line
-        expect obeyed > /dev/null
-        # shellcheck disable=SC2053  # a pattern
-        [[ $line == $1 ]] && break
-        [ $SECONDS -lt $end ] || fail "expected \"$1\" instead of \"$line\""
-        sleep 0.05
-    done
-    echo "    $line"
-}
-
 for event in resize draw; do
     echo "all widgets in the view are dropped when one is told to $event"
     say areas $event
