@@ -30,7 +30,8 @@ class MIVORA_EXPORT ImageSource {
     };
 
     /// The first picture of a file, with premultiplied alpha or none, as it is stored: a turn that
-    /// the file's metadata asks for is not made. A GIF, BMP or TIFF picture that is opaque
+    /// the file's metadata asks for is not made. Of an animation it is the first frame, which in a
+    /// WebP file has to cover the whole picture. A GIF, BMP or TIFF picture that is opaque
     /// everywhere counts as one without alpha.
     ///
     /// Fails for what is not a readable regular file, and where any of the picture is missing.
