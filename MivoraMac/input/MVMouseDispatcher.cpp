@@ -131,9 +131,8 @@ void MVMouseDispatcher::systemMouseHoverMovedWithEvent(Point2 point,
     }
     const Mivora::Ray3 ray = mouse->ray();
     {
-        const AtEnd left([this, outer = std::exchange(leavingMouse_, mouse)] {
-            leavingMouse_ = outer;
-        });
+        const AtEnd left(
+            [this, outer = std::exchange(leavingMouse_, mouse)] { leavingMouse_ = outer; });
         mv_dispatchMouseHoverEnded(mouse);
     }
     if (hoverMouse_ == mouse) {

@@ -33,8 +33,8 @@ MVGestureRecognizerSet recognizersOf(const MVTouchSet& touches) {
     return recognizers;
 }
 
-/// Leaves out touches that are over, perhaps because somebody who was told of this phase has finished
-/// them: all have heard of the end, and nothing comes after that.
+/// Leaves out touches that are over, perhaps because somebody who was told of this phase has
+/// finished them: all have heard of the end, and nothing comes after that.
 void dropFinished(MVTouchSet& touches) {
     touches.eraseIf([](const std::shared_ptr<MVTouch>& touch) { return touch->mv_isFinished(); });
 }

@@ -550,8 +550,8 @@ TEST_F(MVTouchDispatchTest, theTouchesOfARecognizerAreDeliveredAndFinishedAsThey
     const auto b = begin(button);
     MVDispatchSelectorToTouches(other->touches(), MVTouchPhase::Moved);
     EXPECT_THAT(other->touches(), IsEmpty()) << "it was beaten";
-    EXPECT_THAT(log, ElementsAre("it.touchesMoved 2", "other.touchesMoved 2",
-                                 "button.touchesCancelled 2"));
+    EXPECT_THAT(
+        log, ElementsAre("it.touchesMoved 2", "other.touchesMoved 2", "button.touchesCancelled 2"));
     MVFinishTouches(it->touches());
     EXPECT_THAT(it->touches(), IsEmpty());
     EXPECT_TRUE(a->mv_isFinished());
@@ -570,9 +570,8 @@ TEST_F(MVTouchDispatchTest, aTargetThatRunsTheMainLoopKeepsNobodyFromHearingOfTh
     ann->onTold = [](const auto&) { runMainLoop(); };
     const auto touch = begin(button);
     send({touch}, MVTouchPhase::Ended);
-    EXPECT_THAT(log,
-                ElementsAre("first.touchesEnded 1", "second.touchesEnded 1", "ann: ended",
-                            "ben: ended", "cem: ended", "button.touchesCancelled 1"));
+    EXPECT_THAT(log, ElementsAre("first.touchesEnded 1", "second.touchesEnded 1", "ann: ended",
+                                 "ben: ended", "cem: ended", "button.touchesCancelled 1"));
     MVFinishTouches({touch});
     log.clear();
     runMainLoop();
