@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include "MivoraMac/platform/Drawable.h"
+#include "MivoraMac/platform/gl/Drawable.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "MivoraMac/render/MVShaderCache.h"

@@ -26,8 +26,8 @@
 #include <vector>
 
 #include "MivoraMac/images/MVImage.h"
-#include "MivoraMac/platform/BitmapContext.h"
-#include "MivoraMac/platform/BitmapImage.h"
+#include "MivoraMac/platform/pictures/BitmapContext.h"
+#include "MivoraMac/platform/pictures/BitmapImage.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "bench/support/Bench.h"
 

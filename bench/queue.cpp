@@ -18,7 +18,7 @@
 #include <thread>
 #include <vector>
 
-#include "MivoraMac/platform/SerialQueue.h"
+#include "MivoraMac/platform/threads/SerialQueue.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "bench/support/Bench.h"
 

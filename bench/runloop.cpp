@@ -26,9 +26,9 @@
 #include "MivoraMac/app/MVAnimationClockTick.h"
 #include "MivoraMac/app/MVApplication.h"
 #include "MivoraMac/app/MVApplicationRenderView.h"
-#include "MivoraMac/platform/GLContext.h"
-#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 #include "MivoraMac/views/MVColorView.h"
 #include "bench/support/Bench.h"
 

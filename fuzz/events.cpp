@@ -27,12 +27,12 @@
 #include "MivoraMac/input/MVScroll.h"
 #include "MivoraMac/input/MVTouch.h"
 #include "MivoraMac/input/MVTouchDispatch.h"
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/MVException.h"
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/base/MVException.h"
+#include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/headless/HeadlessPointer.h"
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 #include "MivoraMac/views/MVWindow.h"
 
 using Mivora::Point2;

@@ -13,8 +13,8 @@
 #include <string_view>
 
 #include "MivoraMac/images/MVImage.h"
-#include "MivoraMac/platform/BitmapImage.h"
-#include "MivoraMac/platform/ImageSource.h"
+#include "MivoraMac/platform/pictures/BitmapImage.h"
+#include "MivoraMac/platform/pictures/ImageSource.h"
 
 using Mivora::platform::BitmapImage;
 using Mivora::platform::ImageSource;

@@ -4,7 +4,7 @@
 
 #include "MivoraMac/app/MVAnimationClockTick.h"
 #include "MivoraMac/app/MVWeakPointerContainer.h"
-#include "MivoraMac/platform/MainThreadAssertPrivate.h"
+#include "MivoraMac/platform/threads/MainThreadAssertPrivate.h"
 
 namespace {
 

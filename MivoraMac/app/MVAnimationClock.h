@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 
 class MVAnimationClockTick;
 class MVWeakPointerContainer;

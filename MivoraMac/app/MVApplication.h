@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/Clock.h"
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/PropertyObservation.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/base/PropertyObservation.h"
+#include "MivoraMac/platform/threads/Clock.h"
 #include "MivoraMac/views/MVWindow.h"
 
 class MVAnimationClock;

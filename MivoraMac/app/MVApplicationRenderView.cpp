@@ -8,8 +8,8 @@
 #include "MivoraMac/input/MVMouseDispatcher.h"
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/input/MVScrollDispatcher.h"
-#include "MivoraMac/platform/NativeWindow.h"
-#include "MivoraMac/platform/WorkQueue.h"
+#include "MivoraMac/platform/threads/WorkQueue.h"
+#include "MivoraMac/platform/windows/NativeWindow.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/views/MVBridgedView.h"
 

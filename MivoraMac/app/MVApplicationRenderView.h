@@ -6,8 +6,8 @@
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Point.h"
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/OpenGLView.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/windows/OpenGLView.h"
 
 class MVApplication;
 class MVBridgedView;

@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "MivoraMac/app/MVApplication.h"
-#include "MivoraMac/platform/RunLoop.h"
-#include "MivoraMac/platform/Timer.h"
+#include "MivoraMac/platform/threads/RunLoop.h"
+#include "MivoraMac/platform/threads/Timer.h"
 
 using Mivora::platform::RunLoop;
 using Mivora::platform::Timer;

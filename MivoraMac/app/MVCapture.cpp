@@ -6,10 +6,10 @@
 #include <cstddef>
 #include <limits>
 
-#include "MivoraMac/platform/AtEndPrivate.h"
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/Drawable.h"
-#include "MivoraMac/platform/GLContext.h"
+#include "MivoraMac/platform/base/AtEndPrivate.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/gl/Drawable.h"
+#include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "MivoraMac/views/MVFramePrivate.h"

@@ -4,7 +4,7 @@
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Color.h"
-#include "MivoraMac/platform/Picture.h"
+#include "MivoraMac/platform/pictures/Picture.h"
 
 class MVView;
 class MVWindow;

@@ -4,9 +4,9 @@
 #include <mutex>
 #include <utility>
 
-#include "MivoraMac/platform/DisplayLink.h"
 #include "MivoraMac/platform/Host.h"
-#include "MivoraMac/platform/RunLoop.h"
+#include "MivoraMac/platform/threads/RunLoop.h"
+#include "MivoraMac/platform/windows/DisplayLink.h"
 #include "MivoraMac/render/MVRenderContext.h"
 
 using Mivora::platform::Host;

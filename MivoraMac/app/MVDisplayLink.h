@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/MVAction.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVAction.h"
+#include "MivoraMac/platform/base/MVMake.h"
 
 class MVRenderContext;
 

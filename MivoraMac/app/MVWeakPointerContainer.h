@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 
 /// A weak reference that can be a member of a hashed set: it remembers the address of its object,
 /// so its hash stays the same when the object dies.

@@ -10,7 +10,7 @@
 #include <system_error>
 #include <utility>
 
-#include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/windows/Screen.h"
 
 namespace Mivora {
 

@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "MivoraMac/images/HighResolutionImagePathPrivate.h"
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/ImageSource.h"
-#include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/pictures/ImageSource.h"
+#include "MivoraMac/platform/windows/Screen.h"
 
 using Mivora::platform::DebugLog;
 using Mivora::platform::ImageSource;

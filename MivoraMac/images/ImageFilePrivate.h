@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "MivoraMac/platform/BitmapImage.h"
+#include "MivoraMac/platform/pictures/BitmapImage.h"
 
 namespace Mivora {
 

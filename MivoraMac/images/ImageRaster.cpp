@@ -5,9 +5,9 @@
 #include <memory>
 #include <optional>
 
-#include "MivoraMac/platform/BitmapContext.h"
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/LargePagesPrivate.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/pictures/BitmapContext.h"
+#include "MivoraMac/platform/pictures/LargePagesPrivate.h"
 
 using Mivora::platform::AlphaInfo;
 using Mivora::platform::BitmapContext;

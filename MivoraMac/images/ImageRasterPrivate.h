@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "MivoraMac/platform/BitmapImage.h"
+#include "MivoraMac/platform/pictures/BitmapImage.h"
 
 namespace Mivora {
 

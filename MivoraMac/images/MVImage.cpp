@@ -10,10 +10,10 @@
 #include "MivoraMac/images/ImageRasterPrivate.h"
 #include "MivoraMac/images/MVImageCache.h"
 #include "MivoraMac/images/MVImageDispatchQueue.h"
-#include "MivoraMac/platform/BitmapImage.h"
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/MainThread.h"
-#include "MivoraMac/platform/Resources.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/base/Resources.h"
+#include "MivoraMac/platform/pictures/BitmapImage.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 #include "MivoraMac/render/MVRenderContext.h"
 
 using Mivora::platform::DebugLog;

@@ -10,7 +10,7 @@
 #include "MivoraMac/geometry/Rect.h"
 #include "MivoraMac/geometry/Size.h"
 #include "MivoraMac/images/MVImageFactory.h"
-#include "MivoraMac/platform/PropertyObservation.h"
+#include "MivoraMac/platform/base/PropertyObservation.h"
 
 /// A picture that is one OpenGL texture. It does not change once its pixels are there.
 ///

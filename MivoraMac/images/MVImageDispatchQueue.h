@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/ConcurrentQueue.h"
+#include "MivoraMac/platform/threads/ConcurrentQueue.h"
 
 /// The queue on which images are rasterized in the background: the process-wide one for background
 /// work. Thread: any.

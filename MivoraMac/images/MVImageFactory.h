@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 
 class MVImage;
 

@@ -6,9 +6,9 @@
 
 #include "MivoraMac/images/ImageFilePrivate.h"
 #include "MivoraMac/images/ImageRasterPrivate.h"
-#include "MivoraMac/platform/AtEndPrivate.h"
-#include "MivoraMac/platform/BitmapImage.h"
-#include "MivoraMac/platform/PixelBuffer.h"
+#include "MivoraMac/platform/base/AtEndPrivate.h"
+#include "MivoraMac/platform/pictures/BitmapImage.h"
+#include "MivoraMac/platform/pictures/PixelBuffer.h"
 
 using Mivora::platform::AtEnd;
 using Mivora::platform::PixelBuffer;

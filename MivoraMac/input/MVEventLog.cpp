@@ -4,8 +4,8 @@
 
 #include "MivoraMac/input/MVEventLogPrivate.h"
 #include "MivoraMac/input/MVInteraction.h"
-#include "MivoraMac/platform/ClassNamePrivate.h"
-#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/base/ClassNamePrivate.h"
+#include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/views/MVView.h"
 
 using Mivora::platform::DebugLog;

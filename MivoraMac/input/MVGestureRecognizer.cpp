@@ -6,11 +6,11 @@
 
 #include "MivoraMac/input/MVGestureRecognizerDelegate.h"
 #include "MivoraMac/input/MVTouch.h"
-#include "MivoraMac/platform/AtEndPrivate.h"
-#include "MivoraMac/platform/ClassNamePrivate.h"
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/MVException.h"
-#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/base/AtEndPrivate.h"
+#include "MivoraMac/platform/base/ClassNamePrivate.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/base/MVException.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 
 using Mivora::platform::AtEnd;
 using Mivora::platform::classNameOf;

@@ -10,7 +10,7 @@
 #include "MivoraMac/geometry/Point.h"
 #include "MivoraMac/input/MVOrderedSet.h"
 #include "MivoraMac/input/MVTargetActionPair.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 
 class MVGestureRecognizer;
 class MVGestureRecognizerDelegate;

@@ -1,6 +1,6 @@
 #include "MivoraMac/input/MVMouse.h"
 
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/views/MVView.h"
 
 std::shared_ptr<MVMouse> MVMouse::init() {

@@ -5,9 +5,9 @@
 #include "MivoraMac/input/MVEventLogPrivate.h"
 #include "MivoraMac/input/MVInteractionRayPrivate.h"
 #include "MivoraMac/input/MVMouse.h"
-#include "MivoraMac/platform/AtEndPrivate.h"
-#include "MivoraMac/platform/Event.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/AtEndPrivate.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/windows/Event.h"
 #include "MivoraMac/views/MVWindow.h"
 
 using Mivora::Point2;

@@ -4,7 +4,7 @@
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/input/MVTouchPhase.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 
 class MVTouch;
 class MVWindow;

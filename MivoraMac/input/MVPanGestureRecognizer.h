@@ -6,7 +6,7 @@
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Point.h"
 #include "MivoraMac/input/MVGestureRecognizer.h"
-#include "MivoraMac/platform/Clock.h"
+#include "MivoraMac/platform/threads/Clock.h"
 
 /// Recognizes dragging: how far the touches have moved on the plane of the view that the recognizer
 /// is attached to, and how fast.

@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "MivoraMac/input/MVInteractionRayPrivate.h"
-#include "MivoraMac/platform/Event.h"
-#include "MivoraMac/platform/MVException.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVException.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/windows/Event.h"
 #include "MivoraMac/views/MVWindow.h"
 
 using Mivora::platform::Event;

@@ -1,6 +1,6 @@
 #include "MivoraMac/input/MVScroll.h"
 
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/views/MVView.h"
 
 using Mivora::platform::Clock;

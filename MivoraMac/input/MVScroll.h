@@ -7,7 +7,7 @@
 #include "MivoraMac/geometry/Point.h"
 #include "MivoraMac/geometry/Ray.h"
 #include "MivoraMac/input/MVInteraction.h"
-#include "MivoraMac/platform/Clock.h"
+#include "MivoraMac/platform/threads/Clock.h"
 
 class MVView;
 struct MVMaker;

@@ -5,7 +5,7 @@
 #include "MivoraMac/input/MVEventLogPrivate.h"
 #include "MivoraMac/input/MVInteractionRayPrivate.h"
 #include "MivoraMac/input/MVScroll.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/views/MVWindow.h"
 
 using Mivora::Point2;

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "MivoraMac/platform/MVAction.h"
+#include "MivoraMac/platform/base/MVAction.h"
 
 class MVGestureRecognizer;
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "MivoraMac/input/MVPlatformTouch.h"
-#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/views/MVView.h"
 
 namespace {

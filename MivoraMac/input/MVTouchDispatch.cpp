@@ -6,9 +6,9 @@
 
 #include "MivoraMac/input/MVGestureRecognizer.h"
 #include "MivoraMac/input/MVTouch.h"
-#include "MivoraMac/platform/AtEndPrivate.h"
-#include "MivoraMac/platform/ClassNamePrivate.h"
-#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/base/AtEndPrivate.h"
+#include "MivoraMac/platform/base/ClassNamePrivate.h"
+#include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/views/MVView.h"
 
 using Mivora::platform::AtEnd;

@@ -5,12 +5,13 @@
 #include <string_view>
 #include <utility>
 
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/MVException.h"
-#include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/platform/headless/HeadlessDisplayLink.h"
 #include "MivoraMac/platform/headless/HeadlessGLContextPrivate.h"
 #include "MivoraMac/platform/headless/HeadlessHost.h"
+#include "MivoraMac/platform/windows/DisplayLink.h"
+#include "MivoraMac/platform/windows/Screen.h"
 
 namespace Mivora::platform {
 
@@ -76,7 +77,7 @@ std::shared_ptr<GLContext> Host::createGLContext(const std::shared_ptr<PixelForm
     return HeadlessGLContext::create(format, share);
 }
 
-std::unique_ptr<DisplayLink> Host::createDisplayLink(DisplayLink::Handler refreshed) {
+std::unique_ptr<DisplayLink> Host::createDisplayLink(std::function<void()> refreshed) {
     return std::make_unique<HeadlessDisplayLink>(std::move(refreshed));
 }
 

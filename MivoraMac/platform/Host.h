@@ -1,16 +1,17 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/DisplayLink.h"
-#include "MivoraMac/platform/Rect.h"
+#include "MivoraMac/platform/base/Rect.h"
 
 /// What the library needs of the system below it: windows and native views, events, GL contexts,
 /// threads and queues, timers, files, pictures in memory.
 namespace Mivora::platform {
 
+class DisplayLink;
 class GLContext;
 class PixelFormat;
 class Screen;
@@ -51,7 +52,7 @@ class MIVORA_EXPORT Host {
     /// A stopped display link that serves all displays until it is tied to one. A host that knows
     /// nothing of refreshes has links at 60 Hz. Thread: any.
     /// @param refreshed  what the link calls at every refresh; an empty function is not called
-    virtual std::unique_ptr<DisplayLink> createDisplayLink(DisplayLink::Handler refreshed);
+    virtual std::unique_ptr<DisplayLink> createDisplayLink(std::function<void()> refreshed);
 
     /// A window that is not on the screen yet; see `Window::initWithTitle`. Thread: main.
     /// @param content  its size is that of the content, 1 at least

@@ -7,11 +7,11 @@
 #include <cstdint>
 #include <mutex>
 
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/DisplayLink.h"
-#include "MivoraMac/platform/GLContext.h"
-#include "MivoraMac/platform/OpenGLView.h"
-#include "MivoraMac/platform/PixelFormat.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/gl/GLContext.h"
+#include "MivoraMac/platform/gl/PixelFormat.h"
+#include "MivoraMac/platform/windows/DisplayLink.h"
+#include "MivoraMac/platform/windows/OpenGLView.h"
 #include "MivoraMac/render/MVShader.h"
 
 using Mivora::platform::DebugLog;

@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/SerialQueue.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/threads/SerialQueue.h"
 
 class MVShader;
 

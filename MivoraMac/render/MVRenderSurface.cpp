@@ -5,7 +5,7 @@
 #include <limits>
 #include <utility>
 
-#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/MVRenderSurfaceBuffer.h"
 

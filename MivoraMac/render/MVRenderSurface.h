@@ -10,8 +10,8 @@
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Color.h"
 #include "MivoraMac/geometry/Viewport.h"
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/PropertyObservation.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/base/PropertyObservation.h"
 #include "MivoraMac/render/MVStencilState.h"
 
 class MVRenderContext;

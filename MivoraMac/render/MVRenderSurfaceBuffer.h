@@ -5,8 +5,8 @@
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Size.h"
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/PropertyObservation.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/base/PropertyObservation.h"
 
 class MVRenderContext;
 class MVRenderSurface;

@@ -8,8 +8,8 @@
 #include <glm/gtc/type_ptr.hpp>
 #include <optional>
 
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/Resources.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/base/Resources.h"
 #include "MivoraMac/render/MVRenderContext.h"
 
 using Mivora::platform::DebugLog;

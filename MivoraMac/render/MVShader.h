@@ -7,7 +7,7 @@
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Color.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 
 class MVRenderContext;
 

@@ -3,7 +3,7 @@
 #include <mutex>
 #include <utility>
 
-#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/render/MVShaderPositionColor.h"
 #include "MivoraMac/render/MVShaderPositionTexture.h"
 #include "MivoraMac/render/MVShaderPositionTextureUniformColor.h"

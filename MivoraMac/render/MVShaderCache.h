@@ -6,7 +6,7 @@
 #include <unordered_map>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 
 class MVShader;
 

@@ -1,6 +1,6 @@
 #include "MivoraMac/views/MVColorView.h"
 
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/render/MVShaderCache.h"
 #include "MivoraMac/render/MVShaderPositionUniformColor.h"
 #include "MivoraMac/views/MVQuadPrivate.h"

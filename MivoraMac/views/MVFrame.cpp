@@ -1,5 +1,5 @@
-#include "MivoraMac/platform/Clock.h"
-#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/threads/Clock.h"
 #include "MivoraMac/views/MVFramePrivate.h"
 #include "MivoraMac/views/MVWindow.h"
 

@@ -4,8 +4,8 @@
 
 #include "MivoraMac/images/MVImage.h"
 #include "MivoraMac/images/MVMutableImage.h"
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/PropertyObservation.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/base/PropertyObservation.h"
 #include "MivoraMac/render/MVShaderCache.h"
 #include "MivoraMac/render/MVShaderPositionTextureUniformColor.h"
 #include "MivoraMac/views/MVQuadPrivate.h"

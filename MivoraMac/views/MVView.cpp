@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "MivoraMac/platform/MVException.h"
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/MainThreadAssertPrivate.h"
-#include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/base/MVException.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/threads/MainThreadAssertPrivate.h"
+#include "MivoraMac/platform/windows/Screen.h"
 #include "MivoraMac/views/MVViewTreePrivate.h"
 #include "MivoraMac/views/MVWindow.h"
 

@@ -3,7 +3,7 @@
 #include <sstream>
 #include <typeinfo>
 
-#include "MivoraMac/platform/ClassNamePrivate.h"
+#include "MivoraMac/platform/base/ClassNamePrivate.h"
 #include "MivoraMac/views/MVView.h"
 #include "MivoraMac/views/MVViewTreePrivate.h"
 

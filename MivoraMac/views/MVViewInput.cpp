@@ -8,8 +8,8 @@
 #include "MivoraMac/geometry/MVMath.h"
 #include "MivoraMac/input/MVGestureRecognizer.h"
 #include "MivoraMac/input/MVInteraction.h"
-#include "MivoraMac/platform/MVException.h"
-#include "MivoraMac/platform/MainThreadAssertPrivate.h"
+#include "MivoraMac/platform/base/MVException.h"
+#include "MivoraMac/platform/threads/MainThreadAssertPrivate.h"
 #include "MivoraMac/views/MVView.h"
 
 using Mivora::Float4;

@@ -1,7 +1,7 @@
 #include "MivoraMac/views/MVViewLayoutQueue.h"
 
-#include "MivoraMac/platform/ConcurrentQueue.h"
-#include "MivoraMac/platform/SerialQueue.h"
+#include "MivoraMac/platform/threads/ConcurrentQueue.h"
+#include "MivoraMac/platform/threads/SerialQueue.h"
 
 using Mivora::platform::ConcurrentQueue;
 using Mivora::platform::SerialQueue;

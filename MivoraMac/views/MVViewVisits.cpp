@@ -4,9 +4,9 @@
 
 #include <utility>
 
-#include "MivoraMac/platform/AtEndPrivate.h"
-#include "MivoraMac/platform/MainThreadAssertPrivate.h"
-#include "MivoraMac/platform/SerialQueue.h"
+#include "MivoraMac/platform/base/AtEndPrivate.h"
+#include "MivoraMac/platform/threads/MainThreadAssertPrivate.h"
+#include "MivoraMac/platform/threads/SerialQueue.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "MivoraMac/views/MVView.h"

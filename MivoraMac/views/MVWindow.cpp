@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "MivoraMac/geometry/MVMath.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 
 namespace {
 

@@ -12,12 +12,12 @@
 #include "MivoraMac/input/MVMouse.h"
 #include "MivoraMac/input/MVMouseDispatcher.h"
 #include "MivoraMac/input/MVScroll.h"
-#include "MivoraMac/platform/NativeWindow.h"
 #include "MivoraMac/platform/headless/HeadlessPointer.h"
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
+#include "MivoraMac/platform/windows/NativeWindow.h"
 #include "MivoraMac/views/MVBridgedView.h"
 #include "MivoraMac/views/MVWindow.h"
-#include "tests/platform/ScopedEnvironment.h"
+#include "tests/platform/base/ScopedEnvironment.h"
 
 using Mivora::Point2;
 using Mivora::platform::Event;

@@ -13,7 +13,7 @@
 #include <system_error>
 #include <thread>
 
-#include "tests/platform/ThreadCount.h"
+#include "tests/platform/threads/ThreadCount.h"
 
 using Mivora::tests::threadCount;
 using Mivora::tests::threadCountAtFirst;

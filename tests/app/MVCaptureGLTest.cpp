@@ -12,7 +12,7 @@
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "MivoraMac/render/MVShaderCache.h"
 #include "MivoraMac/views/MVColorView.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 #include "tests/support/GLTest.h"
 #include "tests/views/CallText.h"
 #include "tests/views/RecordingView.h"

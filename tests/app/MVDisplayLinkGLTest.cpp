@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "MivoraMac/platform/RunLoop.h"
+#include "MivoraMac/platform/threads/RunLoop.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "tests/support/GLTest.h"
 

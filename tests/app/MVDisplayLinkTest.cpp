@@ -16,11 +16,11 @@
 #include <thread>
 #include <utility>
 
-#include "MivoraMac/platform/MainThread.h"
-#include "MivoraMac/platform/RunLoop.h"
-#include "tests/platform/LogCapture.h"
-#include "tests/platform/LoopThread.h"
-#include "tests/platform/ThreadCount.h"
+#include "MivoraMac/platform/threads/MainThread.h"
+#include "MivoraMac/platform/threads/RunLoop.h"
+#include "tests/platform/base/LogCapture.h"
+#include "tests/platform/threads/LoopThread.h"
+#include "tests/platform/threads/ThreadCount.h"
 
 using Mivora::platform::MainThread;
 using Mivora::platform::RunLoop;

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/base/MVException.h"
 #include "bench/support/DoNotOptimize.h"
 
 using Mivora::bench::AllocationCounter;

@@ -36,8 +36,8 @@
 #include <utility>
 #include <vector>
 
-#include "MivoraMac/platform/Window.h"
 #include "MivoraMac/platform/gtk/GtkRenderView.h"
+#include "MivoraMac/platform/windows/Window.h"
 #include "tests/host/CommandLines.h"
 #include "tests/host/QuadrantView.h"
 

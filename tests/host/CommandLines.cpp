@@ -6,7 +6,7 @@
 #include <iostream>
 #include <thread>
 
-#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 
 using Mivora::platform::MainThread;
 

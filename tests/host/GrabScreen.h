@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MivoraMac/platform/Picture.h"
+#include "MivoraMac/platform/pictures/Picture.h"
 
 namespace Mivora::tests {
 

@@ -17,9 +17,9 @@
 #include <string>
 #include <string_view>
 
-#include "MivoraMac/platform/BitmapImage.h"
-#include "MivoraMac/platform/ImageSource.h"
-#include "MivoraMac/platform/Picture.h"
+#include "MivoraMac/platform/pictures/BitmapImage.h"
+#include "MivoraMac/platform/pictures/ImageSource.h"
+#include "MivoraMac/platform/pictures/Picture.h"
 #include "tests/host/GrabScreen.h"
 
 using Mivora::platform::Picture;

@@ -24,12 +24,12 @@
 #include <stdexcept>
 #include <string>
 
-#include "MivoraMac/platform/DisplayLink.h"
-#include "MivoraMac/platform/GLContext.h"
 #include "MivoraMac/platform/Host.h"
-#include "MivoraMac/platform/MVException.h"
-#include "MivoraMac/platform/MainThread.h"
-#include "MivoraMac/platform/Window.h"
+#include "MivoraMac/platform/base/MVException.h"
+#include "MivoraMac/platform/gl/GLContext.h"
+#include "MivoraMac/platform/threads/MainThread.h"
+#include "MivoraMac/platform/windows/DisplayLink.h"
+#include "MivoraMac/platform/windows/Window.h"
 #include "tests/host/CommandLines.h"
 #include "tests/host/QuadrantView.h"
 

@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <utility>
 
-#include "MivoraMac/platform/GLContext.h"
-#include "MivoraMac/platform/NativeWindow.h"
+#include "MivoraMac/platform/gl/GLContext.h"
+#include "MivoraMac/platform/windows/NativeWindow.h"
 
 namespace Mivora::tests {
 

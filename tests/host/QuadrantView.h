@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "MivoraMac/platform/OpenGLView.h"
+#include "MivoraMac/platform/windows/OpenGLView.h"
 #include "MivoraMac/render/MVRenderContext.h"
 
 namespace Mivora::tests {

@@ -6,8 +6,8 @@
 
 #include "MivoraMac/images/HighResolutionImagePathPrivate.h"
 #include "tests/images/ImageTest.h"
-#include "tests/platform/ScopedEnvironment.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/platform/base/ScopedEnvironment.h"
+#include "tests/platform/base/TemporaryFolder.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "MivoraMac/platform/Picture.h"
+#include "MivoraMac/platform/pictures/Picture.h"
 
 // Writers of image files that are not ours but those of the formats' own libraries. They throw
 // where a file cannot be written.

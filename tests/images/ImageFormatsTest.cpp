@@ -16,10 +16,10 @@
 #include <utility>
 #include <vector>
 
-#include "MivoraMac/platform/ImageSource.h"
+#include "MivoraMac/platform/pictures/ImageSource.h"
 #include "tests/images/ImageEncoders.h"
-#include "tests/platform/ImageFiles.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/platform/base/TemporaryFolder.h"
+#include "tests/platform/pictures/ImageFiles.h"
 
 // Files of every format as the format's own library writes them: what is read are their pixels.
 

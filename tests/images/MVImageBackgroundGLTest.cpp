@@ -14,7 +14,7 @@
 #include "MivoraMac/views/MVColorView.h"
 #include "MivoraMac/views/MVWindow.h"
 #include "tests/images/ImageTest.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 #include "tests/support/QueueGate.h"
 
 using Mivora::Size2;

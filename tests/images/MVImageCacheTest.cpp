@@ -6,7 +6,7 @@
 #include <string>
 
 #include "MivoraMac/images/MVImage.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "MivoraMac/images/MVMutableImage.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 #include "tests/images/ImageTest.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 #include "tests/support/QueueGate.h"
 
 using Mivora::Size2;

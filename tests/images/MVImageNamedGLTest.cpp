@@ -6,8 +6,8 @@
 #include "MivoraMac/images/MVImageCache.h"
 #include "MivoraMac/images/MVMutableImage.h"
 #include "tests/images/ImageTest.h"
-#include "tests/platform/LogCapture.h"
-#include "tests/platform/ScopedEnvironment.h"
+#include "tests/platform/base/LogCapture.h"
+#include "tests/platform/base/ScopedEnvironment.h"
 
 using Mivora::Size2;
 using Mivora::platform::Picture;

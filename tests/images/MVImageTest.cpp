@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tests/images/ImageTest.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 
 using Mivora::Point2;
 using Mivora::Rect2;

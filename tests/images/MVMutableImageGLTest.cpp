@@ -11,9 +11,9 @@
 #include <thread>
 #include <vector>
 
-#include "MivoraMac/platform/PixelBuffer.h"
+#include "MivoraMac/platform/pictures/PixelBuffer.h"
 #include "tests/images/ImageTest.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 
 using Mivora::Size2;
 using Mivora::platform::MainThread;

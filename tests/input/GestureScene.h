@@ -11,7 +11,7 @@
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/input/MVTouch.h"
 #include "MivoraMac/input/MVTouchDispatch.h"
-#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 #include "tests/input/InputScene.h"
 
 /// The name of a state, in small letters.

@@ -12,7 +12,7 @@
 #include "MivoraMac/input/MVPinchGestureRecognizer.h"
 #include "MivoraMac/input/MVRotationGestureRecognizer.h"
 #include "tests/input/GestureScene.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include "MivoraMac/geometry/MVMath.h"
 #include "MivoraMac/input/MVMouse.h"
 #include "MivoraMac/input/MVScroll.h"
-#include "MivoraMac/platform/Event.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/windows/Event.h"
 #include "MivoraMac/views/MVWindow.h"
 #include "tests/views/RecordingView.h"
 

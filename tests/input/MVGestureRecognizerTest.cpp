@@ -10,9 +10,9 @@
 #include <string>
 
 #include "MivoraMac/input/MVPanGestureRecognizer.h"
-#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/base/MVException.h"
 #include "tests/input/GestureScene.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 
 namespace {
 

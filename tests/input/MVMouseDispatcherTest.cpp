@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tests/input/InputScene.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include "MivoraMac/input/MVPlatformTouch.h"
 #include "tests/input/GestureScene.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 
 namespace {
 

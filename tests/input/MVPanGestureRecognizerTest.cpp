@@ -8,9 +8,9 @@
 #include <limits>
 #include <memory>
 
-#include "MivoraMac/platform/Clock.h"
+#include "MivoraMac/platform/threads/Clock.h"
 #include "tests/input/GestureScene.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 
 namespace {
 

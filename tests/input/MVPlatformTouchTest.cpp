@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/base/MVException.h"
 #include "tests/input/InputScene.h"
 
 namespace {

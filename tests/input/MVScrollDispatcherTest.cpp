@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "MivoraMac/platform/Clock.h"
+#include "MivoraMac/platform/threads/Clock.h"
 #include "tests/input/InputScene.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 
 namespace {
 

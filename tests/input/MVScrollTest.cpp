@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "MivoraMac/platform/Clock.h"
+#include "MivoraMac/platform/threads/Clock.h"
 #include "tests/input/InputScene.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "tests/input/GestureScene.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 
 #include "MivoraMac/input/MVGestureRecognizer.h"
 #include "MivoraMac/input/MVPlatformTouch.h"
-#include "MivoraMac/platform/MVException.h"
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVException.h"
+#include "MivoraMac/platform/base/MVMake.h"
 #include "tests/input/InputScene.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include "MivoraMac/input/MVPinchGestureRecognizer.h"
 #include "MivoraMac/input/MVRotationGestureRecognizer.h"
 #include "tests/input/TwoTouchScene.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 
 namespace {
 

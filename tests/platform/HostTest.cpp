@@ -10,14 +10,14 @@
 #include <string>
 #include <string_view>
 
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/GLContext.h"
-#include "MivoraMac/platform/MVException.h"
-#include "MivoraMac/platform/Screen.h"
-#include "MivoraMac/platform/Window.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/base/MVException.h"
+#include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/headless/HeadlessHost.h"
-#include "tests/platform/ScopedEnvironment.h"
-#include "tests/platform/ThreadsafeDeathTest.h"
+#include "MivoraMac/platform/windows/Screen.h"
+#include "MivoraMac/platform/windows/Window.h"
+#include "tests/platform/base/ScopedEnvironment.h"
+#include "tests/platform/base/ThreadsafeDeathTest.h"
 
 using Mivora::platform::DebugLog;
 using Mivora::platform::GLContext;

@@ -11,12 +11,12 @@
 #include <thread>
 #include <vector>
 
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/DisplayLink.h"
-#include "MivoraMac/platform/GLContext.h"
-#include "MivoraMac/platform/OpenGLView.h"
-#include "MivoraMac/platform/PixelFormat.h"
-#include "MivoraMac/platform/SerialQueue.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/gl/GLContext.h"
+#include "MivoraMac/platform/gl/PixelFormat.h"
+#include "MivoraMac/platform/threads/SerialQueue.h"
+#include "MivoraMac/platform/windows/DisplayLink.h"
+#include "MivoraMac/platform/windows/OpenGLView.h"
 #include "MivoraMac/render/MVShader.h"
 #include "tests/support/GLTest.h"
 #include "tests/support/QueueGate.h"

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "MivoraMac/platform/GLContext.h"
+#include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "tests/support/GLTest.h"
 #include "tests/support/QueueGate.h"

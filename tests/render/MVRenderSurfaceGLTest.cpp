@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "MivoraMac/platform/GLContext.h"
+#include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/render/MVRenderSurfaceBuffer.h"
 #include "tests/render/RenderSurfaceTest.h"
 #include "tests/support/QueueGate.h"

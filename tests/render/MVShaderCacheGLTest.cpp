@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/render/MVShader.h"
 #include "MivoraMac/render/MVShaderPositionColor.h"
 #include "MivoraMac/render/MVShaderPositionTexture.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "MivoraMac/platform/Picture.h"
+#include "MivoraMac/platform/pictures/Picture.h"
 #include "tests/support/GLTest.h"
 #include "tests/support/ReferenceScene.h"
 

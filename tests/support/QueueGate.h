@@ -2,7 +2,7 @@
 
 #include <latch>
 
-#include "MivoraMac/platform/SerialQueue.h"
+#include "MivoraMac/platform/threads/SerialQueue.h"
 
 namespace Mivora::tests {
 

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "MivoraMac/render/MVShaderCache.h"
-#include "tests/platform/ScopedEnvironment.h"
-#include "tests/platform/ThreadsafeDeathTest.h"
+#include "tests/platform/base/ScopedEnvironment.h"
+#include "tests/platform/base/ThreadsafeDeathTest.h"
 #include "tests/support/GLTest.h"
 #include "tests/support/QueueGate.h"
 #include "tests/views/CallText.h"

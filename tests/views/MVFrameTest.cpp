@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "MivoraMac/platform/Clock.h"
+#include "MivoraMac/platform/threads/Clock.h"
 #include "MivoraMac/views/MVFramePrivate.h"
-#include "tests/platform/LogCapture.h"
+#include "tests/platform/base/LogCapture.h"
 #include "tests/views/RecordingView.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include "MivoraMac/app/MVCapture.h"
 #include "MivoraMac/images/MVImage.h"
 #include "MivoraMac/images/MVMutableImage.h"
-#include "MivoraMac/platform/Picture.h"
+#include "MivoraMac/platform/pictures/Picture.h"
 #include "MivoraMac/render/MVShaderCache.h"
 #include "tests/support/GLTest.h"
 #include "tests/views/CallText.h"

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "MivoraMac/views/MVQuadPrivate.h"
-#include "tests/platform/ScopedEnvironment.h"
-#include "tests/platform/ThreadsafeDeathTest.h"
+#include "tests/platform/base/ScopedEnvironment.h"
+#include "tests/platform/base/ThreadsafeDeathTest.h"
 #include "tests/support/GLTest.h"
 #include "tests/support/QueueGate.h"
 #include "tests/views/CallText.h"

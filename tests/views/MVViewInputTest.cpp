@@ -11,7 +11,7 @@
 
 #include "MivoraMac/input/MVGestureRecognizer.h"
 #include "MivoraMac/input/MVPlatformTouch.h"
-#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/base/MVException.h"
 #include "tests/input/InputScene.h"
 #include "tests/views/RecordingView.h"
 

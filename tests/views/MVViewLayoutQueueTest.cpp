@@ -6,9 +6,9 @@
 #include <future>
 #include <vector>
 
-#include "MivoraMac/platform/ConcurrentQueue.h"
-#include "MivoraMac/platform/MVException.h"
-#include "MivoraMac/platform/SerialQueue.h"
+#include "MivoraMac/platform/base/MVException.h"
+#include "MivoraMac/platform/threads/ConcurrentQueue.h"
+#include "MivoraMac/platform/threads/SerialQueue.h"
 #include "MivoraMac/views/MVView.h"
 
 namespace {

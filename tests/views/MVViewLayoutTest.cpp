@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/views/MVView.h"
 #include "tests/views/RecordingView.h"
 

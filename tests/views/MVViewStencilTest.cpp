@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "MivoraMac/platform/MVException.h"
+#include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/views/MVView.h"
 #include "tests/views/RecordingView.h"
 

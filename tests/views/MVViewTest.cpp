@@ -8,8 +8,8 @@
 #include <functional>
 #include <string>
 
-#include "MivoraMac/platform/MVException.h"
-#include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/base/MVException.h"
+#include "MivoraMac/platform/windows/Screen.h"
 #include "tests/views/RecordingView.h"
 
 namespace {

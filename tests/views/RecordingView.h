@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "MivoraMac/platform/MVMake.h"
+#include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/views/MVView.h"
 #include "MivoraMac/views/MVWindow.h"
 

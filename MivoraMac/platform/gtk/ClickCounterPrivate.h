@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "MivoraMac/platform/Rect.h"
+#include "MivoraMac/platform/base/Rect.h"
 
 namespace Mivora::platform {
 

@@ -2,10 +2,11 @@
 
 #include <utility>
 
-#include "MivoraMac/platform/GLContext.h"
-#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/gtk/GtkRenderPeerPrivate.h"
 #include "MivoraMac/platform/gtk/GtkScreenPrivate.h"
+#include "MivoraMac/platform/threads/MainThread.h"
+#include "MivoraMac/platform/windows/OpenGLView.h"
 
 namespace Mivora::platform {
 
@@ -17,9 +18,8 @@ GtkDisplayLink::GtkDisplayLink(Handler handler, double periodSeconds)
 void GtkDisplayLink::setCurrentDisplayFromOpenGLContext(GLContext& context,
                                                         const PixelFormat& /*format*/) {
     MainThread::performAndWait([&] {
-        const auto* peer = context.view() != nullptr
-                               ? dynamic_cast<GtkRenderPeer*>(context.view()->peer())
-                               : nullptr;
+        const auto* view = dynamic_cast<OpenGLView*>(context.view());
+        const auto* peer = view != nullptr ? dynamic_cast<GtkRenderPeer*>(view->peer()) : nullptr;
         GdkMonitor* const monitor =
             peer != nullptr ? GtkScreen::monitorOf(peer->widget()) : nullptr;
         if (monitor != nullptr) {

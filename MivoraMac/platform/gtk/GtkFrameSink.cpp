@@ -6,10 +6,10 @@
 #include <cstddef>
 #include <utility>
 
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/GLContext.h"
-#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/gtk/GtkGLContextPrivate.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 
 namespace Mivora::platform {
 

@@ -5,8 +5,8 @@
 #include <memory>
 #include <mutex>
 
-#include "MivoraMac/platform/Drawable.h"
-#include "MivoraMac/platform/Picture.h"
+#include "MivoraMac/platform/gl/Drawable.h"
+#include "MivoraMac/platform/pictures/Picture.h"
 
 typedef struct _GdkTexture GdkTexture;
 

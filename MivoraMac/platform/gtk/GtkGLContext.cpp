@@ -6,9 +6,9 @@
 #include <string_view>
 #include <utility>
 
-#include "MivoraMac/platform/DebugLog.h"
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 
 namespace Mivora::platform {
 

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "MivoraMac/platform/GLContext.h"
+#include "MivoraMac/platform/gl/GLContext.h"
 
 namespace Mivora::platform {
 

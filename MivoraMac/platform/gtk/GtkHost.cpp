@@ -5,11 +5,11 @@
 
 #include <utility>
 
-#include "MivoraMac/platform/MainThread.h"
 #include "MivoraMac/platform/gtk/GtkDisplayLinkPrivate.h"
 #include "MivoraMac/platform/gtk/GtkGLContextPrivate.h"
 #include "MivoraMac/platform/gtk/GtkPlatformWindowPrivate.h"
 #include "MivoraMac/platform/gtk/GtkScreenPrivate.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 
 using Mivora::platform::GtkHost;
 using Mivora::platform::Host;
@@ -94,7 +94,7 @@ std::shared_ptr<GLContext> GtkHost::createCopiedGLContext(
             }};
 }
 
-std::unique_ptr<DisplayLink> GtkHost::createDisplayLink(DisplayLink::Handler refreshed) {
+std::unique_ptr<DisplayLink> GtkHost::createDisplayLink(std::function<void()> refreshed) {
     return std::make_unique<GtkDisplayLink>(std::move(refreshed), refreshPeriod_);
 }
 

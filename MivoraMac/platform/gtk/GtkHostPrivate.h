@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -32,7 +33,7 @@ class GtkHost : public Host {
     std::shared_ptr<GLContext> createGLContext(const std::shared_ptr<PixelFormat>& format,
                                                const std::shared_ptr<GLContext>& share) override;
 
-    std::unique_ptr<DisplayLink> createDisplayLink(DisplayLink::Handler refreshed) override;
+    std::unique_ptr<DisplayLink> createDisplayLink(std::function<void()> refreshed) override;
     std::shared_ptr<Window> createWindow(const std::string& title, const Rect& content) override;
 
  private:

@@ -2,7 +2,7 @@
 
 #include <glib-object.h>
 
-#include "MivoraMac/platform/MainThread.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 
 namespace Mivora::platform {
 

@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/NativeWindow.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/windows/NativeWindow.h"
 
 namespace Mivora::platform {
 

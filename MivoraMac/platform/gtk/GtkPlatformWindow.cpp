@@ -4,12 +4,12 @@
 #include <cmath>
 #include <utility>
 
-#include "MivoraMac/platform/MainThread.h"
-#include "MivoraMac/platform/OpenGLView.h"
-#include "MivoraMac/platform/Screen.h"
 #include "MivoraMac/platform/gtk/GtkNativeWindowPrivate.h"
 #include "MivoraMac/platform/gtk/GtkRenderPeerPrivate.h"
 #include "MivoraMac/platform/gtk/GtkRenderView.h"
+#include "MivoraMac/platform/threads/MainThread.h"
+#include "MivoraMac/platform/windows/OpenGLView.h"
+#include "MivoraMac/platform/windows/Screen.h"
 
 namespace Mivora::platform {
 

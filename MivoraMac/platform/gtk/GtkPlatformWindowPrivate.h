@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/Window.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/windows/Window.h"
 
 namespace Mivora::platform {
 

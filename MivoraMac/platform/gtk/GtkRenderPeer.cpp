@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "MivoraMac/platform/GLContext.h"
-#include "MivoraMac/platform/WorkQueue.h"
+#include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/gtk/GtkKeepPrivate.h"
 #include "MivoraMac/platform/gtk/GtkNativeWindowPrivate.h"
+#include "MivoraMac/platform/threads/WorkQueue.h"
 
 namespace Mivora::platform {
 

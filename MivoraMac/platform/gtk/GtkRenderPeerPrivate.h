@@ -5,12 +5,12 @@
 #include <memory>
 #include <vector>
 
-#include "MivoraMac/platform/OpenGLView.h"
 #include "MivoraMac/platform/gtk/ClickCounterPrivate.h"
 #include "MivoraMac/platform/gtk/GtkEmbeddingPrivate.h"
 #include "MivoraMac/platform/gtk/GtkFrameSinkPrivate.h"
 #include "MivoraMac/platform/gtk/PointerTrackerPrivate.h"
 #include "MivoraMac/platform/gtk/ScrollTrackerPrivate.h"
+#include "MivoraMac/platform/windows/OpenGLView.h"
 
 namespace Mivora::platform {
 

@@ -2,7 +2,7 @@
 
 #include <gtk/gtk.h>
 
-#include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/windows/Screen.h"
 
 namespace Mivora::platform {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/gtk/GtkKeepPrivate.h"
 #include "MivoraMac/platform/gtk/GtkRenderView.h"
 

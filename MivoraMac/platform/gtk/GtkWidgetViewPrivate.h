@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/View.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/windows/View.h"
 
 namespace Mivora::platform {
 

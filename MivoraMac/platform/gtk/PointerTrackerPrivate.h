@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "MivoraMac/platform/Event.h"
+#include "MivoraMac/platform/windows/Event.h"
 
 namespace Mivora::platform {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "MivoraMac/platform/Rect.h"
+#include "MivoraMac/platform/base/Rect.h"
 
 namespace Mivora::platform {
 

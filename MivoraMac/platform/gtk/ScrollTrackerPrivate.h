@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "MivoraMac/platform/Event.h"
 #include "MivoraMac/platform/gtk/ScrollMomentumPrivate.h"
+#include "MivoraMac/platform/windows/Event.h"
 
 namespace Mivora::platform {
 

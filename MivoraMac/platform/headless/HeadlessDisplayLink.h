@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MivoraMac/platform/DisplayLink.h"
+#include "MivoraMac/platform/windows/DisplayLink.h"
 
 namespace Mivora::platform {
 

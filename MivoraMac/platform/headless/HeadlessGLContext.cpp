@@ -5,7 +5,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/headless/HeadlessGLContextPrivate.h"
 
 namespace Mivora::platform {

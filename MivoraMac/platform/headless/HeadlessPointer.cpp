@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "MivoraMac/platform/OpenGLView.h"
+#include "MivoraMac/platform/windows/OpenGLView.h"
 
 namespace Mivora::platform {
 

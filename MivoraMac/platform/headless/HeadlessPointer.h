@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/Event.h"
+#include "MivoraMac/platform/windows/Event.h"
 
 namespace Mivora::platform {
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "MivoraMac/platform/DebugLog.h"
+#include "MivoraMac/platform/base/DebugLog.h"
 
 namespace Mivora::platform {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/windows/Screen.h"
 
 namespace Mivora::platform {
 

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <utility>
 
-#include "MivoraMac/platform/OpenGLView.h"
-#include "MivoraMac/platform/Screen.h"
+#include "MivoraMac/platform/windows/OpenGLView.h"
+#include "MivoraMac/platform/windows/Screen.h"
 
 namespace Mivora::platform {
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/MVMake.h"
-#include "MivoraMac/platform/Window.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/windows/Window.h"
 
 namespace Mivora::platform {
 

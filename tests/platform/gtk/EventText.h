@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "MivoraMac/platform/Event.h"
+#include "MivoraMac/platform/windows/Event.h"
 
 namespace Mivora::tests {
 

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/platform/pictures/Picture.h"
+
+namespace Mivora::platform {
+
+/// The framebuffer behind a native view: what the library draws into as its default framebuffer.
+///
+/// Drawing goes into a multisampled colour and depth/stencil framebuffer; `flush` resolves it into
+/// the older of two textures and publishes that one, so the newest complete frame can always be
+/// shown while the next is being drawn. Who shows frames for longer holds them: their textures are
+/// passed over, and others take their turn.
+///
+/// Threads: as marked. "GL" means a thread on which the owning context is current.
+class MIVORA_EXPORT Drawable {
+ public:
+    /// The newest published picture.
+    struct Frame {
+        std::uint32_t texture = 0;  ///< GL name; 0 before the first `flush`
+        PixelSize size;             ///< of the texture; zero before the first `flush`
+        std::uint64_t serial = 0;   ///< counts up by one with every published frame
+    };
+
+    /// @param samples  samples a pixel; 0 or 1 for none. More than the driver offers: its maximum.
+    explicit Drawable(int samples);
+    Drawable(const Drawable&) = delete;
+    Drawable& operator=(const Drawable&) = delete;
+    /// The GL objects must have been released, or have gone with their context.
+    ~Drawable();
+
+    /// Asks for another size, in pixels; it takes effect when `framebuffer` is next called, with
+    /// undefined contents. Negative values count as 0. Thread: any.
+    void setSize(PixelSize size);
+
+    /// The size last asked for. Thread: any.
+    PixelSize size() const;
+
+    /// The framebuffer's name, at the size last asked for; 0 while that has no area, or when the
+    /// driver cannot provide it (logged). Thread: GL.
+    std::uint32_t framebuffer();
+
+    /// Resolves what was drawn and publishes it. Does nothing without a framebuffer. Leaves
+    /// framebuffer 0 bound. Thread: GL.
+    void flush();
+
+    /// Thread: any.
+    Frame latestFrame() const;
+
+    /// The newest published frame, whose texture is not drawn into until it has been given back as
+    /// often as it was held. Before the first frame there is nothing to hold, nor to give back.
+    /// Thread: any.
+    Frame holdLatestFrame();
+
+    /// Gives back a frame that was held. Thread: any.
+    void giveBack(const Frame& frame);
+
+    /// Reads the newest published frame; an empty picture before the first. Thread: GL.
+    Picture readLatestFrame() const;
+
+    /// Whether there is anything to release. Thread: that of the owner, while nobody draws.
+    bool hasGLObjects() const { return framebuffer_ != 0 || latest_.texture != 0; }
+
+    /// Deletes every GL object. Thread: GL.
+    void release();
+
+ private:
+    struct Target {
+        std::uint32_t texture = 0;
+        std::uint32_t framebuffer = 0;
+        PixelSize size;
+    };
+
+    void build(PixelSize size);
+    void buildTarget(Target& target);
+    std::size_t targetToDrawInto();
+    void releaseMultisampled();
+    static void releaseTarget(Target& target);
+
+    const int samples_;
+
+    // GL thread.
+    std::uint32_t framebuffer_ = 0;
+    std::uint32_t colorBuffer_ = 0;
+    std::uint32_t depthStencilBuffer_ = 0;
+    PixelSize builtSize_;
+    std::vector<Target> targets_{2};  // more than two where frames are held
+    std::size_t newest_ = 0;
+
+    mutable std::mutex mutex_;
+    PixelSize wantedSize_;
+    Frame latest_;
+    std::vector<std::uint32_t> held_;  // textures, each as often as it is held
+};
+
+}  // namespace Mivora::platform

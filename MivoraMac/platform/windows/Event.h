@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+
+#include "MivoraMac/platform/base/Rect.h"
+
+namespace Mivora::platform {
+
+/// Something that the pointer did over a native view, as the host reports it. Hosts make events,
+/// share them, and change them no more.
+struct Event {
+    /// What happened.
+    enum class Type {
+        MouseDown,     ///< the primary button is pressed
+        MouseDragged,  ///< the pointer moves while the primary button is held
+        MouseUp,
+        RightMouseDown,  ///< the secondary button is pressed
+        RightMouseDragged,
+        RightMouseUp,
+        MouseEntered,  ///< the pointer comes into the view
+        MouseMoved,    ///< the pointer moves over the view with no button held
+        MouseExited,   ///< the pointer leaves the view
+        ScrollWheel,   ///< a wheel turns, fingers scroll, or momentum goes on after them
+    };
+
+    /// A part of a gesture of scrolling. The values are bits, so that hosts can pass on what they
+    /// get; combinations and unknown values mean nothing to the library.
+    enum Phase : std::uint32_t {
+        PhaseNone = 0,
+        PhaseBegan = 1,
+        PhaseStationary = 2,
+        PhaseChanged = 4,
+        PhaseEnded = 8,
+        PhaseCancelled = 16,
+    };
+
+    /// What happened; the fields below say more about it.
+    Type type = Type::MouseMoved;
+
+    /// Where the pointer is, in points from the bottom left corner of the view that the event is
+    /// delivered to; x to the right, y up. May lie outside while a button is held.
+    Point locationInWindow;
+
+    /// How many presses in quick succession this press or release is part of: 2 for a double
+    /// click. 0 for events of other types.
+    std::int32_t clickCount = 0;
+
+    /// How far to scroll: in points if the deltas are precise, else in lines. Positive moves
+    /// content to the right and down.
+    double scrollingDeltaX = 0;
+    double scrollingDeltaY = 0;
+    /// Whether the deltas are precise: those of a touchpad are, those of a wheel are not.
+    bool hasPreciseScrollingDeltas = false;
+
+    /// Of fingers on a touchpad. None for a wheel and for momentum.
+    Phase phase = PhaseNone;
+    /// Of the momentum after the fingers have left. None for a wheel and for fingers.
+    Phase momentumPhase = PhaseNone;
+};
+
+}  // namespace Mivora::platform
