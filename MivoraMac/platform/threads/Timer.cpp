@@ -45,16 +45,40 @@ struct Timer::Source {
         State& operator=(const State&) = delete;
 
         void arm() {
-            const auto due = schedule.advance(std::chrono::steady_clock::now()).time_since_epoch();
-            const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(due);
+            due = schedule.advance(std::chrono::steady_clock::now());
+            setTo(due.time_since_epoch());
+        }
+
+        void suspend() {
+            if (!suspended) {
+                suspended = true;
+                setTo({});  // also forgets a moment that has come but was not noticed
+            }
+        }
+
+        void resume() {
+            if (std::exchange(suspended, false)) {
+                // The moment that was due next still is, unless it has passed.
+                if (due > std::chrono::steady_clock::now()) {
+                    setTo(due.time_since_epoch());
+                } else {
+                    arm();
+                }
+            }
+        }
+
+        void setTo(std::chrono::nanoseconds moment) {
+            const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(moment);
             itimerspec when{};
             when.it_value.tv_sec = seconds.count();
-            when.it_value.tv_nsec = (due - seconds).count();
+            when.it_value.tv_nsec = (moment - seconds).count();
             ::timerfd_settime(file, TFD_TIMER_ABSTIME, &when, nullptr);
         }
 
         const int file = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
         RefreshSchedule schedule;
+        RefreshSchedule::Time due;
+        bool suspended = false;
         const std::function<void()> fired;
     };
 
@@ -95,6 +119,18 @@ std::shared_ptr<Timer> Timer::scheduledTimer(const std::shared_ptr<RunLoop>& loo
 
 Timer::~Timer() {
     invalidate();
+}
+
+void Timer::suspend() {
+    if (source_ != nullptr) {
+        reinterpret_cast<Source*>(source_)->state->suspend();
+    }
+}
+
+void Timer::resume() {
+    if (source_ != nullptr) {
+        reinterpret_cast<Source*>(source_)->state->resume();
+    }
 }
 
 void Timer::invalidate() {

@@ -40,7 +40,16 @@ class MIVORA_EXPORT Timer {
     /// Stops the timer for good. `fired` is destroyed, at the latest when a call under way ends.
     void invalidate();
 
-    /// Whether the timer is still to fire: `invalidate` has not been called.
+    /// Stops firing until `resume`; nothing wakes the thread meanwhile. May be called by `fired`.
+    /// No effect on a timer that is suspended or invalid.
+    void suspend();
+
+    /// Goes on after `suspend` with the first moment of the same schedule that has not passed.
+    /// Firings that passed meanwhile are left out. No effect on a timer that is not suspended.
+    void resume();
+
+    /// Whether the timer is still to fire, now or once it is resumed: `invalidate` has not been
+    /// called.
     bool isValid() const { return source_ != nullptr; }
 
  private:

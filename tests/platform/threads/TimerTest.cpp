@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <limits>
 #include <memory>
@@ -167,4 +168,77 @@ TEST(TimerTest, theFiringAfterOneThatTookTooLongComesAtOnce) {
         gap = std::chrono::duration<double>(starts[1] - firstEnd).count();
     }
     EXPECT_LE(gap, kPeriod / 3);
+}
+
+TEST(TimerTest, aSuspendedTimerDoesNotFireUntilItIsResumed) {
+    int firings = 0;
+    std::shared_ptr<Timer> timer;
+    timer = Timer::scheduledTimer(RunLoop::main(), 0.001, [&] {
+        ++firings;
+        timer->suspend();
+        timer->suspend();
+    });
+    ASSERT_TRUE(MainThread::runUntil([&] { return firings >= 1; }, kTimeout));
+    MainThread::runUntil([] { return false; }, 0.02);
+    EXPECT_EQ(firings, 1);
+    EXPECT_TRUE(timer->isValid());
+    timer->resume();
+    ASSERT_TRUE(MainThread::runUntil([&] { return firings >= 2; }, kTimeout));
+    MainThread::runUntil([] { return false; }, 0.02);
+    EXPECT_EQ(firings, 2);
+}
+
+TEST(TimerTest, aMomentThatHasComeUnnoticedIsForgottenBySuspending) {
+    int firings = 0;
+    const auto timer = Timer::scheduledTimer(RunLoop::main(), 0.001, [&] { ++firings; });
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    timer->suspend();
+    MainThread::runUntil([] { return false; }, 0.02);
+    EXPECT_EQ(firings, 0);
+}
+
+TEST(TimerTest, resumingKeepsTheSchedule) {
+    constexpr double kPeriod = 0.05;
+    const auto before = Clock::now();
+    int firings = 0;
+    const auto timer = Timer::scheduledTimer(RunLoop::main(), kPeriod, [&] { ++firings; });
+    const auto after = Clock::now();
+    for (int round = 0; round < 5; ++round) {
+        timer->suspend();
+        std::this_thread::sleep_for(std::chrono::milliseconds(13 * round));
+        const int known = firings;
+        // The schedule began between `before` and `after`.
+        const double passed = std::floor(secondsSince(after) / kPeriod);
+        timer->resume();
+        ASSERT_TRUE(MainThread::runUntil([&] { return firings > known; }, kTimeout));
+        EXPECT_GE(secondsSince(before), (passed + 1) * kPeriod);
+    }
+}
+
+TEST(TimerTest, suspendingAndResumingWithinAPeriodDelaysNothing) {
+    constexpr double kPeriod = 0.2;
+    double first = 0;
+    // On a machine that is busy elsewhere a firing may come a period late by itself.
+    for (int attempt = 0; attempt < 20 && !(first >= kPeriod && first < 2 * kPeriod); ++attempt) {
+        first = 0;
+        const auto start = Clock::now();
+        const auto timer =
+            Timer::scheduledTimer(RunLoop::main(), kPeriod, [&] { first = secondsSince(start); });
+        timer->suspend();
+        timer->resume();
+        ASSERT_TRUE(MainThread::runUntil([&] { return first > 0; }, kTimeout));
+        EXPECT_GE(first, kPeriod);
+    }
+    EXPECT_LT(first, 2 * kPeriod);
+}
+
+TEST(TimerTest, anInvalidTimerIsNotResumed) {
+    int firings = 0;
+    const auto timer = Timer::scheduledTimer(RunLoop::main(), 0.001, [&] { ++firings; });
+    timer->suspend();
+    timer->invalidate();
+    timer->resume();
+    timer->suspend();
+    MainThread::runUntil([] { return false; }, 0.02);
+    EXPECT_EQ(firings, 0);
 }
