@@ -48,35 +48,23 @@ void retireContext(const std::shared_ptr<MVRenderContext>& context) {
 
 }  // namespace
 
-/// In the order of the application's fields, so that they are released in the reverse of it.
-struct MVApplication::Parts {
-    std::shared_ptr<MVRenderContext> context;
-    std::shared_ptr<MVRenderSurface> surface;
-    std::shared_ptr<MVApplicationRenderView> renderView;
-    std::shared_ptr<MVWindow> window;
-    std::shared_ptr<MVShaderCache> shaderCache;
-    std::shared_ptr<MVAnimationClock> animationClock;
-    std::shared_ptr<MVImageCache> imageCache;
-
-    ~Parts() {
-        // GL objects are deleted through the active context, which may have gone, and the shader
-        // that this one has bound would be deleted only after it.
-        if (!MVRenderContext::activeContext()) {
-            MVRenderContext::mv_setActiveContext(context);
-        }
-        if (context) {
-            context->setShader(nullptr);
-        }
-        imageCache.reset();
-        animationClock.reset();
-        shaderCache.reset();
-        window.reset();
-        renderView.reset();
-        surface.reset();
-        retireContext(context);
-        context.reset();
+MVApplication::Parts::~Parts() {
+    // GL objects are deleted through the active context, which may have gone, and the shader that
+    // this one has bound would be deleted only after it.
+    if (!MVRenderContext::activeContext()) {
+        MVRenderContext::mv_setActiveContext(context);
     }
-};
+    if (context) {
+        context->setShader(nullptr);
+    }
+    imageCache.reset();
+    animationClock.reset();
+    shaderCache.reset();
+    window.reset();
+    renderView.reset();
+    surface.reset();
+    retireContext(context);
+}
 
 std::shared_ptr<MVApplication> MVApplication::init() {
     auto application = MVMake<MVApplication>();
@@ -84,56 +72,49 @@ std::shared_ptr<MVApplication> MVApplication::init() {
     return application;
 }
 
-MVApplication::MVApplication() = default;
+MVApplication::MVApplication() : parts_(std::make_shared<Parts>()) {}
 
 void MVApplication::mv_applicationInit() {
-    context_ = MVRenderContext::initWithSharedContext(MVRenderContext::activeContext());
-    MVRenderContext::mv_setActiveContext(context_);
-    livingContexts().push_back(context_);
-    surface_ = MVRenderSurface::init();
-    window_ = MVWindow::initWithApplication(shared_from_this());
-    renderView_ =
-        MVApplicationRenderView::initWithApplicationAndWindow(shared_from_this(), window_);
+    parts_->context = MVRenderContext::initWithSharedContext(MVRenderContext::activeContext());
+    MVRenderContext::mv_setActiveContext(parts_->context);
+    livingContexts().push_back(parts_->context);
+    parts_->surface = MVRenderSurface::init();
+    parts_->window = MVWindow::initWithApplication(shared_from_this());
+    parts_->renderView =
+        MVApplicationRenderView::initWithApplicationAndWindow(shared_from_this(), parts_->window);
     mv_resizeWindow();
-    window_->setMv_surface(surface_);
-    renderView_->addObserver(std::shared_ptr<PropertyObserver>(shared_from_this(), this), "bounds");
-    shaderCache_ = MVShaderCache::sharedCache();
-    if (!shaderCache_) {
-        shaderCache_ = MVShaderCache::init();
-        shaderCache_->loadDefaultShaders();
-        MVShaderCache::mv_setSharedCache(shaderCache_);
+    parts_->window->setMv_surface(parts_->surface);
+    parts_->renderView->addObserver(std::shared_ptr<PropertyObserver>(shared_from_this(), this),
+                                    "bounds");
+    parts_->shaderCache = MVShaderCache::sharedCache();
+    if (!parts_->shaderCache) {
+        parts_->shaderCache = MVShaderCache::init();
+        parts_->shaderCache->loadDefaultShaders();
+        MVShaderCache::mv_setSharedCache(parts_->shaderCache);
     }
     animationInterval_ = static_cast<double>(static_cast<float>(frameInterval_) / 60.0F);
-    animationClock_ = MVAnimationClock::init();
-    imageCache_ = MVImageCache::sharedCache();
-    if (!imageCache_) {
-        imageCache_ = MVImageCache::init();
-        MVImageCache::mv_setSharedCache(imageCache_);
+    parts_->animationClock = MVAnimationClock::init();
+    parts_->imageCache = MVImageCache::sharedCache();
+    if (!parts_->imageCache) {
+        parts_->imageCache = MVImageCache::init();
+        MVImageCache::mv_setSharedCache(parts_->imageCache);
     }
 }
 
 MVApplication::~MVApplication() {
-    if (renderView_) {
-        renderView_->removeObserver(this, "bounds");
+    if (parts_->renderView) {
+        parts_->renderView->removeObserver(this, "bounds");
     }
     setActive(false);
-    auto parts = std::make_shared<Parts>();
-    parts->context = std::move(context_);
-    parts->surface = std::move(surface_);
-    parts->renderView = std::move(renderView_);
-    parts->window = std::move(window_);
-    parts->shaderCache = std::move(shaderCache_);
-    parts->animationClock = std::move(animationClock_);
-    parts->imageCache = std::move(imageCache_);
     if (!MainThread::isMainThread()) {
         // The last reference was that of a frame: the tree and the native view are the main
         // thread's to destroy.
-        MainThread::perform([parts = std::move(parts)]() mutable { parts.reset(); });
+        MainThread::perform([parts = std::move(parts_)]() mutable { parts.reset(); });
     }
 }
 
 std::shared_ptr<Mivora::platform::OpenGLView> MVApplication::renderView() const {
-    return renderView_;
+    return parts_->renderView;
 }
 
 void MVApplication::setActive(bool active) {
@@ -178,13 +159,13 @@ void MVApplication::mv_runLoopFired(const std::shared_ptr<MVApplicationRunLoop>&
             return;
         }
         drawn = mv_runLoop(sender);
-        requests = window_->mv_drawRequests();
+        requests = parts_->window->mv_drawRequests();
     });
     // While this thread goes on, the main thread may already handle events: what they ask for is
     // for the next frame.
     if (drawn) {
-        window_->mv_setDrawCleanAsOf(requests);
-        context_->present();
+        parts_->window->mv_setDrawCleanAsOf(requests);
+        parts_->context->present();
     }
 }
 
@@ -192,44 +173,44 @@ bool MVApplication::mv_runLoop(const std::shared_ptr<MVApplicationRunLoop>& /*se
     mv_setActiveResources();
     if (!paused_) {
         lastMachTime_ = Clock::ticks();
-        animationClock_->tickVideoSync(kStep, 0.0);
+        parts_->animationClock->tickVideoSync(kStep, 0.0);
     }
-    MVFrame::layOut(*window_);
-    if (!window_->mv_windowNeedsDraw()) {
+    MVFrame::layOut(*parts_->window);
+    if (!parts_->window->mv_windowNeedsDraw()) {
         return false;
     }
-    MVFrame::draw(*window_, [this] {
-        if (const auto context = context_->mv_context()) {
-            context_->dispatchBlock([context] {
+    MVFrame::draw(*parts_->window, [this] {
+        if (const auto context = parts_->context->mv_context()) {
+            parts_->context->dispatchBlock([context] {
                 glBindFramebuffer(GL_FRAMEBUFFER, context->defaultFramebuffer());
                 glClearColor(0.1F, 0.1F, 0.1F, 1.0F);
                 glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
             });
         }
-        renderView_->mv_setViewport();
+        parts_->renderView->mv_setViewport();
     });
     return true;
 }
 
 void MVApplication::mv_resizeWindow() {
     const Mivora::platform::Rect bounds =
-        renderView_ ? renderView_->bounds() : Mivora::platform::Rect();
-    window_->setSize({static_cast<float>(bounds.width), static_cast<float>(bounds.height)});
+        parts_->renderView ? parts_->renderView->bounds() : Mivora::platform::Rect();
+    parts_->window->setSize({static_cast<float>(bounds.width), static_cast<float>(bounds.height)});
 }
 
 void MVApplication::mv_inlineDraw() {
-    window_->setNeedsDraw();
+    parts_->window->setNeedsDraw();
     mv_runLoopFired(nullptr);
 }
 
 void MVApplication::mv_setActiveResources() {
-    MVRenderContext::mv_setActiveContext(context_);
-    MVAnimationClock::mv_setActiveClock(animationClock_);
+    MVRenderContext::mv_setActiveContext(parts_->context);
+    MVAnimationClock::mv_setActiveClock(parts_->animationClock);
 }
 
 void MVApplication::mv_windowPerspectiveDidBuild(const glm::dmat4& sublayerTransform) {
-    if (renderView_) {
-        renderView_->setBridgeViewContainerSublayerTransform(sublayerTransform);
+    if (parts_->renderView) {
+        parts_->renderView->setBridgeViewContainerSublayerTransform(sublayerTransform);
     }
 }
 

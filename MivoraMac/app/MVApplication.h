@@ -78,25 +78,29 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
     std::shared_ptr<Mivora::platform::OpenGLView> renderView() const;
 
     /// The root of the tree. It has the size of the native view.
-    const std::shared_ptr<MVWindow>& window() const { return window_; }
+    const std::shared_ptr<MVWindow>& window() const { return parts_->window; }
 
     /// Always null. What draws is `MVRenderContext::activeContext`.
     const std::shared_ptr<MVRenderContext>& renderContext() const { return renderContext_; }
 
     /// What is ticked with every frame.
-    const std::shared_ptr<MVAnimationClock>& animationClock() const { return animationClock_; }
+    const std::shared_ptr<MVAnimationClock>& animationClock() const {
+        return parts_->animationClock;
+    }
 
     /// The image cache that all applications share.
-    const std::shared_ptr<MVImageCache>& imageCache() const { return imageCache_; }
+    const std::shared_ptr<MVImageCache>& imageCache() const { return parts_->imageCache; }
 
     /// The shader cache that all applications share.
-    const std::shared_ptr<MVShaderCache>& shaderCache() const { return shaderCache_; }
+    const std::shared_ptr<MVShaderCache>& shaderCache() const { return parts_->shaderCache; }
 
     /// @name Internal to the library
     /// @{
 
     /// The native view with its own class.
-    const std::shared_ptr<MVApplicationRenderView>& mv_renderView() const { return renderView_; }
+    const std::shared_ptr<MVApplicationRenderView>& mv_renderView() const {
+        return parts_->renderView;
+    }
 
     /// The run loop while the application is active, else null.
     const std::shared_ptr<MVApplicationRunLoop>& mv_activeRunLoop() const { return runLoop_; }
@@ -132,8 +136,22 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
  private:
     friend struct ::MVMaker;
 
-    /// What an application owns, in the order in which it comes to be, save for the run loop.
-    struct Parts;
+    /// What an application owns, in the order of its release from the last to the first. May
+    /// outlive the application: it is released on the main thread.
+    struct Parts {
+        std::shared_ptr<MVRenderContext> context;
+        std::shared_ptr<MVRenderSurface> surface;
+        std::shared_ptr<MVApplicationRenderView> renderView;
+        std::shared_ptr<MVWindow> window;
+        std::shared_ptr<MVShaderCache> shaderCache;
+        std::shared_ptr<MVAnimationClock> animationClock;
+        std::shared_ptr<MVImageCache> imageCache;
+
+        Parts() = default;
+        ~Parts();
+        Parts(const Parts&) = delete;
+        Parts& operator=(const Parts&) = delete;
+    };
 
     void mv_applicationInit();
     void mv_windowPerspectiveDidBuild(const glm::dmat4& sublayerTransform) override;
@@ -145,15 +163,9 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
     std::shared_ptr<MVApplicationRunLoop> runLoop_;
     double animationInterval_ = 0.0;
     std::int64_t frameInterval_ = 1;
-    std::shared_ptr<MVRenderContext> context_;
-    std::shared_ptr<MVRenderSurface> surface_;
-    std::shared_ptr<MVApplicationRenderView> renderView_;
-    std::shared_ptr<MVWindow> window_;
-    std::shared_ptr<MVShaderCache> shaderCache_;
+    std::shared_ptr<Parts> parts_;
     std::uint64_t lastMachTime_ = 0;
     Mivora::platform::Timebase machTimebaseInfo_{1, 1};
-    std::shared_ptr<MVAnimationClock> animationClock_;
-    std::shared_ptr<MVImageCache> imageCache_;
     bool paused_ = false;
     bool active_ = false;
     std::shared_ptr<MVRenderContext> renderContext_;
