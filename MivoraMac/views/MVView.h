@@ -527,7 +527,8 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// @return whether a level was taken, which `cleanupStencil` gives back: not without a visible
     ///         stencil view, a surface, an active render context and a level that is left
     bool applyStencil();
-    /// Gives back the level that `applyStencil` took: the stencil test is as it was before.
+    /// Gives back the level that `applyStencil` took: the stencil test is as it was before, also
+    /// where the view has left its window since. Nothing happens without such a level.
     void cleanupStencil();
 
     /// @}

@@ -26,8 +26,15 @@ constinit std::uint32_t currentStencilLayer = ~0U;
 
 }  // namespace
 
-/// What a level saves on the GL queue before it begins: shared with the closures that use it.
+/// A level: what it was begun with, which is also what ends it, and what it saves on the GL queue
+/// before it begins. Shared with the closures that use it.
 struct MVView::StencilCache {
+    // Main thread, null while the level is not in use.
+    std::shared_ptr<MVRenderSurface> surface;
+    std::shared_ptr<MVRenderContext> context;
+    std::shared_ptr<StencilCache> outer;  ///< A level that the same view took before this one.
+
+    // GL queue.
     MVStencilState state;
     GLboolean depthMask = GL_TRUE;
 };
@@ -204,7 +211,12 @@ bool MVView::applyStencil() {
     const std::uint32_t mask = bit | (bit - 1);
     if (stencilStateCache_ == nullptr) {
         stencilStateCache_ = std::make_shared<StencilCache>();
+    } else if (stencilStateCache_->surface != nullptr) {
+        auto inner = std::make_shared<StencilCache>();
+        inner->outer = std::exchange(stencilStateCache_, inner);
     }
+    stencilStateCache_->surface = surface;
+    stencilStateCache_->context = context;
     // Every fragment of the stencil view fails the test and writes this level's bit.
     context->dispatchBlock([surface, cache = stencilStateCache_, bit] {
         cache->state = surface->stencilState();
@@ -218,7 +230,7 @@ bool MVView::applyStencil() {
         glStencilOp(GL_REPLACE, GL_KEEP, GL_KEEP);
     });
     // From then on only pixels with this level's bit and those of all enclosing levels pass.
-    const auto limitDrawing = [&context, &cache = stencilStateCache_, mask] {
+    const auto limitDrawing = [&context, cache = stencilStateCache_, mask] {
         context->dispatchBlock([cache, mask] {
             glDepthMask(cache->depthMask);
             glStencilFunc(GL_EQUAL, static_cast<GLint>(mask), mask);
@@ -238,12 +250,16 @@ bool MVView::applyStencil() {
 }
 
 void MVView::cleanupStencil() {
-    const std::shared_ptr<MVWindow> window = mv_window();
-    const std::shared_ptr<MVRenderSurface> surface = window ? window->mv_surface() : nullptr;
-    const std::shared_ptr<MVRenderContext> context = MVRenderContext::mv_drawingContext();
-    if (surface && context) {
-        context->dispatchBlock(
-            [surface, cache = stencilStateCache_] { surface->setStencilState(cache->state); });
+    const std::shared_ptr<StencilCache> level = stencilStateCache_;
+    if (level == nullptr || level->surface == nullptr) {
+        return;
+    }
+    // Not the window's surface: the view may have left the window since the level began.
+    const std::shared_ptr<MVRenderSurface> surface = std::exchange(level->surface, nullptr);
+    const std::shared_ptr<MVRenderContext> context = std::exchange(level->context, nullptr);
+    context->dispatchBlock([surface, level] { surface->setStencilState(level->state); });
+    if (level->outer != nullptr) {
+        stencilStateCache_ = std::exchange(level->outer, nullptr);
     }
     --currentStencilLayer;
 }

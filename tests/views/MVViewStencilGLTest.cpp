@@ -263,6 +263,10 @@ TEST_F(MVViewStencilTest, applyingAndCleaningUpAnswerWhetherALevelWasTaken) {
     owner->cleanupStencil();
     finish();
     EXPECT_EQ(state(), usual_);
+    owner->cleanupStencil();
+    EXPECT_THAT(drawing(), ElementsAreArray(levelBegins(1) + drawn(2) + levelLimits(1) + drawn(1) +
+                                            stateReturns(usual_)))
+        << "there was nothing left to give back";
 }
 
 // What is drawn without a limit
@@ -559,25 +563,71 @@ TEST_F(MVViewStencilTest, anOwnerThatLeavesItsWindowWhileItIsDrawnGivesTheLevelB
     owner->setStencilView(view(2));
     window_->addSubview(owner);
     owner->onDraw = [&] { owner->removeFromSuperview(); };
-    window_->mv_drawVisit();
+    EXPECT_THAT(drawing(), ElementsAreArray(levelBegins(1) + drawn(2) + levelLimits(1) +
+                                            stateReturns(usual_)));
+    EXPECT_EQ(state(), usual_);
     owner->onDraw = nullptr;
-    setState(usual_);
     window_->addSubview(owner);
     EXPECT_THAT(drawing(), ElementsAreArray(levelBegins(1) + drawn(2) + levelLimits(1) +
                                             stateReturns(usual_)));
+}
+
+TEST_F(MVViewStencilTest, anOwnerThatLeavesItsWindowWithinAnEnclosingLevelRestoresThatLevel) {
+    const auto outer = view(1);
+    const auto inner = view(2);
+    const auto last = view(3);
+    outer->setStencilView(view(11));
+    inner->setStencilView(view(12));
+    outer->addSubview(inner);
+    outer->addSubview(last);
+    window_->addSubview(outer);
+    inner->onDraw = [&] { inner->removeFromSuperview(); };
+    EXPECT_THAT(drawing(),
+                ElementsAreArray(levelBegins(1) + drawn(11) + levelLimits(1) + drawn(1) +
+                                 levelBegins(2) + drawn(12) + levelLimits(3) +
+                                 enclosingStateReturns(1, 1) + drawn(3) + stateReturns(usual_)));
+}
+
+TEST_F(MVViewStencilTest, anActiveContextThatGoesWhileTheOwnerIsDrawnLeavesNoStateBehind) {
+    const auto owner = view(1);
+    owner->setStencilView(view(2));
+    window_->addSubview(owner);
+    owner->onDraw = [] { MVRenderContext::mv_setActiveContext(nullptr); };
+    window_->mv_drawVisit();
+    MVRenderContext::mv_setActiveContext(context_);
+    finish();
+    EXPECT_EQ(state(), usual_);
+}
+
+TEST_F(MVViewStencilTest, levelsThatOneViewTakesTwiceAreGivenBackOneByOne) {
+    const auto owner = view(1);
+    owner->setStencilView(view(2));
+    window_->addSubview(owner);
+    gl_->clear();
+    ASSERT_TRUE(owner->applyStencil());
+    ASSERT_TRUE(owner->applyStencil());
+    owner->cleanupStencil();
+    owner->cleanupStencil();
+    finish();
+    EXPECT_THAT(gl_->texts(), ElementsAreArray(levelBegins(1) + drawn(2) + levelLimits(1) +
+                                               levelBegins(2) + drawn(2) + levelLimits(3) +
+                                               enclosingStateReturns(1, 1) + stateReturns(usual_)));
+    EXPECT_EQ(state(), usual_);
 }
 
 TEST_F(MVViewStencilTest, aSurfaceThatGoesWhileTheOwnerIsDrawnGivesTheLevelBack) {
     const auto owner = view(1);
     owner->setStencilView(view(2));
     window_->addSubview(owner);
+    const std::weak_ptr<MVRenderSurface> watched = surface_;
     owner->onDraw = [&] { surface_.reset(); };
     window_->mv_drawVisit();
     finish();
+    EXPECT_TRUE(watched.expired()) << "a level keeps the surface only while it is in use";
     owner->onDraw = nullptr;
     surface_ = MVRenderSurface::init();
     window_->setMv_surface(surface_);
-    setState(usual_);
+    EXPECT_EQ(state(), usual_);
     EXPECT_THAT(drawing(), ElementsAreArray(levelBegins(1) + drawn(2) + levelLimits(1) +
                                             stateReturns(usual_)));
 }
