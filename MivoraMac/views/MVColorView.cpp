@@ -42,12 +42,8 @@ void MVColorView::mv_buildQuadVertices() {
 
 void MVColorView::draw() {
     mv_buildQuadVertices();
-    if (!shader_) {
-        return;
-    }
-    shader_->use();
     Mivora::ColorRGBA color = color_;
     color.alpha *= effectiveOpacity();
-    shader_->setColor(color);
-    quad_->draw(color.alpha < 1.0F ? MVQuad::Blend::Straight : MVQuad::Blend::Off);
+    quad_->drawColor(shader_, color,
+                     color.alpha < 1.0F ? MVQuad::Blend::Straight : MVQuad::Blend::Off);
 }

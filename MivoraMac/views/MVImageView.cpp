@@ -111,18 +111,8 @@ void MVImageView::prepareForDraw() {
 }
 
 void MVImageView::draw() {
-    if (!image_) {
-        return;
+    if (image_) {
+        mv_buildQuadVertices();
+        quad_->drawImage(shader_, image_, effectiveOpacity());
     }
-    mv_buildQuadVertices();
-    if (!shader_) {
-        return;
-    }
-    shader_->use();
-    image_->use();
-    const float opacity = effectiveOpacity();
-    const bool premultiplied = image_->premultipliedAlpha();
-    shader_->setColor(premultiplied ? Mivora::ColorRGBA{opacity, opacity, opacity, opacity}
-                                    : Mivora::ColorRGBA{1.0F, 1.0F, 1.0F, opacity});
-    quad_->draw(premultiplied ? MVQuad::Blend::Premultiplied : MVQuad::Blend::Straight);
 }

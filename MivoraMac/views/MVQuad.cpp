@@ -3,8 +3,11 @@
 #include <cstddef>
 #include <utility>
 
+#include "MivoraMac/images/MVImage.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/MVShader.h"
+#include "MivoraMac/render/MVShaderPositionTextureUniformColor.h"
+#include "MivoraMac/render/MVShaderPositionUniformColor.h"
 #include "MivoraMac/views/MVQuadPrivate.h"
 
 namespace {
@@ -99,6 +102,33 @@ void MVQuad::build(Mivora::Size2 size, Mivora::Rect2 textureCoordinates) {
     }
     builtSize_ = size;
     dirty_ = false;
+}
+
+void MVQuad::drawColor(const std::shared_ptr<MVShaderPositionUniformColor>& shader,
+                       Mivora::ColorRGBA color, Blend blend) const {
+    if (!shader) {
+        return;
+    }
+    shader->use();
+    shader->setColor(color);
+    draw(blend);
+}
+
+void MVQuad::drawImage(const std::shared_ptr<MVShaderPositionTextureUniformColor>& shader,
+                       const std::shared_ptr<MVImage>& image, float opacity) const {
+    if (!shader || !image) {
+        return;
+    }
+    const bool premultiplied = image->premultipliedAlpha();
+    shader->use();
+    image->use();
+    shader->setColor(tint(premultiplied, opacity));
+    draw(blendOf(premultiplied));
+}
+
+Mivora::ColorRGBA MVQuad::tint(bool premultiplied, float opacity) {
+    return premultiplied ? Mivora::ColorRGBA{opacity, opacity, opacity, opacity}
+                         : Mivora::ColorRGBA{1.0F, 1.0F, 1.0F, opacity};
 }
 
 void MVQuad::draw(Blend blend) const {

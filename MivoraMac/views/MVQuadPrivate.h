@@ -5,14 +5,24 @@
 #include <memory>
 
 #include "MivoraMac/Export.h"
+#include "MivoraMac/geometry/Color.h"
 #include "MivoraMac/geometry/Rect.h"
 #include "MivoraMac/geometry/Size.h"
 
+class MVImage;
 class MVRenderContext;
+class MVShaderPositionTextureUniformColor;
+class MVShaderPositionUniformColor;
 
 /// The rectangle that a view draws: a vertex array over one buffer with four vertices in the order
 /// of a triangle strip, (0, 0), (width, 0), (0, height), (width, height), rewritten only when it
 /// was marked.
+///
+/// How a view draws with it:
+/// - `setSize3` tells it the size with `setSize`;
+/// - `draw` first calls `build`, then one of: `drawColor`; `drawImage`; or, with a shader that is
+///   not a standard one, `use` on the shader and on the image, what the shader wants set (its
+///   colour is `tint`), and `draw` with `blendOf`.
 ///
 /// The GL objects live on the queue of the context that is active at creation, and die there.
 /// Without one, or with one that has no GL, nothing is drawn. Thread: main.
@@ -53,8 +63,27 @@ class MIVORA_EXPORT MVQuad {
     ///                            ignored where vertices have none
     void build(Mivora::Size2 size, Mivora::Rect2 textureCoordinates = Mivora::Rect2::kZero);
 
+    /// Queues the drawing of the view at hand in one colour: uses the shader, gives it the colour
+    /// and draws. Null draws nothing.
+    /// @param color  straight alpha, with the opacity in it
+    void drawColor(const std::shared_ptr<MVShaderPositionUniformColor>& shader,
+                   Mivora::ColorRGBA color, Blend blend) const;
+
+    /// Queues the drawing of the view at hand with an image: uses shader and image, gives the
+    /// shader the tint and draws, blended. Null for either draws nothing.
+    /// @param opacity  of the view, with that of those above it
+    void drawImage(const std::shared_ptr<MVShaderPositionTextureUniformColor>& shader,
+                   const std::shared_ptr<MVImage>& image, float opacity) const;
+
     /// Queues the drawing with what is bound by then. Leaves blending off and no array bound.
     void draw(Blend blend) const;
+
+    /// What a texture is multiplied with for an opacity, and how the result is blended; the colours
+    /// of a premultiplied one fade with their alpha.
+    static Mivora::ColorRGBA tint(bool premultiplied, float opacity);
+    static Blend blendOf(bool premultiplied) {
+        return premultiplied ? Blend::Premultiplied : Blend::Straight;
+    }
 
  private:
     struct Names {
