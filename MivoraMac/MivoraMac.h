@@ -94,6 +94,8 @@
 #include "MivoraMac/views/MVBridgedView.h"
 #include "MivoraMac/views/MVColorView.h"
 #include "MivoraMac/views/MVImageView.h"
+#include "MivoraMac/views/MVScrollView.h"
+#include "MivoraMac/views/MVScrollViewDelegate.h"
 #include "MivoraMac/views/MVView.h"
 #include "MivoraMac/views/MVViewLayoutQueue.h"
 #include "MivoraMac/views/MVWindow.h"

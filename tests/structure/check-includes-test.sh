@@ -40,6 +40,13 @@ try pass input/MVTouch.h '"MivoraMac/views/MVView.h"'
 try fail views/MVView.cpp '"MivoraMac/app/MVWindow.h"'
 try fail input/MVTouch.cpp '"MivoraMac/app/MVWindow.h"'
 
+try pass views/MVScrollView.h '"MivoraMac/app/MVAnimationClockTick.h"'
+try fail views/MVScrollView.h '"MivoraMac/app/MVAnimation.h"'
+try fail input/MVTouch.cpp '"MivoraMac/app/MVAnimationClock.h"'
+try pass app/MVAnimationClock.cpp '"MivoraMac/app/MVWeakPointerContainer.h"'
+try fail app/MVAnimationClock.cpp '"MivoraMac/app/MVApplication.h"'
+try fail app/MVAnimationClock.cpp '"MivoraMac/views/MVView.h"'
+
 try pass app/MVWindow.h '"MivoraMac/views/MVView.h"'
 try pass app/MVWindow.h '"MivoraMac/geometry/Point.h"'
 try pass MivoraMac.h '"MivoraMac/app/MVWindow.h"'
