@@ -76,6 +76,7 @@
 #include "MivoraMac/platform/threads/WorkQueue.h"
 #include "MivoraMac/platform/windows/DisplayLink.h"
 #include "MivoraMac/platform/windows/Event.h"
+#include "MivoraMac/platform/windows/Modifiers.h"
 #include "MivoraMac/platform/windows/NativeWindow.h"
 #include "MivoraMac/platform/windows/OpenGLView.h"
 #include "MivoraMac/platform/windows/Screen.h"

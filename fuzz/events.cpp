@@ -21,6 +21,7 @@
 #include "MivoraMac/app/MVApplicationRenderView.h"
 #include "MivoraMac/input/MVGestureRecognizerDelegate.h"
 #include "MivoraMac/input/MVMouse.h"
+#include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/input/MVPanGestureRecognizer.h"
 #include "MivoraMac/input/MVPinchGestureRecognizer.h"
 #include "MivoraMac/input/MVRotationGestureRecognizer.h"
@@ -187,9 +188,12 @@ class World {
         }
         guarded([this] { pointer_->release(); });
         guarded([this] { pointer_->releaseRight(); });
+        guarded([this] { pointer_->releaseMiddle(); });
         // What raw events have pressed is not the pointer's to release.
         guarded([this] { deliver(Event::Type::MouseUp); });
         guarded([this] { deliver(Event::Type::RightMouseUp); });
+        guarded([this] { deliver(Event::Type::MiddleMouseUp); });
+        require(!renderView_ || !renderView_->mouseToTouchDispatcher()->mv_currentMouseTouch());
         MVTouchSet fingers;
         for (const auto& finger : fingers_) {
             fingers.insert(finger);
@@ -232,7 +236,8 @@ class World {
     // Presses: each record begins once, moves while it lasts, and ends once.
 
     void pressBegan(const std::shared_ptr<MVMouse>& mouse, const std::shared_ptr<MVView>& view) {
-        require(mouse->button() == MVMouseButtonLeft || mouse->button() == MVMouseButtonRight);
+        require(mouse->button() == MVMouseButtonLeft || mouse->button() == MVMouseButtonRight ||
+                mouse->button() == MVMouseButtonMiddle);
         require(presses_.try_emplace(mouse.get(), Press{mouse, view}).second);
     }
     void pressMoved(const std::shared_ptr<MVMouse>& mouse) {
@@ -313,7 +318,9 @@ class World {
     }
 
     void act() {
-        switch (take() % 32) {
+        const std::uint8_t what = take();
+        const bool isOther = what >= 0x80;  // what else there is of the kind
+        switch (what % 32) {
             case 0:
             case 1:
             case 2:
@@ -329,9 +336,9 @@ class World {
             case 8:
                 return pointer_->release();
             case 9:
-                return pointer_->pressRight();
+                return isOther ? pointer_->pressMiddle() : pointer_->pressRight();
             case 10:
-                return pointer_->releaseRight();
+                return isOther ? pointer_->releaseMiddle() : pointer_->releaseRight();
             case 11:
                 return pointer_->leave();
             case 12:
@@ -341,7 +348,7 @@ class World {
             case 14:
                 return deliverAnything();
             case 15:
-                return frame_->setMainWindow(takeFlag());
+                return isOther ? holdKeys() : frame_->setMainWindow(takeFlag());
             case 16:
                 return addView();
             case 17:
@@ -378,6 +385,11 @@ class World {
 
     // Events
 
+    void holdKeys() {
+        const std::uint8_t keys = take();
+        pointer_->setModifiers(
+            {(keys & 1) != 0, (keys & 2) != 0, (keys & 4) != 0, (keys & 8) != 0});
+    }
     void scroll() {
         constexpr Event::Phase kPhases[] = {Event::PhaseNone,
                                             Event::PhaseBegan,

@@ -8,14 +8,14 @@
 #include "MivoraMac/input/MVMouseDispatcher.h"
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/input/MVScrollDispatcher.h"
-#include "MivoraMac/platform/threads/WorkQueue.h"
+#include "MivoraMac/platform/threads/RunAllPrivate.h"
 #include "MivoraMac/platform/windows/NativeWindow.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/views/MVBridgedView.h"
 
 using Mivora::platform::Event;
 using Mivora::platform::OpenGLView;
-using Mivora::platform::runLogged;
+using Mivora::platform::runAll;
 using Mivora::platform::TrackingArea;
 using Mivora::platform::View;
 
@@ -142,25 +142,32 @@ void MVApplicationRenderView::makeBackingLayer() {
     setContentsScale(mv_scaleFactorForOpenGLView(*this));
 }
 
+// What a hook throws must not keep the others from being told: each hears of every begin and end.
+
 void MVApplicationRenderView::mouseDown(const std::shared_ptr<const Event>& event) {
-    mouseToTouchDispatcher_->systemTouchBeganWithEvent(event);
-    scrollDispatcher_->cancelActiveScrollEventWithEvent(mv_pointForEvent(*event), event);
-    mouseDispatcher_->systemMouseBeganWithEvent(mv_pointForEvent(*event), event);
+    runAll([&] { mouseToTouchDispatcher_->systemTouchBeganWithEvent(event); },
+           [&] {
+               scrollDispatcher_->cancelActiveScrollEventWithEvent(mv_pointForEvent(*event), event);
+           },
+           [&] { mouseDispatcher_->systemMouseBeganWithEvent(mv_pointForEvent(*event), event); });
 }
 
 void MVApplicationRenderView::mouseDragged(const std::shared_ptr<const Event>& event) {
-    mouseToTouchDispatcher_->systemTouchMovedWithEvent(event);
-    mouseDispatcher_->systemMouseMovedWithEvent(mv_pointForEvent(*event), event);
+    runAll([&] { mouseToTouchDispatcher_->systemTouchMovedWithEvent(event); },
+           [&] { mouseDispatcher_->systemMouseMovedWithEvent(mv_pointForEvent(*event), event); });
 }
 
 void MVApplicationRenderView::mouseUp(const std::shared_ptr<const Event>& event) {
-    mouseToTouchDispatcher_->systemTouchEndedWithEvent(event);
-    mouseDispatcher_->systemMouseEndedWithEvent(mv_pointForEvent(*event), event);
+    runAll([&] { mouseToTouchDispatcher_->systemTouchEndedWithEvent(event); },
+           [&] { mouseDispatcher_->systemMouseEndedWithEvent(mv_pointForEvent(*event), event); });
 }
 
 void MVApplicationRenderView::rightMouseDown(const std::shared_ptr<const Event>& event) {
-    scrollDispatcher_->cancelActiveScrollEventWithEvent(mv_pointForEvent(*event), event);
-    mouseDispatcher_->systemRightMouseBeganWithEvent(mv_pointForEvent(*event), event);
+    runAll(
+        [&] {
+            scrollDispatcher_->cancelActiveScrollEventWithEvent(mv_pointForEvent(*event), event);
+        },
+        [&] { mouseDispatcher_->systemRightMouseBeganWithEvent(mv_pointForEvent(*event), event); });
 }
 
 void MVApplicationRenderView::rightMouseDragged(const std::shared_ptr<const Event>& event) {
@@ -169,6 +176,24 @@ void MVApplicationRenderView::rightMouseDragged(const std::shared_ptr<const Even
 
 void MVApplicationRenderView::rightMouseUp(const std::shared_ptr<const Event>& event) {
     mouseDispatcher_->systemRightMouseEndedWithEvent(mv_pointForEvent(*event), event);
+}
+
+void MVApplicationRenderView::middleMouseDown(const std::shared_ptr<const Event>& event) {
+    runAll(
+        [&] {
+            scrollDispatcher_->cancelActiveScrollEventWithEvent(mv_pointForEvent(*event), event);
+        },
+        [&] {
+            mouseDispatcher_->systemMiddleMouseBeganWithEvent(mv_pointForEvent(*event), event);
+        });
+}
+
+void MVApplicationRenderView::middleMouseDragged(const std::shared_ptr<const Event>& event) {
+    mouseDispatcher_->systemMiddleMouseMovedWithEvent(mv_pointForEvent(*event), event);
+}
+
+void MVApplicationRenderView::middleMouseUp(const std::shared_ptr<const Event>& event) {
+    mouseDispatcher_->systemMiddleMouseEndedWithEvent(mv_pointForEvent(*event), event);
 }
 
 void MVApplicationRenderView::mouseEntered(const std::shared_ptr<const Event>& event) {
@@ -188,7 +213,6 @@ void MVApplicationRenderView::mouseMoved(const std::shared_ptr<const Event>& eve
 }
 
 void MVApplicationRenderView::mouseExited(const std::shared_ptr<const Event>& event) {
-    // What a hook throws must not leave the others of these under way.
     const auto endOpenHover = [&] {
         if (mouseHoverActive_) {
             endHover(event);
@@ -198,9 +222,8 @@ void MVApplicationRenderView::mouseExited(const std::shared_ptr<const Event>& ev
         scrollDispatcher_->systemScrollCancelledTranslationWithEvent(mv_pointForEvent(*event),
                                                                      Mivora::Point2::kZero, event);
     };
-    runLogged(endOpenHover);
-    runLogged(cancelScroll);
-    mouseToTouchDispatcher_->systemTouchCancelledWithEvent(event);
+    runAll(endOpenHover, cancelScroll,
+           [&] { mouseToTouchDispatcher_->systemTouchCancelledWithEvent(event); });
 }
 
 void MVApplicationRenderView::scrollWheel(const std::shared_ptr<const Event>& event) {
@@ -225,9 +248,15 @@ void MVApplicationRenderView::scrollWheel(const std::shared_ptr<const Event>& ev
             scrollDispatcher_->systemScrollCancelledTranslationWithEvent(point, translation, event);
             break;
         case Event::PhaseNone:  // the click of a wheel
-            scrollDispatcher_->systemScrollBeganTranslationWithEvent(point, translation, event);
-            scrollDispatcher_->systemScrollEndedTranslationWithEvent(point, Mivora::Point2::kZero,
-                                                                     event);
+            runAll(
+                [&] {
+                    scrollDispatcher_->systemScrollBeganTranslationWithEvent(point, translation,
+                                                                             event);
+                },
+                [&] {
+                    scrollDispatcher_->systemScrollEndedTranslationWithEvent(
+                        point, Mivora::Point2::kZero, event);
+                });
             break;
     }
 }

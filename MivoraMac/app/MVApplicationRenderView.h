@@ -24,10 +24,12 @@ class MVWindow;
 /// three dispatchers:
 /// - the primary button to touches and mouse, in this order; between them, a press cancels
 ///   scrolling;
-/// - the secondary button to the mouse, after a press has cancelled scrolling;
+/// - the secondary and the middle button to the mouse, after a press has cancelled scrolling;
 /// - a pointer with no button held to the mouse, as a hover, while the window is the main one;
 /// - a wheel, fingers and momentum to scrolling; a line of a wheel counts as 24 points;
 /// - leaving the view ends the hover, then cancels scrolling, then the touch.
+///
+/// Each is done whatever the hooks of the others throw, which goes into the log.
 ///
 /// The application makes it; a program places it in a window of the desktop.
 ///
@@ -104,6 +106,9 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     void rightMouseDown(const std::shared_ptr<const Event>& event) override;
     void rightMouseDragged(const std::shared_ptr<const Event>& event) override;
     void rightMouseUp(const std::shared_ptr<const Event>& event) override;
+    void middleMouseDown(const std::shared_ptr<const Event>& event) override;
+    void middleMouseDragged(const std::shared_ptr<const Event>& event) override;
+    void middleMouseUp(const std::shared_ptr<const Event>& event) override;
     void mouseEntered(const std::shared_ptr<const Event>& event) override;
     void mouseMoved(const std::shared_ptr<const Event>& event) override;
     void mouseExited(const std::shared_ptr<const Event>& event) override;

@@ -11,11 +11,13 @@
 #include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/platform/threads/MainThread.h"
+#include "MivoraMac/platform/threads/RunAllPrivate.h"
 
 using Mivora::platform::AtEnd;
 using Mivora::platform::classNameOf;
 using Mivora::platform::DebugLog;
 using Mivora::platform::MainThread;
+using Mivora::platform::RunAll;
 
 namespace {
 
@@ -260,6 +262,7 @@ void MVGestureRecognizer::mv_dispatchStateChangesIfNecessary() {
     const AtEnd end([this] { mv_deliveryEnded(); });
     const unsigned round = ++dispatchRound_;
     const auto pairs = targetActionPairs_;
+    RunAll all;
     for (const std::shared_ptr<MVTargetActionPair>& pair : pairs) {
         if (dispatchRound_ != round) {
             break;
@@ -267,9 +270,10 @@ void MVGestureRecognizer::mv_dispatchStateChangesIfNecessary() {
         const bool isStillThere = std::find(targetActionPairs_.begin(), targetActionPairs_.end(),
                                             pair) != targetActionPairs_.end();
         if (isStillThere) {
-            pair->perform(self);
+            all.run([&] { pair->perform(self); });
         }
     }
+    all.rethrow();
 }
 
 void MVGestureRecognizer::changeState(MVGestureRecognizerState state) {

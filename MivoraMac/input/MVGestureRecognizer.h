@@ -55,7 +55,7 @@ enum MVGestureRecognizerState : std::int32_t {
 /// touches from the views, unless the delegate of one of the two lets both go on.
 ///
 /// Instances of a client's subclass are made by `MVMake<Subclass>(…)`. What a hook, a target or a
-/// delegate throws goes through to whoever delivers the touches.
+/// delegate throws goes through to whoever delivers the touches, once all others have been told.
 ///
 /// Thread: main.
 class MIVORA_EXPORT MVGestureRecognizer : public std::enable_shared_from_this<MVGestureRecognizer> {

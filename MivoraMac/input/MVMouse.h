@@ -7,6 +7,7 @@
 #include "MivoraMac/geometry/Point.h"
 #include "MivoraMac/geometry/Ray.h"
 #include "MivoraMac/input/MVInteraction.h"
+#include "MivoraMac/platform/windows/Modifiers.h"
 
 class MVView;
 struct MVMaker;
@@ -17,9 +18,10 @@ struct Event;
 
 /// What a mouse record is about.
 enum MVMouseButton : std::int32_t {
-    MVMouseButtonLeft = 1,   ///< a press of the primary button
-    MVMouseButtonRight = 2,  ///< a press of the secondary button
-    MVMouseButtonHover = 3,  ///< a pointer that moves with no button held
+    MVMouseButtonLeft = 1,    ///< a press of the primary button
+    MVMouseButtonRight = 2,   ///< a press of the secondary button
+    MVMouseButtonHover = 3,   ///< a pointer that moves with no button held
+    MVMouseButtonMiddle = 4,  ///< a press of the middle button
 };
 
 /// One press of a button until its release, or one hover from entering the host view until leaving
@@ -61,6 +63,10 @@ class MIVORA_EXPORT MVMouse : public MVInteraction {
     std::int32_t button() const { return button_; }
     void setButton(std::int32_t button) { button_ = button; }
 
+    /// The modifier keys that were held at the latest event; none where there was no event.
+    Mivora::platform::Modifiers modifiers() const { return modifiers_; }
+    void setModifiers(Mivora::platform::Modifiers modifiers) { modifiers_ = modifiers; }
+
     /// Where the pointer is in the view; see `MVInteraction`.
     Mivora::Point3 locationInView(const std::shared_ptr<MVView>& view) const override;
     /// Where it was one update earlier.
@@ -78,4 +84,5 @@ class MIVORA_EXPORT MVMouse : public MVInteraction {
     std::weak_ptr<MVView> view_;
     std::int32_t clickCount_ = 0;
     std::int32_t button_ = 0;
+    Mivora::platform::Modifiers modifiers_;
 };

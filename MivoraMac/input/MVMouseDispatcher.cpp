@@ -1,17 +1,22 @@
 #include "MivoraMac/input/MVMouseDispatcher.h"
 
+#include <string>
 #include <utility>
 
 #include "MivoraMac/input/MVEventLogPrivate.h"
 #include "MivoraMac/input/MVInteractionRayPrivate.h"
 #include "MivoraMac/input/MVMouse.h"
 #include "MivoraMac/platform/base/AtEndPrivate.h"
+#include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/threads/RunAllPrivate.h"
 #include "MivoraMac/platform/windows/Event.h"
 #include "MivoraMac/views/MVWindow.h"
 
 using Mivora::Point2;
 using Mivora::platform::AtEnd;
+using Mivora::platform::DebugLog;
+using Mivora::platform::runAll;
 
 namespace {
 
@@ -29,8 +34,19 @@ void log(const char* what, const MousePointer& mouse) {
     }
 }
 
-void logPress(const char* left, const char* right, const MousePointer& mouse) {
-    log(mouse && mouse->button() == MVMouseButtonRight ? right : left, mouse);
+void logPress(const char* phase, const MousePointer& mouse) {
+    if (mouse && DebugLog::isEnabled(DebugLog::Category::Events)) {
+        const char* const button = mouse->button() == MVMouseButtonRight    ? "secondary press "
+                                   : mouse->button() == MVMouseButtonMiddle ? "middle press "
+                                                                            : "press ";
+        MVEventLog::write((std::string(button) + phase).c_str(), *mouse);
+    }
+}
+
+void takeModifiers(MVMouse& mouse, const MVMouseDispatcher::EventPointer& event) {
+    if (event) {
+        mouse.setModifiers(event->modifiers);
+    }
 }
 
 }  // namespace
@@ -49,77 +65,97 @@ void MVMouseDispatcher::systemMouseBeganWithEvent(Point2 point, const EventPoint
     beginPress(leftMouse_, MVMouseButtonLeft, point, event);
 }
 
-void MVMouseDispatcher::systemMouseMovedWithEvent(Point2 point, const EventPointer& /*event*/) {
-    movePress(leftMouse_, point);
+void MVMouseDispatcher::systemMouseMovedWithEvent(Point2 point, const EventPointer& event) {
+    movePress(leftMouse_, point, event);
 }
 
-void MVMouseDispatcher::systemMouseEndedWithEvent(Point2 point, const EventPointer& /*event*/) {
-    endPress(leftMouse_, point);
+void MVMouseDispatcher::systemMouseEndedWithEvent(Point2 point, const EventPointer& event) {
+    endPress(leftMouse_, point, event);
 }
 
 void MVMouseDispatcher::systemRightMouseBeganWithEvent(Point2 point, const EventPointer& event) {
     beginPress(rightMouse_, MVMouseButtonRight, point, event);
 }
 
-void MVMouseDispatcher::systemRightMouseMovedWithEvent(Point2 point,
-                                                       const EventPointer& /*event*/) {
-    movePress(rightMouse_, point);
+void MVMouseDispatcher::systemRightMouseMovedWithEvent(Point2 point, const EventPointer& event) {
+    movePress(rightMouse_, point, event);
 }
 
-void MVMouseDispatcher::systemRightMouseEndedWithEvent(Point2 point,
-                                                       const EventPointer& /*event*/) {
-    endPress(rightMouse_, point);
+void MVMouseDispatcher::systemRightMouseEndedWithEvent(Point2 point, const EventPointer& event) {
+    endPress(rightMouse_, point, event);
+}
+
+void MVMouseDispatcher::systemMiddleMouseBeganWithEvent(Point2 point, const EventPointer& event) {
+    beginPress(middleMouse_, MVMouseButtonMiddle, point, event);
+}
+
+void MVMouseDispatcher::systemMiddleMouseMovedWithEvent(Point2 point, const EventPointer& event) {
+    movePress(middleMouse_, point, event);
+}
+
+void MVMouseDispatcher::systemMiddleMouseEndedWithEvent(Point2 point, const EventPointer& event) {
+    endPress(middleMouse_, point, event);
 }
 
 void MVMouseDispatcher::beginPress(MousePointer& record, std::int32_t button, Point2 point,
                                    const EventPointer& event) {
     const auto kept = shared_from_this();
-    mv_dispatchMouseEnded(std::exchange(record, nullptr));
-    const MousePointer mouse = mv_newMouseWithPointButton(point, button);
-    if (record) {
-        return;
-    }
-    record = mouse;
-    mouse->setClickCount(event ? event->clickCount : 1);
-    mv_dispatchMouseBegan(mouse);
+    const auto endFormer = [&] { mv_dispatchMouseEnded(std::exchange(record, nullptr)); };
+    const auto begin = [&] {
+        const MousePointer mouse = mv_newMouseWithPointButton(point, button);
+        if (record) {
+            return;
+        }
+        record = mouse;
+        mouse->setClickCount(event ? event->clickCount : 1);
+        takeModifiers(*mouse, event);
+        mv_dispatchMouseBegan(mouse);
+    };
+    runAll(endFormer, begin);
 }
 
-void MVMouseDispatcher::movePress(const MousePointer& record, Point2 point) {
+void MVMouseDispatcher::movePress(const MousePointer& record, Point2 point,
+                                  const EventPointer& event) {
     if (const MousePointer mouse = record) {
+        takeModifiers(*mouse, event);
         mv_mouseUpdateWithPoint(mouse, point);
         mv_dispatchMouseMoved(mouse);
     }
 }
 
-void MVMouseDispatcher::endPress(MousePointer& record, Point2 point) {
+void MVMouseDispatcher::endPress(MousePointer& record, Point2 point, const EventPointer& event) {
     if (const MousePointer mouse = std::exchange(record, nullptr)) {
-        mv_mouseUpdateWithPoint(mouse, point);
-        mv_dispatchMouseEnded(mouse);
+        takeModifiers(*mouse, event);
+        runAll([&] { mv_mouseUpdateWithPoint(mouse, point); },
+               [&] { mv_dispatchMouseEnded(mouse); });
     }
 }
 
 // Hover
 
-void MVMouseDispatcher::systemMouseHoverBeganWithEvent(Point2 point,
-                                                       const EventPointer& /*event*/) {
+void MVMouseDispatcher::systemMouseHoverBeganWithEvent(Point2 point, const EventPointer& event) {
     const auto kept = shared_from_this();
-    endHover(std::exchange(hoverMouse_, nullptr));
-    const MousePointer mouse = mv_newMouseWithPointButton(point, MVMouseButtonHover);
-    if (hoverMouse_) {
-        return;
-    }
-    hoverMouse_ = mouse;
-    mouse->setClickCount(0);
-    mv_dispatchMouseHoverBegan(mouse);
+    const auto endFormer = [&] { endHover(std::exchange(hoverMouse_, nullptr)); };
+    const auto begin = [&] {
+        const MousePointer mouse = mv_newMouseWithPointButton(point, MVMouseButtonHover);
+        if (hoverMouse_) {
+            return;
+        }
+        hoverMouse_ = mouse;
+        mouse->setClickCount(0);
+        takeModifiers(*mouse, event);
+        mv_dispatchMouseHoverBegan(mouse);
+    };
+    runAll(endFormer, begin);
 }
 
-void MVMouseDispatcher::systemMouseHoverMovedWithEvent(Point2 point,
-                                                       const EventPointer& /*event*/) {
+void MVMouseDispatcher::systemMouseHoverMovedWithEvent(Point2 point, const EventPointer& event) {
     const MousePointer mouse = hoverMouse_;
     if (!mouse) {
         return;
     }
     const auto kept = shared_from_this();
+    takeModifiers(*mouse, event);
     mv_mouseUpdateWithPoint(mouse, point);
     if (mouse == leavingMouse_) {
         return;
@@ -130,22 +166,24 @@ void MVMouseDispatcher::systemMouseHoverMovedWithEvent(Point2 point,
         return;
     }
     const Mivora::Ray3 ray = mouse->ray();
-    {
+    const auto leave = [&] {
         const AtEnd left(
             [this, outer = std::exchange(leavingMouse_, mouse)] { leavingMouse_ = outer; });
         mv_dispatchMouseHoverEnded(mouse);
-    }
-    if (hoverMouse_ == mouse) {
-        mouse->setView(mouse->ray() == ray ? view : viewAt(mouse));
-        mv_dispatchMouseHoverBegan(mouse);
-    }
+    };
+    const auto enter = [&] {
+        if (hoverMouse_ == mouse) {
+            mouse->setView(mouse->ray() == ray ? view : viewAt(mouse));
+            mv_dispatchMouseHoverBegan(mouse);
+        }
+    };
+    runAll(leave, enter);
 }
 
-void MVMouseDispatcher::systemMouseHoverEndedWithEvent(Point2 point,
-                                                       const EventPointer& /*event*/) {
+void MVMouseDispatcher::systemMouseHoverEndedWithEvent(Point2 point, const EventPointer& event) {
     if (const MousePointer mouse = std::exchange(hoverMouse_, nullptr)) {
-        mv_mouseUpdateWithPoint(mouse, point);
-        endHover(mouse);
+        takeModifiers(*mouse, event);
+        runAll([&] { mv_mouseUpdateWithPoint(mouse, point); }, [&] { endHover(mouse); });
     }
 }
 
@@ -184,7 +222,7 @@ void MVMouseDispatcher::mv_mouseUpdateWithPoint(const MousePointer& mouse, Point
 }
 
 void MVMouseDispatcher::mv_dispatchMouseBegan(const MousePointer& mouse) {
-    logPress("press began", "secondary press began", mouse);
+    logPress("began", mouse);
     send(mouse, &MVView::mouseBegan);
 }
 
@@ -193,7 +231,7 @@ void MVMouseDispatcher::mv_dispatchMouseMoved(const MousePointer& mouse) {
 }
 
 void MVMouseDispatcher::mv_dispatchMouseEnded(const MousePointer& mouse) {
-    logPress("press ended", "secondary press ended", mouse);
+    logPress("ended", mouse);
     send(mouse, &MVView::mouseEnded);
 }
 

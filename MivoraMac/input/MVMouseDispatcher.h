@@ -18,7 +18,8 @@ struct Event;
 
 /// Sends buttons and hovers to the mouse hooks of a window's views.
 ///
-/// There is at most one record each for the primary button, the secondary button and the hover.
+/// There is at most one record each for the primary button, the secondary button, the middle button
+/// and the hover.
 /// Each exists from its begin to its end; moves and ends without one do nothing. A begin while
 /// there is one ends that one first, where it last was, so that every view that is sent a
 /// `mouseBegan` is sent one `mouseEnded`. A press stays with the view that was hit at its begin,
@@ -27,9 +28,10 @@ struct Event;
 /// Hooks may do anything, to this dispatcher, too. An ending record is dropped before its hook is
 /// called. Where a hook begins a record while another of the kind is about to begin, that one
 /// stands, and the other is left out. While a view is told that a hover leaves it, further moves
-/// only say where the hover goes on.
+/// only say where the hover goes on. What hooks throw goes through once all is done.
 ///
-/// Points are in points from the bottom left corner of the host view. Events may be null.
+/// Points are in points from the bottom left corner of the host view. Of events the click count and
+/// the modifier keys are looked at; events may be null.
 ///
 /// Thread: main.
 class MIVORA_EXPORT MVMouseDispatcher : public std::enable_shared_from_this<MVMouseDispatcher> {
@@ -66,6 +68,16 @@ class MIVORA_EXPORT MVMouseDispatcher : public std::enable_shared_from_this<MVMo
     void systemRightMouseBeganWithEvent(Mivora::Point2 point, const EventPointer& event);
     void systemRightMouseMovedWithEvent(Mivora::Point2 point, const EventPointer& event);
     void systemRightMouseEndedWithEvent(Mivora::Point2 point, const EventPointer& event);
+
+    /// @}
+    /// @name The middle button
+    /// As the primary one.
+    /// @{
+
+    /// The pressed, moved and released button.
+    void systemMiddleMouseBeganWithEvent(Mivora::Point2 point, const EventPointer& event);
+    void systemMiddleMouseMovedWithEvent(Mivora::Point2 point, const EventPointer& event);
+    void systemMiddleMouseEndedWithEvent(Mivora::Point2 point, const EventPointer& event);
 
     /// @}
     /// @name Hover
@@ -111,8 +123,8 @@ class MIVORA_EXPORT MVMouseDispatcher : public std::enable_shared_from_this<MVMo
  private:
     void beginPress(MousePointer& record, std::int32_t button, Mivora::Point2 point,
                     const EventPointer& event);
-    void movePress(const MousePointer& record, Mivora::Point2 point);
-    void endPress(MousePointer& record, Mivora::Point2 point);
+    void movePress(const MousePointer& record, Mivora::Point2 point, const EventPointer& event);
+    void endPress(MousePointer& record, Mivora::Point2 point, const EventPointer& event);
     /// Tells the view, unless it is being told that the hover leaves it.
     void endHover(const MousePointer& mouse);
     std::shared_ptr<MVView> viewAt(const MousePointer& mouse) const;
@@ -120,6 +132,7 @@ class MIVORA_EXPORT MVMouseDispatcher : public std::enable_shared_from_this<MVMo
     std::weak_ptr<MVWindow> window_;
     MousePointer leftMouse_;
     MousePointer rightMouse_;
+    MousePointer middleMouse_;
     MousePointer hoverMouse_;
     MousePointer leavingMouse_;  ///< A hover whose view is being told that it leaves.
 };

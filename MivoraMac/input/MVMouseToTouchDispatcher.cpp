@@ -5,7 +5,10 @@
 #include "MivoraMac/input/MVEventLogPrivate.h"
 #include "MivoraMac/input/MVTouch.h"
 #include "MivoraMac/input/MVTouchDispatch.h"
+#include "MivoraMac/platform/threads/RunAllPrivate.h"
 #include "MivoraMac/views/MVWindow.h"
+
+using Mivora::platform::runAll;
 
 std::shared_ptr<MVMouseToTouchDispatcher> MVMouseToTouchDispatcher::initWithWindow(
     const std::shared_ptr<MVWindow>& window) {
@@ -27,9 +30,9 @@ void MVMouseToTouchDispatcher::systemTouchBeganWithEvent(const EventPointer& eve
     if (const auto former = std::exchange(currentMouseTouch_, touch)) {
         former->mv_finish();
     }
-    MVBuildGestureRecognizerRelationshipsForTouch(touch);
-    MVEventLog::write("touch began", *touch);
-    MVDispatchSelectorToTouches({touch}, MVTouchPhase::Began);
+    runAll([&] { MVBuildGestureRecognizerRelationshipsForTouch(touch); },
+           [&] { MVEventLog::write("touch began", *touch); },
+           [&] { MVDispatchSelectorToTouches({touch}, MVTouchPhase::Began); });
 }
 
 void MVMouseToTouchDispatcher::systemTouchMovedWithEvent(const EventPointer& event) {
@@ -52,13 +55,10 @@ void MVMouseToTouchDispatcher::finishTouch(const EventPointer& event, MVTouchPha
     if (!touch) {
         return;
     }
-    touch->updateWithSystemEventOnWindow(event, window_.lock());
-    MVEventLog::write(phase == MVTouchPhase::Ended ? "touch ended" : "touch cancelled", *touch);
-    try {
-        MVDispatchSelectorToTouches({touch}, phase);
-    } catch (...) {
-        MVFinishTouches({touch});
-        throw;
-    }
-    MVFinishTouches({touch});
+    runAll([&] { touch->mv_endWithSystemEventOnWindow(event, window_.lock()); },
+           [&] {
+               MVEventLog::write(phase == MVTouchPhase::Ended ? "touch ended" : "touch cancelled",
+                                 *touch);
+           },
+           [&] { MVDispatchSelectorToTouches({touch}, phase); }, [&] { MVFinishTouches({touch}); });
 }

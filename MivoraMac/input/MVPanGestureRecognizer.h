@@ -16,10 +16,9 @@
 /// change; when the last touch ends, so does the gesture. A touch that ends that far away without
 /// another move makes a gesture that ends without having begun.
 ///
-/// The place on the screen of a platform touch is that of its press, and before its first move that
-/// is counted from the corner of the host view. A pan of the mouse therefore begins with the first
-/// move, and a click is one that ends without having begun, except for presses within ten points of
-/// the bottom left corner.
+/// The place on the screen of a platform touch is that of its press, and its first move counts from
+/// the corner of the host view. A pan of the mouse therefore begins with the first move, except for
+/// presses within ten points of the bottom left corner. A click that does not move is no pan.
 ///
 /// Thread: main.
 class MIVORA_EXPORT MVPanGestureRecognizer : public MVGestureRecognizer {

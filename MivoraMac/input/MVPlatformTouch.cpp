@@ -48,6 +48,15 @@ void MVPlatformTouch::updateWithSystemEventOnWindow(const std::shared_ptr<const 
     setRay(mv_unprojectSystemEventOnWindow(event, window));
 }
 
+void MVPlatformTouch::mv_endWithSystemEventOnWindow(const std::shared_ptr<const Event>& event,
+                                                    const std::shared_ptr<MVWindow>& window) {
+    const bool hasMoved = hasUpdated_;
+    updateWithSystemEventOnWindow(event, window);
+    if (!hasMoved) {
+        previousScreenPoint_ = screenPoint_;
+    }
+}
+
 Mivora::Point2 MVPlatformTouch::screenPoint() const {
     if (!hasUpdated_) {
         throw MVException("MVTouch not updated",

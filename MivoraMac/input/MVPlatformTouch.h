@@ -27,10 +27,16 @@ class MIVORA_EXPORT MVPlatformTouch : public MVTouch {
     void updateWithSystemEventOnWindow(const std::shared_ptr<const Mivora::platform::Event>& event,
                                        const std::shared_ptr<MVWindow>& window) override;
 
+    /// As an update; but of a touch that has not been updated before, `previousScreenPoint` is its
+    /// `screenPoint`: a press and its release are no way.
+    void mv_endWithSystemEventOnWindow(const std::shared_ptr<const Mivora::platform::Event>& event,
+                                       const std::shared_ptr<MVWindow>& window) override;
+
     /// Where the touch began: the location of the event that it was made from.
     /// @throws MVException "MVTouch not updated" before the first update
     Mivora::Point2 screenPoint() const override;
-    /// The `screenPoint` before the latest update; zero after the first one.
+    /// The `screenPoint` before the latest update; zero after the first one, unless that is the end
+    /// of the touch.
     /// @throws MVException "MVTouch not updated" before the first update
     Mivora::Point2 previousScreenPoint() const override;
 

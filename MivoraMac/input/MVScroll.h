@@ -8,6 +8,7 @@
 #include "MivoraMac/geometry/Ray.h"
 #include "MivoraMac/input/MVInteraction.h"
 #include "MivoraMac/platform/threads/Clock.h"
+#include "MivoraMac/platform/windows/Modifiers.h"
 
 class MVView;
 struct MVMaker;
@@ -19,6 +20,13 @@ struct Event;
 /// One episode of scrolling: the click of a wheel, fingers on a touchpad from their touch to their
 /// lift, or the momentum after them, which is an episode of its own. The same record is sent to the
 /// hooks of the view throughout.
+///
+/// What comes to a view:
+/// - a click of a wheel: `scrollBegan` with the way, `scrollEnded` with none;
+/// - fingers, and momentum: `scrollBegan`, any number of `scrollMoved`, and `scrollEnded` or
+///   `scrollCancelled`, each with the way since the one before;
+/// - a press of a button: `scrollCancelled` with no way, after a `scrollBegan` with none if nothing
+///   was scrolling.
 ///
 /// Thread: main.
 class MIVORA_EXPORT MVScroll : public MVInteraction {
@@ -48,6 +56,11 @@ class MIVORA_EXPORT MVScroll : public MVInteraction {
     /// Also for an equal value.
     void setTranslation(Mivora::Point2 translation);
 
+    /// The modifier keys that were held at the latest event; none where there was no event, as in
+    /// what a press sends to stop content that goes on moving by itself.
+    Mivora::platform::Modifiers modifiers() const { return modifiers_; }
+    void setModifiers(Mivora::platform::Modifiers modifiers) { modifiers_ = modifiers; }
+
     /// How fast the content is scrolled, in points per second: the translation before the latest
     /// one, over the time between the two events before the latest one.
     ///
@@ -72,4 +85,5 @@ class MIVORA_EXPORT MVScroll : public MVInteraction {
     std::uint64_t lastLastTranslationTimestamp_ = 0;
     Mivora::platform::Timebase timebase_;
     Mivora::Point2 translation_ = Mivora::Point2::kZero;
+    Mivora::platform::Modifiers modifiers_;
 };

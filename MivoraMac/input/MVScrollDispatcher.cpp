@@ -6,9 +6,12 @@
 #include "MivoraMac/input/MVInteractionRayPrivate.h"
 #include "MivoraMac/input/MVScroll.h"
 #include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/threads/RunAllPrivate.h"
+#include "MivoraMac/platform/windows/Event.h"
 #include "MivoraMac/views/MVWindow.h"
 
 using Mivora::Point2;
+using Mivora::platform::runAll;
 
 namespace {
 
@@ -17,6 +20,12 @@ using ScrollPointer = MVScrollDispatcher::ScrollPointer;
 void send(const ScrollPointer& scroll, void (MVView::*hook)(const ScrollPointer&)) {
     if (const std::shared_ptr<MVView> view = scroll ? scroll->view() : nullptr) {
         (view.get()->*hook)(scroll);
+    }
+}
+
+void takeModifiers(MVScroll& scroll, const MVScrollDispatcher::EventPointer& event) {
+    if (event) {
+        scroll.setModifiers(event->modifiers);
     }
 }
 
@@ -37,44 +46,51 @@ MVScrollDispatcher::MVScrollDispatcher(const std::shared_ptr<MVWindow>& window) 
 MVScrollDispatcher::~MVScrollDispatcher() = default;
 
 void MVScrollDispatcher::systemScrollBeganTranslationWithEvent(Point2 point, Point2 translation,
-                                                               const EventPointer& /*event*/) {
+                                                               const EventPointer& event) {
     const auto kept = shared_from_this();
     const ScrollPointer scroll = mv_newScrollWithPointTranslation(point, translation);
+    takeModifiers(*scroll, event);
     scroll_ = scroll;
     mv_dispatchScrollBegan(scroll);
 }
 
 void MVScrollDispatcher::systemScrollMovedTranslationWithEvent(Point2 point, Point2 translation,
-                                                               const EventPointer& /*event*/) {
+                                                               const EventPointer& event) {
     if (const ScrollPointer scroll = scroll_) {
+        takeModifiers(*scroll, event);
         mv_scrollUpdateWithPointTranslation(scroll, point, translation);
         mv_dispatchScrollMoved(scroll);
     }
 }
 
 void MVScrollDispatcher::systemScrollEndedTranslationWithEvent(Point2 point, Point2 translation,
-                                                               const EventPointer& /*event*/) {
+                                                               const EventPointer& event) {
     if (const ScrollPointer scroll = std::exchange(scroll_, nullptr)) {
-        mv_scrollUpdateWithPointTranslation(scroll, point, translation);
-        mv_dispatchScrollEnded(scroll);
+        takeModifiers(*scroll, event);
+        runAll([&] { mv_scrollUpdateWithPointTranslation(scroll, point, translation); },
+               [&] { mv_dispatchScrollEnded(scroll); });
     }
 }
 
 void MVScrollDispatcher::systemScrollCancelledTranslationWithEvent(Point2 point, Point2 translation,
-                                                                   const EventPointer& /*event*/) {
+                                                                   const EventPointer& event) {
     if (const ScrollPointer scroll = std::exchange(scroll_, nullptr)) {
-        mv_scrollUpdateWithPointTranslation(scroll, point, translation);
-        mv_dispatchScrollCancelled(scroll);
+        takeModifiers(*scroll, event);
+        runAll([&] { mv_scrollUpdateWithPointTranslation(scroll, point, translation); },
+               [&] { mv_dispatchScrollCancelled(scroll); });
     }
 }
 
 void MVScrollDispatcher::cancelActiveScrollEventWithEvent(Point2 point,
                                                           const EventPointer& /*event*/) {
     const auto kept = shared_from_this();
-    if (!scroll_) {
-        systemScrollBeganTranslationWithEvent(point, Point2::kZero, nullptr);
-    }
-    systemScrollCancelledTranslationWithEvent(point, Point2::kZero, nullptr);
+    runAll(
+        [&] {
+            if (!scroll_) {
+                systemScrollBeganTranslationWithEvent(point, Point2::kZero, nullptr);
+            }
+        },
+        [&] { systemScrollCancelledTranslationWithEvent(point, Point2::kZero, nullptr); });
 }
 
 ScrollPointer MVScrollDispatcher::mv_newScrollWithPointTranslation(Point2 point,

@@ -19,10 +19,11 @@ struct Event;
 /// There is at most one record. It exists from the begin of an episode to its end or cancellation,
 /// and stays with the view that was hit at its begin; moves, ends and cancellations without one do
 /// nothing. A begin while there is one replaces it without a word to its view. An ending record is
-/// dropped before its hook is called, so that hooks may do anything, to this dispatcher, too.
+/// dropped before its hook is called, so that hooks may do anything, to this dispatcher, too; what
+/// they throw goes through once all is done.
 ///
 /// Points are in points from the bottom left corner of the host view, translations in points as in
-/// `MVScroll`. Events are not looked at and may be null.
+/// `MVScroll`. Of events the modifier keys are looked at; events may be null.
 ///
 /// Thread: main.
 class MIVORA_EXPORT MVScrollDispatcher : public std::enable_shared_from_this<MVScrollDispatcher> {

@@ -33,6 +33,12 @@ void MVTouch::updateWithSystemEventOnWindow(
     throwNotOverridden("updateWithSystemEventOnWindow");
 }
 
+void MVTouch::mv_endWithSystemEventOnWindow(
+    const std::shared_ptr<const Mivora::platform::Event>& event,
+    const std::shared_ptr<MVWindow>& window) {
+    updateWithSystemEventOnWindow(event, window);
+}
+
 Mivora::Point3 MVTouch::locationInView(const std::shared_ptr<MVView>& view) const {
     return view ? view->mv_locationOfRay(ray_) : Mivora::Point3::kNull;
 }

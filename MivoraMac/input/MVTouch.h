@@ -42,6 +42,11 @@ class MIVORA_EXPORT MVTouch : public MVInteraction, public std::enable_shared_fr
         const std::shared_ptr<const Mivora::platform::Event>& event,
         const std::shared_ptr<MVWindow>& window);
 
+    /// The last update of a touch, at its end or cancellation. As any other one here.
+    virtual void mv_endWithSystemEventOnWindow(
+        const std::shared_ptr<const Mivora::platform::Event>& event,
+        const std::shared_ptr<MVWindow>& window);
+
     /// The ray at the latest update, in world space.
     Mivora::Ray3 ray() const { return ray_; }
     void setRay(const Mivora::Ray3& ray) { ray_ = ray; }

@@ -9,11 +9,14 @@
 #include "MivoraMac/platform/base/AtEndPrivate.h"
 #include "MivoraMac/platform/base/ClassNamePrivate.h"
 #include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/threads/RunAllPrivate.h"
 #include "MivoraMac/views/MVView.h"
 
 using Mivora::platform::AtEnd;
 using Mivora::platform::classNameOf;
 using Mivora::platform::DebugLog;
+using Mivora::platform::RunAll;
+using Mivora::platform::runAll;
 
 namespace {
 
@@ -42,13 +45,13 @@ void dropFinished(MVTouchSet& touches) {
 /// Sends a phase to recognizers.
 /// @return the first that could still recognize and now has, or null
 Recognizer deliver(const MVGestureRecognizerSet& recognizers, MVTouchSet& touches,
-                   MVTouchPhase phase) {
+                   MVTouchPhase phase, RunAll& all) {
     MVGestureRecognizerSet couldRecognize;
     for (const Recognizer& recognizer : recognizers) {
         if (recognizer->mv_canRecognize()) {
             couldRecognize.insert(recognizer);
         }
-        mv_sendTouches(*recognizer, phase, touches);
+        all.run([&] { mv_sendTouches(*recognizer, phase, touches); });
         dropFinished(touches);
         if (touches.empty()) {
             break;
@@ -60,8 +63,9 @@ Recognizer deliver(const MVGestureRecognizerSet& recognizers, MVTouchSet& touche
     return winner != couldRecognize.end() ? *winner : nullptr;
 }
 
-/// Makes those fail that compete with the winner for one of its touches.
-void beat(const Recognizer& winner) {
+/// Makes those fail that compete with the winner for one of its touches. A delegate that throws has
+/// not said yes.
+void beat(const Recognizer& winner, RunAll& all) {
     const MVTouchSet touches = winner->touches();
     if (DebugLog::isEnabled(DebugLog::Category::Gestures)) {
         const MVGestureRecognizer& object = *winner;
@@ -69,7 +73,9 @@ void beat(const Recognizer& winner) {
                       classNameOf(typeid(object)).c_str(), static_cast<const void*>(&object));
     }
     for (const Recognizer& rival : recognizersOf(touches)) {
-        if (rival != winner && !mayRecognizeTogether(winner, rival)) {
+        bool isRival = rival != winner;
+        all.run([&] { isRival = isRival && !mayRecognizeTogether(winner, rival); });
+        if (isRival) {
             rival->mv_setStateToFailed();
             MVBreakRelationshipBetweenGestureRecognizerAndTouches(rival, touches);
         }
@@ -86,8 +92,8 @@ void deliverToViews(const MVTouchSet& touches, MVTouchPhase phase, const Recogni
             touch->setTrackingView(nullptr);
         }
     });
-    MVDispatchTouchSelectorToTrackedViews(others, phase);
-    MVDispatchTouchSelectorToTrackedViews(taken, MVTouchPhase::Cancelled);
+    runAll([&] { MVDispatchTouchSelectorToTrackedViews(others, phase); },
+           [&] { MVDispatchTouchSelectorToTrackedViews(taken, MVTouchPhase::Cancelled); });
 }
 
 }  // namespace
@@ -158,11 +164,13 @@ void MVDispatchTouchSelectorToTrackedViews(const MVTouchSet& touches, MVTouchPha
         }
         group->second.insert(touch);
     }
-    for (const auto& [weak, tracked] : groups) {
-        if (const std::shared_ptr<MVView> view = weak.lock()) {
-            mv_sendTouches(*view, phase, tracked);
+    RunAll all;
+    for (const auto& group : groups) {
+        if (const std::shared_ptr<MVView> view = group.first.lock()) {
+            all.run([&] { mv_sendTouches(*view, phase, group.second); });
         }
     }
+    all.rethrow();
 }
 
 void MVDispatchSelectorToTouches(MVTouchSet touches, MVTouchPhase phase) {
@@ -176,19 +184,23 @@ void MVDispatchSelectorToTouches(MVTouchSet touches, MVTouchPhase phase) {
             recognizer->mv_deliveryEnded();
         }
     });
-    const Recognizer winner = deliver(recognizers, touches, phase);
+    RunAll all;
+    const Recognizer winner = deliver(recognizers, touches, phase, all);
     if (winner) {
-        beat(winner);
+        beat(winner, all);
     }
     for (const Recognizer& recognizer : recognizers) {
-        recognizer->mv_dispatchStateChangesIfNecessary();
+        all.run([&] { recognizer->mv_dispatchStateChangesIfNecessary(); });
     }
     dropFinished(touches);
-    if (winner) {
-        deliverToViews(touches, phase, winner);
-    } else {
-        MVDispatchTouchSelectorToTrackedViews(touches, phase);
-    }
+    all.run([&] {
+        if (winner) {
+            deliverToViews(touches, phase, winner);
+        } else {
+            MVDispatchTouchSelectorToTrackedViews(touches, phase);
+        }
+    });
+    all.rethrow();
 }
 
 void MVFinishTouches(MVTouchSet touches) {
@@ -197,9 +209,14 @@ void MVFinishTouches(MVTouchSet touches) {
             touch->mv_finish();
         }
     });
+    RunAll all;
     for (const std::shared_ptr<MVTouch>& touch : touches) {
-        for (const Recognizer& recognizer : MVGetGestureRecognizersForTouch(touch)) {
+        // Those that are bound, where a delegate throws instead of letting others be found.
+        MVGestureRecognizerSet found = touch->gestureRecognizers();
+        all.run([&] { found = MVGetGestureRecognizersForTouch(touch); });
+        for (const Recognizer& recognizer : found) {
             MVBreakRelationshipBetweenGestureRecognizerAndTouches(recognizer, touches);
         }
     }
+    all.rethrow();
 }

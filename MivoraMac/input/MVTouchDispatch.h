@@ -25,7 +25,9 @@ class MVView;
 /// 3. Touches end or are cancelled: update them, and deliver `Ended` or `Cancelled`. Then finish
 ///    them (`MVFinishTouches`).
 ///
-/// Hooks, targets and delegates may do anything meanwhile. What they throw ends the delivery.
+/// Hooks, targets and delegates may do anything meanwhile. What one of them throws keeps nothing
+/// from the others: the first exception goes through at the end, further ones are logged. A
+/// delegate that throws has not said yes.
 ///
 /// Thread: main.
 

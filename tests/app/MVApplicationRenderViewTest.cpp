@@ -11,6 +11,7 @@
 
 #include "MivoraMac/input/MVMouse.h"
 #include "MivoraMac/input/MVMouseDispatcher.h"
+#include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/input/MVScroll.h"
 #include "MivoraMac/platform/headless/HeadlessPointer.h"
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
@@ -50,6 +51,8 @@ class InputView : public MVView {
 
     /// The hook that throws, as it is written down; empty for none.
     std::string throwing;
+    /// Those of the latest record.
+    Mivora::platform::Modifiers modifiers;
 
     void touchesBegan(const MVTouchSet& touches) override { touched("began", touches); }
     void touchesMoved(const MVTouchSet& touches) override { touched("moved", touches); }
@@ -85,10 +88,12 @@ class InputView : public MVView {
         add("touches " + phase + " " + std::to_string(touches.size()));
     }
     void pressed(const std::string& phase, const MVMouse& mouse) {
+        modifiers = mouse.modifiers();
         add("mouse " + phase + " button " + std::to_string(mouse.button()) + " clicks " +
             std::to_string(mouse.clickCount()));
     }
     void scrolled(const std::string& phase, const MVScroll& scroll) {
+        modifiers = scroll.modifiers();
         add("scroll " + phase + " " + text(scroll.translation()));
     }
 
@@ -207,6 +212,63 @@ TEST_F(MVApplicationRenderViewTest, theSecondaryButtonMakesNoTouchAndCancelsScro
                 ElementsAre("mouse moved button 2 clicks 1"));
     EXPECT_THAT(linesOf([&] { pointer_->releaseRight(); }),
                 ElementsAre("mouse ended button 2 clicks 1"));
+}
+
+TEST_F(MVApplicationRenderViewTest, theMiddleButtonGoesTheWayOfTheSecondary) {
+    scroll(Event::PhaseBegan, Event::PhaseNone);
+    EXPECT_THAT(linesOf([&] { pointer_->pressMiddle(2); }),
+                ElementsAre("scroll cancelled 0,0", "mouse began button 4 clicks 2"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(40, 20); }),
+                ElementsAre("mouse moved button 4 clicks 2"));
+    EXPECT_THAT(linesOf([&] { pointer_->releaseMiddle(); }),
+                ElementsAre("mouse ended button 4 clicks 2"));
+}
+
+TEST_F(MVApplicationRenderViewTest, modifierKeysReachMouseAndScrolling) {
+    pointer_->setModifiers({.control = true});
+    pointer_->pressRight();
+    EXPECT_TRUE(view_->modifiers.control);
+    pointer_->setModifiers({.shift = true});
+    pointer_->scroll(1, 1, Event::PhaseBegan);
+    EXPECT_EQ(view_->modifiers, (Mivora::platform::Modifiers{.shift = true}));
+}
+
+TEST_F(MVApplicationRenderViewTest, whateverAHookThrowsNoPressEpisodeOrTouchIsLeftBehind) {
+    const Lines down = {"touches began 1", "scroll began 0,0", "scroll cancelled 0,0",
+                        "mouse began button 1 clicks 1"};
+    const Lines dragged = {"touches moved 1", "mouse moved button 1 clicks 1"};
+    const Lines up = {"touches ended 1", "mouse ended button 1 clicks 1"};
+    const Lines click = {"scroll began 0,24", "scroll ended 0,0"};
+    Lines all;
+    for (const Lines* lines : {&down, &dragged, &up, &click}) {
+        all.insert(all.end(), lines->begin(), lines->end());
+    }
+    for (const std::string& throwing : all) {
+        view_->throwing = throwing;
+        EXPECT_EQ(linesOf([&] { pointer_->press(); }), down) << throwing;
+        EXPECT_EQ(linesOf([&] { pointer_->moveTo(21, 30); }), dragged) << throwing;
+        EXPECT_EQ(linesOf([&] { pointer_->release(); }), up) << throwing;
+        EXPECT_EQ(linesOf([&] { pointer_->scrollLines(0, 1); }), click) << throwing;
+        view_->throwing.clear();
+        EXPECT_EQ(renderView_->mouseToTouchDispatcher()->mv_currentMouseTouch(), nullptr);
+        EXPECT_THAT(scroll(Event::PhaseChanged, Event::PhaseNone), IsEmpty()) << throwing;
+        pointer_->moveTo(20, 30);
+    }
+}
+
+TEST_F(MVApplicationRenderViewTest, theOtherButtonsCancelScrollingWhateverThatThrows) {
+    for (const char* const throwing : {"scroll began 0,0", "scroll cancelled 0,0"}) {
+        view_->throwing = throwing;
+        EXPECT_THAT(linesOf([&] { pointer_->pressRight(); }),
+                    ElementsAre("scroll began 0,0", "scroll cancelled 0,0",
+                                "mouse began button 2 clicks 1"));
+        EXPECT_THAT(linesOf([&] { pointer_->pressMiddle(); }),
+                    ElementsAre("scroll began 0,0", "scroll cancelled 0,0",
+                                "mouse began button 4 clicks 1"));
+        pointer_->releaseRight();
+        pointer_->releaseMiddle();
+        EXPECT_THAT(scroll(Event::PhaseChanged, Event::PhaseNone), IsEmpty());
+    }
 }
 
 TEST_F(MVApplicationRenderViewTest, aDoubleClickReachesTheMouseWithItsCount) {

@@ -3,6 +3,7 @@
 #include <epoxy/gl.h>
 
 #include <cstdio>
+#include <string>
 #include <utility>
 
 #include "MivoraMac/platform/gl/GLContext.h"
@@ -33,13 +34,21 @@ void drawQuadrants(int width, int height) {
     glDisable(GL_SCISSOR_TEST);
 }
 
+/// The modifier keys that are held, each behind a space.
+std::string keys(const Event& event) {
+    const platform::Modifiers& held = event.modifiers;
+    return std::string(held.shift ? " shift" : "") + (held.control ? " control" : "") +
+           (held.alt ? " alt" : "") + (held.super ? " super" : "");
+}
+
 void print(const char* name, const Event& event) {
-    std::printf("%s %.0f %.0f\n", name, event.locationInWindow.x, event.locationInWindow.y);
+    std::printf("%s %.0f %.0f%s\n", name, event.locationInWindow.x, event.locationInWindow.y,
+                keys(event).c_str());
 }
 
 void printPress(const char* name, const Event& event) {
-    std::printf("%s %d at %.0f %.0f\n", name, event.clickCount, event.locationInWindow.x,
-                event.locationInWindow.y);
+    std::printf("%s %d at %.0f %.0f%s\n", name, event.clickCount, event.locationInWindow.x,
+                event.locationInWindow.y, keys(event).c_str());
 }
 
 const char* name(Event::Phase phase) {
@@ -149,6 +158,18 @@ void QuadrantView::rightMouseUp(const std::shared_ptr<const Event>& event) {
     printPress("right up", *event);
 }
 
+void QuadrantView::middleMouseDown(const std::shared_ptr<const Event>& event) {
+    printPress("middle down", *event);
+}
+
+void QuadrantView::middleMouseDragged(const std::shared_ptr<const Event>& event) {
+    print("middle dragged", *event);
+}
+
+void QuadrantView::middleMouseUp(const std::shared_ptr<const Event>& event) {
+    printPress("middle up", *event);
+}
+
 void QuadrantView::mouseEntered(const std::shared_ptr<const Event>& event) {
     print("entered", *event);
     told("entered");
@@ -165,9 +186,9 @@ void QuadrantView::mouseExited(const std::shared_ptr<const Event>& event) {
 }
 
 void QuadrantView::scrollWheel(const std::shared_ptr<const Event>& event) {
-    std::printf("scroll %.2f %.2f %s phase %s momentum %s\n", event->scrollingDeltaX,
+    std::printf("scroll %.2f %.2f %s phase %s momentum %s%s\n", event->scrollingDeltaX,
                 event->scrollingDeltaY, event->hasPreciseScrollingDeltas ? "points" : "lines",
-                name(event->phase), name(event->momentumPhase));
+                name(event->phase), name(event->momentumPhase), keys(*event).c_str());
 }
 
 }  // namespace Mivora::tests

@@ -42,6 +42,9 @@ class QuadrantView : public platform::OpenGLView {
     void rightMouseDown(const std::shared_ptr<const Event>& event) override;
     void rightMouseDragged(const std::shared_ptr<const Event>& event) override;
     void rightMouseUp(const std::shared_ptr<const Event>& event) override;
+    void middleMouseDown(const std::shared_ptr<const Event>& event) override;
+    void middleMouseDragged(const std::shared_ptr<const Event>& event) override;
+    void middleMouseUp(const std::shared_ptr<const Event>& event) override;
     void mouseEntered(const std::shared_ptr<const Event>& event) override;
     void mouseMoved(const std::shared_ptr<const Event>& event) override;
     void mouseExited(const std::shared_ptr<const Event>& event) override;

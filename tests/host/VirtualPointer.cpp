@@ -1,14 +1,17 @@
-// A pointer for compositors that know the protocol wlr-virtual-pointer-unstable-v1: does what the
-// lines it reads say, and prints "done" after each.
+// A pointer and a keyboard for compositors that know the protocols wlr-virtual-pointer-unstable-v1
+// and virtual-keyboard-unstable-v1: does what the lines it reads say, and prints "done" after each.
 //
 //   move X Y          to a place of the first output, in its points
-//   press BUTTON      1 for the primary, 3 for the secondary button
+//   press BUTTON      1 for the primary, 2 for the middle, 3 for the secondary button
 //   release BUTTON
 //   wheel LINES       the vertical wheel; downward is positive
 //   fingers X Y       two fingers on a touchpad scroll by so many points
 //   lift              the fingers leave the touchpad
+//   keys [KEY...]     the modifier keys that are held from now on: shift, control, alt, super
 //   wait SECONDS
 #include <linux/input-event-codes.h>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <wayland-client.h>
 
 #include <chrono>
@@ -58,9 +61,43 @@ const wl_message managerRequests[] = {
 const wl_interface managerInterface = {
     "zwlr_virtual_pointer_manager_v1", 1, 1, managerRequests, 0, nullptr};
 
+extern const wl_interface keyboardInterface;
+const wl_interface* const kCreateKeyboardTypes[] = {&wl_seat_interface, &keyboardInterface};
+
+enum KeyboardRequest : std::uint32_t { Keymap, Key, ModifierState };
+
+const wl_message keyboardRequests[] = {
+    {"keymap", "uhu", const_cast<const wl_interface**>(kNoTypes)},
+    {"key", "uuu", const_cast<const wl_interface**>(kNoTypes)},
+    {"modifiers", "uuuu", const_cast<const wl_interface**>(kNoTypes)},
+    {"destroy", "", const_cast<const wl_interface**>(kNoTypes)},
+};
+const wl_interface keyboardInterface = {"zwp_virtual_keyboard_v1", 1, 4,
+                                        keyboardRequests,          0, nullptr};
+
+const wl_message keyboardManagerRequests[] = {
+    {"create_virtual_keyboard", "on", const_cast<const wl_interface**>(kCreateKeyboardTypes)},
+};
+const wl_interface keyboardManagerInterface = {"zwp_virtual_keyboard_manager_v1", 1, 1,
+                                               keyboardManagerRequests,           0, nullptr};
+
+constexpr char kKeymap[] = R"keymap(xkb_keymap {
+    xkb_keycodes { include "evdev+aliases(qwerty)" };
+    xkb_types { include "complete" };
+    xkb_compat { include "complete" };
+    xkb_symbols { include "pc+us+inet(evdev)" };
+};
+)keymap";
+
+/// The bits of the modifiers of a keymap that begin with the real ones, in their order.
+std::uint32_t modifierBit(const std::string& key) {
+    return key == "shift" ? 1U << 0 : key == "control" ? 1U << 2 : key == "alt" ? 1U << 3 : 1U << 6;
+}
+
 /// What the compositor offers of what is needed.
 struct Globals {
     wl_proxy* manager = nullptr;
+    wl_proxy* keyboards = nullptr;
     wl_seat* seat = nullptr;
     wl_output* output = nullptr;
     int width = 0;  // of the output, in pixels
@@ -89,6 +126,9 @@ const wl_registry_listener registryListener = {
         if (std::strcmp(interface, managerInterface.name) == 0) {
             globals.manager =
                 static_cast<wl_proxy*>(wl_registry_bind(registry, name, &managerInterface, 1));
+        } else if (std::strcmp(interface, keyboardManagerInterface.name) == 0) {
+            globals.keyboards = static_cast<wl_proxy*>(
+                wl_registry_bind(registry, name, &keyboardManagerInterface, 1));
         } else if (std::strcmp(interface, wl_seat_interface.name) == 0) {
             globals.seat =
                 static_cast<wl_seat*>(wl_registry_bind(registry, name, &wl_seat_interface, 1));
@@ -108,27 +148,62 @@ std::uint32_t milliseconds() {
                                           .count());
 }
 
+/// Keys that are held without being pressed, which is all that a client is told of them.
+class Keyboard {
+ public:
+    explicit Keyboard(const Globals& globals)
+        : proxy_(wl_proxy_marshal_constructor(globals.keyboards, 0, &keyboardInterface,
+                                              globals.seat, nullptr)) {
+        const int file = memfd_create("keymap", MFD_CLOEXEC);
+        if (write(file, kKeymap, sizeof kKeymap) == sizeof kKeymap) {
+            wl_proxy_marshal(proxy_, Keymap, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, file,
+                             static_cast<std::uint32_t>(sizeof kKeymap));
+        }
+        close(file);
+    }
+
+    void hold(std::istringstream& keys) {
+        std::uint32_t held = 0;
+        for (std::string key; keys >> key;) {
+            held |= modifierBit(key);
+        }
+        wl_proxy_marshal(proxy_, ModifierState, held, 0U, 0U, 0U);
+    }
+
+ private:
+    wl_proxy* proxy_;
+};
+
 class Pointer {
  public:
     Pointer(wl_display* display, const Globals& globals)
         : display_(display),
           globals_(globals),
           proxy_(wl_proxy_marshal_constructor(globals.manager, 0, &pointerInterface, globals.seat,
-                                              nullptr)) {}
+                                              nullptr)),
+          keyboard_(globals) {}
 
     bool obey(const std::string& line) {
         std::istringstream words(line);
         std::string command;
         double first = 0;
         double second = 0;
-        words >> command >> first >> second;
+        words >> command;
+        if (command == "keys") {
+            keyboard_.hold(words);
+            return wl_display_roundtrip(display_) >= 0;
+        }
+        words >> first >> second;
         if (command == "move") {
             request(MotionAbsolute, milliseconds(), static_cast<std::uint32_t>(first),
                     static_cast<std::uint32_t>(second),
                     static_cast<std::uint32_t>(globals_.width / globals_.scale),
                     static_cast<std::uint32_t>(globals_.height / globals_.scale));
         } else if (command == "press" || command == "release") {
-            request(Button, milliseconds(), first == 1 ? BTN_LEFT : BTN_RIGHT,
+            request(Button, milliseconds(),
+                    first == 1   ? BTN_LEFT
+                    : first == 2 ? BTN_MIDDLE
+                                 : BTN_RIGHT,
                     command == "press" ? 1U : 0U);
         } else if (command == "wheel") {
             request(Discrete, milliseconds(), WL_POINTER_AXIS_VERTICAL_SCROLL,
@@ -167,6 +242,7 @@ class Pointer {
     wl_display* display_;
     Globals globals_;
     wl_proxy* proxy_;
+    Keyboard keyboard_;
 };
 
 }  // namespace
@@ -183,8 +259,8 @@ int main() {
     wl_registry_add_listener(registry, &registryListener, &globals);
     wl_display_roundtrip(display);
     wl_display_roundtrip(display);
-    if (globals.manager == nullptr || globals.output == nullptr) {
-        std::puts("the compositor has no virtual pointers");
+    if (globals.manager == nullptr || globals.keyboards == nullptr || globals.output == nullptr) {
+        std::puts("the compositor has no virtual pointers and keyboards");
         return 1;
     }
     Pointer pointer(display, globals);

@@ -1,6 +1,6 @@
 #!/bin/bash
-# The pointer on an X server: hovering, pressing, dragging, clicking, the wheel, and presses that
-# nobody ends.
+# The pointer on an X server: hovering, pressing, dragging, clicking, modifier keys, the wheel, and
+# presses that nobody ends.
 . "$(dirname "$0")/host.sh"
 
 start_x11
@@ -57,8 +57,35 @@ xdotool mousedown 1 mousedown 3 mousemove 100 50 mouseup 1 mousemove 105 50 mous
 expect "down 1 at 90 250" "right down 1 at 90 250" "dragged 100 250" \
     "right dragged 100 250" "up 1 at 100 250" "right dragged 105 250" \
     "right up 1 at 105 250"
-xdotool click 2
+
+echo "the middle button"
+xdotool click --repeat 2 --delay 20 2
+expect "middle down 1 at 105 250" "middle up 1 at 105 250" "middle down 2 at 105 250" \
+    "middle up 2 at 105 250"
+xdotool mousedown 3 mousedown 2 mousemove 110 50 mouseup 3 mousemove 120 50 mouseup 2
+expect "right down 1 at 105 250" "middle down 1 at 105 250" "right dragged 110 250" \
+    "middle dragged 110 250" "right up 1 at 110 250" "middle dragged 120 250" \
+    "middle up 1 at 120 250"
+xdotool mousedown 2 mousemove 500 50 mouseup 2
+expect "middle down 1 at 120 250" "middle dragged 500 250" "middle up 1 at 500 250" \
+    "exited 500 250"
 silence
+xdotool mousemove 105 50
+expect "entered 105 250" "moved 105 250"
+
+echo "modifier keys"
+# The first press of a virtual keyboard makes the server change to its layout, which takes a while.
+xdotool key --clearmodifiers shift
+for key in "shift shift" "ctrl control" "alt alt" "super super"; do
+    xdotool keydown "${key% *}" click 2 click 4 mousemove_relative 1 0 keyup "${key% *}"
+    xdotool mousemove_relative -- -1 0
+    expect "middle down 1 at 105 250 ${key#* }" "middle up 1 at 105 250 ${key#* }" \
+        "scroll 0.00 1.00 lines phase none momentum none ${key#* }" \
+        "moved 106 250 ${key#* }" "moved 105 250"
+    sleep 0.5
+done
+xdotool keydown shift keydown ctrl mousedown 1 keyup shift mousemove_relative 1 0 keyup ctrl mouseup 1
+expect "down 1 at 105 250 shift control" "dragged 106 250 control" "up 1 at 106 250"
 
 echo "the wheel"
 xdotool click 4

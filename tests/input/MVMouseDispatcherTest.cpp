@@ -22,7 +22,7 @@ using testing::IsEmpty;
 using Dispatcher = std::shared_ptr<MVMouseDispatcher>;
 using Mouse = std::shared_ptr<MVMouse>;
 
-/// What a button does; the same for both.
+/// What a button does; the same for all.
 struct Button {
     using Operation = void (MVMouseDispatcher::*)(Point2, const InputScene::EventPointer&);
     std::int32_t code;
@@ -37,7 +37,16 @@ constexpr Button kButtons[] = {
     {MVMouseButtonRight, &MVMouseDispatcher::systemRightMouseBeganWithEvent,
      &MVMouseDispatcher::systemRightMouseMovedWithEvent,
      &MVMouseDispatcher::systemRightMouseEndedWithEvent},
+    {MVMouseButtonMiddle, &MVMouseDispatcher::systemMiddleMouseBeganWithEvent,
+     &MVMouseDispatcher::systemMiddleMouseMovedWithEvent,
+     &MVMouseDispatcher::systemMiddleMouseEndedWithEvent},
 };
+
+InputScene::EventPointer eventHolding(Mivora::platform::Modifiers modifiers) {
+    Mivora::platform::Event event;
+    event.modifiers = modifiers;
+    return std::make_shared<const Mivora::platform::Event>(event);
+}
 
 class MVMouseDispatcherTest : public testing::Test {
  protected:
@@ -201,8 +210,41 @@ TEST_F(MVMouseDispatcherTest, theButtonsDoNotDisturbEachOther) {
     dispatcher->systemRightMouseMovedWithEvent(at(211, 81), nullptr);
     release(at(112, 72));
     dispatcher->systemRightMouseEndedWithEvent(at(212, 82), nullptr);
-    EXPECT_THAT(log, ElementsAre("a.mouseBegan 10,20", "b.mouseBegan 10,30", "a.mouseMoved 11,21",
-                                 "b.mouseMoved 11,31", "a.mouseEnded 12,22", "b.mouseEnded 12,32"));
+    EXPECT_THAT(taken(),
+                ElementsAre("a.mouseBegan 10,20", "b.mouseBegan 10,30", "a.mouseMoved 11,21",
+                            "b.mouseMoved 11,31", "a.mouseEnded 12,22", "b.mouseEnded 12,32"));
+    dispatcher->systemRightMouseBeganWithEvent(at(110, 70), nullptr);
+    dispatcher->systemMiddleMouseBeganWithEvent(at(210, 80), nullptr);
+    dispatcher->systemRightMouseEndedWithEvent(at(110, 70), nullptr);
+    dispatcher->systemMiddleMouseEndedWithEvent(at(210, 80), nullptr);
+    EXPECT_THAT(taken(), ElementsAre("a.mouseBegan 10,20", "b.mouseBegan 10,30",
+                                     "a.mouseEnded 10,20", "b.mouseEnded 10,30"));
+}
+
+TEST_F(MVMouseDispatcherTest, aRecordSaysWhichKeysWereHeldAtTheLatestEvent) {
+    using Mivora::platform::Modifiers;
+    const auto view = addHoverable("view", {100, 50}, {80, 60});
+    const auto held = [&] { return view->lastMouse->modifiers(); };
+    const Point2 place = at(110, 70);
+    for (const Button& button : kButtons) {
+        (dispatcher.get()->*button.began)(place, eventHolding({.shift = true}));
+        EXPECT_EQ(held(), (Modifiers{.shift = true}));
+        (dispatcher.get()->*button.moved)(place, eventHolding({.control = true, .alt = true}));
+        EXPECT_EQ(held(), (Modifiers{.control = true, .alt = true}));
+        (dispatcher.get()->*button.moved)(place, nullptr);
+        EXPECT_EQ(held(), (Modifiers{.control = true, .alt = true})) << "nothing is known";
+        (dispatcher.get()->*button.ended)(place, eventHolding({.super = true}));
+        EXPECT_EQ(held(), (Modifiers{.super = true}));
+        (dispatcher.get()->*button.began)(place, nullptr);
+        EXPECT_EQ(held(), Modifiers());
+        (dispatcher.get()->*button.ended)(place, nullptr);
+    }
+    dispatcher->systemMouseHoverBeganWithEvent(place, eventHolding({.alt = true}));
+    EXPECT_EQ(held(), (Modifiers{.alt = true}));
+    dispatcher->systemMouseHoverMovedWithEvent(place, eventHolding({}));
+    EXPECT_EQ(held(), Modifiers());
+    dispatcher->systemMouseHoverEndedWithEvent(place, eventHolding({.shift = true}));
+    EXPECT_EQ(held(), (Modifiers{.shift = true}));
 }
 
 TEST_F(MVMouseDispatcherTest, movesAndEndsWithoutABeginDoNothing) {
@@ -604,15 +646,16 @@ TEST_F(MVMouseDispatcherTest, aHoverThatBeginsWhileAViewIsLeftStands) {
                                  "c.mouseHoverBegan 10,10", "c.mouseHoverMoved 15,10"));
 }
 
-TEST_F(MVMouseDispatcherTest, aViewThatThrowsWhenItIsLeftIsLeftTheNextTime) {
+TEST_F(MVMouseDispatcherTest, aViewThatThrowsWhenItIsLeftIsLeftAllTheSame) {
     const auto a = addHoverable("a", {100, 50}, {50, 50});
     addHoverable("b", {150, 50}, {50, 50});
     enter(at(110, 60));
     a->reaction = [](const std::string&) { throw std::runtime_error("no"); };
     EXPECT_THROW(hover(at(160, 60)), std::runtime_error);
-    a->reaction = nullptr;
-    hover(at(160, 60));
     EXPECT_EQ(taken().back(), "b.mouseHoverBegan 10,10");
+    a->reaction = nullptr;
+    hover(at(161, 60));
+    EXPECT_THAT(taken(), ElementsAre("b.mouseHoverMoved 11,10"));
 }
 
 TEST_F(MVMouseDispatcherTest, theNextViewMayBeRemovedByTheViewThatIsLeft) {
@@ -645,6 +688,24 @@ TEST_F(MVMouseDispatcherTest, anExceptionOfAHookLeavesTheRecordsInOrder) {
     press(at(110, 70));
     EXPECT_THAT(log, ElementsAre("view.mouseBegan 10,20", "view.mouseEnded 10,20",
                                  "view.mouseBegan 10,20"));
+}
+
+TEST_F(MVMouseDispatcherTest, aPressOrHoverThatReplacesAnotherBeginsWhateverTheEndOfThatThrows) {
+    const auto a = addHoverable("a", {100, 50}, {50, 50});
+    addHoverable("b", {150, 50}, {50, 50});
+    a->reaction = [](const std::string& hook) {
+        if (hook == "mouseEnded" || hook == "mouseHoverEnded") {
+            throw std::runtime_error("no");
+        }
+    };
+    press(at(110, 60));
+    EXPECT_THROW(press(at(160, 60)), std::runtime_error);
+    release(at(160, 60));
+    enter(at(110, 60));
+    EXPECT_THROW(enter(at(160, 60)), std::runtime_error);
+    EXPECT_THAT(log, ElementsAre("a.mouseBegan 10,10", "a.mouseEnded 10,10", "b.mouseBegan 10,10",
+                                 "b.mouseEnded 10,10", "a.mouseHoverBegan 10,10",
+                                 "a.mouseHoverEnded 10,10", "b.mouseHoverBegan 10,10"));
 }
 
 // Pieces

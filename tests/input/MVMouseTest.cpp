@@ -13,6 +13,7 @@ TEST(MVMouseTest, theButtonsHaveTheirNumbers) {
     EXPECT_EQ(MVMouseButtonLeft, 1);
     EXPECT_EQ(MVMouseButtonRight, 2);
     EXPECT_EQ(MVMouseButtonHover, 3);
+    EXPECT_EQ(MVMouseButtonMiddle, 4);
 }
 
 TEST(MVMouseTest, aNewRecordIsEmptyWhateverItsEvent) {
@@ -23,6 +24,7 @@ TEST(MVMouseTest, aNewRecordIsEmptyWhateverItsEvent) {
         EXPECT_EQ(mouse->view(), nullptr);
         EXPECT_EQ(mouse->clickCount(), 0);
         EXPECT_EQ(mouse->button(), 0);
+        EXPECT_EQ(mouse->modifiers(), Mivora::platform::Modifiers());
     }
 }
 

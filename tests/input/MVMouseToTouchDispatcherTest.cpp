@@ -368,11 +368,27 @@ TEST_F(MVMouseToTouchDispatcherTest, whatADelegateThrowsAtTheEndGoesThrough) {
     it->setDelegate(adviser);
     EXPECT_THROW(scene.release(at(120, 70)), std::runtime_error);
     EXPECT_EQ(current(), nullptr);
+    EXPECT_THAT(it->touches(), IsEmpty());
     const std::weak_ptr<ScriptedRecognizer> weak = other;
     card->removeAllGestureRecognizers();
     adviser->questions.clear();
     other.reset();
     EXPECT_TRUE(weak.expired());
+}
+
+TEST_F(MVMouseToTouchDispatcherTest, aPressIsDeliveredEvenIfADelegateThrowsAboutIt) {
+    const auto running = scene.attach(card, "running");
+    scene.attach(card, "other");
+    const auto adviser = std::make_shared<ScriptedAdviser>();
+    adviser->answer = [](const auto&, const auto&) -> bool { throw std::runtime_error("no"); };
+    running->setState(kBegan);
+    running->setDelegate(adviser);
+    EXPECT_THROW(scene.press(at(120, 70)), std::runtime_error);
+    EXPECT_THAT(log, ElementsAre("button.touchesBegan 1"));
+    adviser->questions.clear();
+    running->setDelegate(nullptr);
+    scene.release(at(120, 70));
+    EXPECT_EQ(log.back(), "button.touchesEnded 1");
 }
 
 }  // namespace

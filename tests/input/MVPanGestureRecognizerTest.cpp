@@ -544,19 +544,49 @@ TEST(MVPanGestureRecognizerMouseTest, theFirstMoveOfTheMouseBeginsUnlessThePress
     }
 }
 
-TEST(MVPanGestureRecognizerMouseTest, aPressWithoutAMoveIsAPanIfItWasNotInTheCorner) {
-    // The release is the first update of the touch, and counts like a move.
-    for (const bool inCorner : {false, true}) {
+TEST(MVPanGestureRecognizerMouseTest, aClickIsNoPanWhereverItIsAndTheViewHearsOfBothItsEnds) {
+    for (const Point2 place : {Point2{200, 150}, Point2{5, 5}, Point2{399, 0}}) {
         GestureScene scene;
+        const auto view = addInputView(scene.window, "view", &scene.log, {0, 0}, {400, 300});
         const auto pan = MVPanGestureRecognizer::init();
         const auto target = scene.target(pan, "ann");
-        scene.window->addGestureRecognizer(pan);
-        const Point2 place = inCorner ? Point2{5, 5} : Point2{200, 150};
+        view->addGestureRecognizer(pan);
         scene.press(place);
         scene.release(place);
-        EXPECT_EQ(scene.log, inCorner ? CallLog{} : CallLog{"ann: ended"});
-        target->lastRecognizer = nullptr;
+        EXPECT_EQ(pan->state(), MVGestureRecognizerStatePossible);
+        EXPECT_FALSE(pan->mv_panGestureDidOccur());
+        EXPECT_THAT(scene.takeLog(), ElementsAre("view.touchesBegan 1", "view.touchesEnded 1"));
+        scene.press(place);
+        scene.leave(place);
+        EXPECT_THAT(scene.log, ElementsAre("view.touchesBegan 1", "view.touchesCancelled 1"));
+        EXPECT_EQ(pan->state(), MVGestureRecognizerStatePossible);
     }
+}
+
+TEST(MVPanGestureRecognizerMouseTest, aReleaseElsewhereWithoutAMoveIsNoPanEither) {
+    GestureScene scene;
+    const auto pan = MVPanGestureRecognizer::init();
+    const auto target = scene.target(pan, "ann");
+    scene.window->addGestureRecognizer(pan);
+    scene.press({200, 150});
+    scene.release({300, 150});
+    EXPECT_THAT(scene.log, IsEmpty()) << "the screen point is that of the press";
+}
+
+TEST(MVPanGestureRecognizerMouseTest, afterAMoveTheReleaseAddsNothingToTheWay) {
+    GestureScene scene;
+    const auto pan = MVPanGestureRecognizer::init();
+    const auto target = scene.target(pan, "ann");
+    target->onTold = [&](const auto&) { target->lastRecognizer = nullptr; };
+    scene.window->addGestureRecognizer(pan);
+    scene.press({5, 5});
+    scene.drag({6, 5});
+    scene.release({7, 5});
+    EXPECT_THAT(scene.log, IsEmpty()) << "5 points from the corner";
+    scene.press({200, 150});
+    scene.drag({201, 150});
+    scene.release({201, 150});
+    EXPECT_THAT(scene.log, ElementsAre("ann: began", "ann: ended"));
 }
 
 }  // namespace

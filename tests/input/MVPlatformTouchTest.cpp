@@ -101,6 +101,25 @@ TEST_F(MVPlatformTouchTest, screenPointsStayWhereTheTouchBeganWhileTheRaysFollow
     EXPECT_EQ(touch->ray(), scene.rayThrough(InputScene::at(150, 110)));
 }
 
+TEST_F(MVPlatformTouchTest, theEndOfATouchThatNeverMovedIsNoWay) {
+    const Touch touch = touchAt(110, 70);
+    touch->mv_endWithSystemEventOnWindow(InputScene::eventAt(InputScene::at(130, 90)), window);
+    EXPECT_EQ(touch->screenPoint(), InputScene::at(110, 70));
+    EXPECT_EQ(touch->previousScreenPoint(), InputScene::at(110, 70));
+    EXPECT_EQ(touch->ray(), scene.rayThrough(InputScene::at(130, 90)));
+    EXPECT_EQ(touch->previousRay(), scene.rayThrough(InputScene::at(110, 70)));
+}
+
+TEST_F(MVPlatformTouchTest, theEndOfATouchThatHasMovedIsAnUpdateLikeAnyOther) {
+    const Touch touch = touchAt(110, 70);
+    move(touch, 120, 80);
+    EXPECT_EQ(touch->previousScreenPoint(), Point2::kZero);
+    touch->mv_endWithSystemEventOnWindow(InputScene::eventAt(InputScene::at(130, 90)), window);
+    EXPECT_EQ(touch->previousScreenPoint(), InputScene::at(110, 70));
+    EXPECT_EQ(touch->screenPoint(), InputScene::at(110, 70));
+    EXPECT_EQ(touch->previousRay(), scene.rayThrough(InputScene::at(120, 80)));
+}
+
 TEST_F(MVPlatformTouchTest, theEventOfTheBeginLivesAsLongAsTheTouch) {
     auto event = InputScene::eventAt(InputScene::at(5, 6));
     const std::weak_ptr<const Mivora::platform::Event> weak = event;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -116,6 +117,39 @@ TEST_F(MVScrollDispatcherTest, theSameRecordComesWithEveryEventOfAnEpisode) {
     EXPECT_EQ(scroll->translation(), (Point2{3, 4}));
     end(at(120, 70), {0, 0});
     EXPECT_EQ(view->lastScroll, scroll);
+}
+
+TEST_F(MVScrollDispatcherTest, aRecordSaysWhichKeysWereHeldAtTheLatestEvent) {
+    const auto view = add(scene.window, "view", {100, 50}, {80, 60});
+    const auto holding = [](Mivora::platform::Modifiers modifiers) {
+        Mivora::platform::Event event;
+        event.modifiers = modifiers;
+        return std::make_shared<const Mivora::platform::Event>(event);
+    };
+    const auto held = [&] { return view->lastScroll->modifiers(); };
+    const Point2 place = at(110, 70);
+    dispatcher->systemScrollBeganTranslationWithEvent(place, {1, 2}, holding({.control = true}));
+    EXPECT_EQ(held(), (Mivora::platform::Modifiers{.control = true}));
+    dispatcher->systemScrollMovedTranslationWithEvent(place, {1, 2}, holding({.shift = true}));
+    EXPECT_EQ(held(), (Mivora::platform::Modifiers{.shift = true}));
+    dispatcher->systemScrollMovedTranslationWithEvent(place, {1, 2}, nullptr);
+    EXPECT_EQ(held(), (Mivora::platform::Modifiers{.shift = true})) << "nothing is known";
+    dispatcher->systemScrollEndedTranslationWithEvent(place, {1, 2}, holding({.super = true}));
+    EXPECT_EQ(held(), (Mivora::platform::Modifiers{.super = true}));
+    begin(place, {1, 2});
+    EXPECT_EQ(held(), Mivora::platform::Modifiers());
+    dispatcher->systemScrollCancelledTranslationWithEvent(place, {1, 2}, holding({.alt = true}));
+    EXPECT_EQ(held(), (Mivora::platform::Modifiers{.alt = true}));
+}
+
+TEST_F(MVScrollDispatcherTest, aHookThatThrowsWhenAPressStopsItIsCancelledAllTheSame) {
+    const auto view = add(scene.window, "view", {100, 50}, {80, 60});
+    view->reaction = [](const std::string&) { throw std::runtime_error("no"); };
+    EXPECT_THROW(cancelActive(at(110, 70)), std::runtime_error);
+    EXPECT_THAT(taken(),
+                ElementsAre("view.scrollBegan 10,20 by 0,0", "view.scrollCancelled 10,20 by 0,0"));
+    end(at(110, 70), {0, 0});
+    EXPECT_THAT(taken(), IsEmpty()) << "no episode is left behind";
 }
 
 TEST_F(MVScrollDispatcherTest, velocitiesAreThoseOfTheEpisode) {

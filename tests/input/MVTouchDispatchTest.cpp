@@ -12,6 +12,7 @@
 namespace {
 
 using Mivora::tests::LogCapture;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -20,6 +21,7 @@ using testing::UnorderedElementsAre;
 constexpr auto kBegan = MVGestureRecognizerStateBegan;
 constexpr auto kChanged = MVGestureRecognizerStateChanged;
 constexpr auto kEnded = MVGestureRecognizerStateEnded;
+constexpr auto kFailed = MVGestureRecognizerStateFailed;
 
 /// A root with a card in it and a button in that; each logs.
 class MVTouchDispatchTest : public testing::Test {
@@ -618,7 +620,7 @@ TEST_F(MVTouchDispatchTest, aDelegateMayChangeTheTreeWhileItIsAsked) {
     winner->mv_touches().clear();
 }
 
-TEST_F(MVTouchDispatchTest, whatAHookThrowsGoesThroughAndTargetsAreToldTheNextTime) {
+TEST_F(MVTouchDispatchTest, whatAHookThrowsGoesThroughAfterAllOthersHaveBeenTold) {
     const auto first = scene.attach(card, "first");
     const auto second = scene.attach(button, "second");
     const auto ann = scene.target(first, "ann");
@@ -626,14 +628,82 @@ TEST_F(MVTouchDispatchTest, whatAHookThrowsGoesThroughAndTargetsAreToldTheNextTi
     second->onTouches = [](MVTouchPhase) { throw std::runtime_error("no"); };
     const auto touch = begin(button);
     EXPECT_THROW(send({touch}, MVTouchPhase::Moved), std::runtime_error);
-    EXPECT_THAT(log, ElementsAre("first.touchesMoved 1", "second.touchesMoved 1"));
-    second->onTouches = nullptr;
+    EXPECT_THAT(log, ElementsAre("first.touchesMoved 1", "second.touchesMoved 1", "ann: began",
+                                 "button.touchesCancelled 1"));
+    EXPECT_EQ(second->state(), kFailed);
+    EXPECT_EQ(touch->trackingView(), nullptr);
     log.clear();
     send({touch}, MVTouchPhase::Ended);
-    EXPECT_THAT(log, ElementsAre("first.touchesEnded 1", "second.touchesEnded 1", "ann: began",
-                                 "button.touchesEnded 1"));
+    EXPECT_THAT(log, ElementsAre("first.touchesEnded 1")) << "and the other is out";
     MVFinishTouches({touch});
     ann->lastRecognizer = nullptr;
+}
+
+TEST_F(MVTouchDispatchTest, whoeverThrowsAtTheEndNobodyMissesIt) {
+    const LogCapture capture;
+    const auto first = scene.attach(card, "first");
+    const auto second = scene.attach(button, "second");
+    allow(first, yes);
+    const auto ann = scene.target(first, "ann");
+    const auto ben = scene.target(first, "ben");
+    const auto cid = scene.target(second, "cid");
+    for (const auto& target : {ann, ben, cid}) {
+        target->onTold = [target = target.get()](const auto& sender) {
+            target->lastRecognizer = nullptr;
+            if (sender->state() == MVGestureRecognizerStateEnded) {
+                throw std::runtime_error("no");
+            }
+        };
+    }
+    for (const auto& recognizer : {first, second}) {
+        recognizer->onTouches = [recognizer = recognizer.get()](MVTouchPhase phase) {
+            recognizer->setState(phase == MVTouchPhase::Ended ? MVGestureRecognizerStateEnded
+                                                              : kBegan);
+            if (phase == MVTouchPhase::Ended) {
+                throw std::runtime_error("no");
+            }
+        };
+    }
+    const auto touch = begin(button);
+    const auto other = begin(card);
+    send({touch, other}, MVTouchPhase::Moved);
+    EXPECT_THROW(send({touch, other}, MVTouchPhase::Ended), std::runtime_error);
+    EXPECT_THAT(log, Contains("ann: ended"));
+    EXPECT_THAT(log, Contains("ben: ended"));
+    EXPECT_THAT(log, Contains("cid: ended"));
+    MVFinishTouches({touch, other});
+    EXPECT_THAT(first->touches(), IsEmpty());
+    EXPECT_THAT(second->touches(), IsEmpty());
+    runMainLoop();
+    EXPECT_TRUE(first->mv_canRecognize() && second->mv_canRecognize());
+    EXPECT_GE(capture.lines().size(), 4U) << "all but one of five are logged";
+}
+
+TEST_F(MVTouchDispatchTest, aViewThatThrowsKeepsNothingFromOtherViews) {
+    const auto a = begin(button);
+    const auto b = begin(card);
+    button->reaction = [](const std::string&) { throw std::runtime_error("no"); };
+    EXPECT_THROW(send({a, b}, MVTouchPhase::Ended), std::runtime_error);
+    EXPECT_THAT(log, ElementsAre("button.touchesEnded 1", "card.touchesEnded 1"));
+    MVFinishTouches({a, b});
+}
+
+TEST_F(MVTouchDispatchTest, aDelegateThatThrowsHasNotSaidYes) {
+    const auto winner = scene.attach(card, "winner");
+    const auto rival = scene.attach(button, "rival");
+    const auto adviser = std::make_shared<ScriptedAdviser>();
+    adviser->answer = [](const auto&, const auto&) -> bool { throw std::runtime_error("no"); };
+    rival->setDelegate(adviser);
+    winner->proposeAt(MVTouchPhase::Moved, kBegan);
+    const auto touch = begin(button);
+    EXPECT_THROW(send({touch}, MVTouchPhase::Moved), std::runtime_error);
+    EXPECT_EQ(rival->state(), kFailed);
+    EXPECT_THAT(touch->gestureRecognizers(), ElementsAre(winner));
+    EXPECT_EQ(log.back(), "button.touchesCancelled 1");
+    adviser->questions.clear();
+    EXPECT_THROW(MVFinishTouches({touch}), std::runtime_error);
+    EXPECT_THAT(winner->touches(), IsEmpty()) << "the bound ones are unbound where none are found";
+    adviser->questions.clear();
 }
 
 TEST_F(MVTouchDispatchTest, aViewThatThrowsWhenItsTouchIsTakenTracksItNoMore) {

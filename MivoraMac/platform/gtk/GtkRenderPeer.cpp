@@ -1,6 +1,7 @@
 #include "MivoraMac/platform/gtk/GtkRenderPeerPrivate.h"
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 #include "MivoraMac/platform/gl/GLContext.h"
@@ -16,9 +17,14 @@ namespace {
 /// of the fingers, in points, for one.
 constexpr double kTouchpadPointsPerClick = 15;
 
-constexpr int kPrimaryMask = GDK_BUTTON1_MASK;
-/// Under Wayland, GTK 4.8 says of a held secondary button that it is the middle one.
-constexpr int kSecondaryMask = GDK_BUTTON2_MASK | GDK_BUTTON3_MASK;
+constexpr unsigned kPrimaryMask = GDK_BUTTON1_MASK;
+/// Under Wayland, GTK 4.8 says of a held secondary button that it is the middle one, and of the
+/// middle one that it is the secondary: only how many are held can be relied upon.
+constexpr unsigned kOtherMask = GDK_BUTTON2_MASK | GDK_BUTTON3_MASK;
+
+/// Of the super keys. Under X the toolkit passes on the server's fourth modifier as it is, which is
+/// theirs by convention.
+constexpr unsigned kSuperMask = GDK_SUPER_MASK | 1U << 6;
 
 constexpr double kMicroseconds = 1e-6;
 constexpr double kMilliseconds = 1e-3;
@@ -34,6 +40,11 @@ class Kept {
  private:
     GtkWidget* widget_;
 };
+
+Modifiers modifiersOf(GdkModifierType state) {
+    return {(state & GDK_SHIFT_MASK) != 0, (state & GDK_CONTROL_MASK) != 0,
+            (state & GDK_ALT_MASK) != 0, (state & kSuperMask) != 0};
+}
 
 Point wheelClicks(GdkEvent* event) {
     Point clicks;
@@ -101,7 +112,7 @@ GtkRenderPeer::Move::~Move() {
 void GtkRenderPeer::moved() {
     const Kept kept(widget_);
     moving_ = false;
-    deliver(std::exchange(held_, {}));
+    hand(std::exchange(held_, {}));
     if (std::exchange(rootChanged_, false)) {
         gtk_widget_get_root(widget_) != nullptr ? rooted() : unrooted();
     }
@@ -238,11 +249,12 @@ void GtkRenderPeer::addControllers() {
     // Where the pointer is: also over what is embedded, which therefore must not see it first.
     motion_ = gtk_event_controller_motion_new();
     gtk_event_controller_set_propagation_phase(motion_, GTK_PHASE_CAPTURE);
-    g_signal_connect(motion_, "enter",
-                     G_CALLBACK(+[](GtkEventController*, double x, double y, gpointer self) {
-                         static_cast<GtkRenderPeer*>(self)->pointerEntered(x, y);
-                     }),
-                     this);
+    g_signal_connect(
+        motion_, "enter",
+        G_CALLBACK(+[](GtkEventController* controller, double x, double y, gpointer self) {
+            static_cast<GtkRenderPeer*>(self)->pointerEntered(controller, x, y);
+        }),
+        this);
     g_signal_connect(
         motion_, "motion",
         G_CALLBACK(+[](GtkEventController* controller, double x, double y, gpointer self) {
@@ -272,6 +284,7 @@ gboolean GtkRenderPeer::handle(GdkEvent* event) {
         disabled();
         return FALSE;
     }
+    modifiers_ = modifiersOf(gdk_event_get_modifier_state(event));
     Point location;
     switch (type) {
         case GDK_BUTTON_PRESS:
@@ -291,11 +304,12 @@ gboolean GtkRenderPeer::handle(GdkEvent* event) {
 
 gboolean GtkRenderPeer::button(GdkEvent* event, Point location) {
     const guint number = gdk_button_event_get_button(event);
-    if (number != GDK_BUTTON_PRIMARY && number != GDK_BUTTON_SECONDARY) {
+    if (number < GDK_BUTTON_PRIMARY || number > GDK_BUTTON_SECONDARY) {
         return FALSE;
     }
-    const auto button = number == GDK_BUTTON_PRIMARY ? PointerTracker::Button::Primary
-                                                     : PointerTracker::Button::Secondary;
+    const auto button = number == GDK_BUTTON_PRIMARY  ? PointerTracker::Button::Primary
+                        : number == GDK_BUTTON_MIDDLE ? PointerTracker::Button::Middle
+                                                      : PointerTracker::Button::Secondary;
     if (gdk_event_get_event_type(event) == GDK_BUTTON_PRESS) {
         if (isOverEmbedded(location)) {
             return FALSE;
@@ -393,17 +407,19 @@ void GtkRenderPeer::moveOn() {
         this, nullptr);
 }
 
-void GtkRenderPeer::pointerEntered(double x, double y) {
+void GtkRenderPeer::pointerEntered(GtkEventController* controller, double x, double y) {
+    modifiers_ = modifiersOf(gtk_event_controller_get_current_event_state(controller));
     deliver(pointer_.enter(location(x, y)));
 }
 
 void GtkRenderPeer::pointerMoved(GtkEventController* controller, double x, double y) {
     const Kept kept(widget_);
     const GdkModifierType state = gtk_event_controller_get_current_event_state(controller);
+    modifiers_ = modifiersOf(state);
     if (touch_ == nullptr) {
         releaseWhatIsNotHeld(state);
     }
-    if (!pointer_.isAnyHeld() && (state & (kPrimaryMask | kSecondaryMask)) != 0) {
+    if (!pointer_.isAnyHeld() && (state & (kPrimaryMask | kOtherMask)) != 0) {
         return;  // what is embedded holds the pointer
     }
     deliver(pointer_.move(location(x, y)));
@@ -419,9 +435,9 @@ void GtkRenderPeer::pointerLeft() {
 void GtkRenderPeer::releaseWhatIsNotHeld(GdkModifierType state) {
     const bool isPrimaryLost =
         pointer_.isHeld(PointerTracker::Button::Primary) && (state & kPrimaryMask) == 0;
-    const bool isSecondaryLost =
-        pointer_.isHeld(PointerTracker::Button::Secondary) && (state & kSecondaryMask) == 0;
-    if (isPrimaryLost || isSecondaryLost) {
+    const int others = static_cast<int>(pointer_.isHeld(PointerTracker::Button::Secondary)) +
+                       static_cast<int>(pointer_.isHeld(PointerTracker::Button::Middle));
+    if (isPrimaryLost || others > std::popcount(state & kOtherMask)) {
         deliver(pointer_.cancel());
     }
 }
@@ -465,11 +481,18 @@ ClickCounter::Limits GtkRenderPeer::clickLimits() const {
     return {static_cast<std::uint32_t>(std::max(milliseconds, 0)), static_cast<double>(distance)};
 }
 
-void GtkRenderPeer::deliver(const Events& events) {
+void GtkRenderPeer::deliver(Events events) {
+    for (Event& event : events) {
+        event.modifiers = modifiers_;
+    }
     if (moving_) {
         held_.insert(held_.end(), events.begin(), events.end());
-        return;
+    } else {
+        hand(events);
     }
+}
+
+void GtkRenderPeer::hand(const Events& events) {
     const Kept kept(widget_);
     for (const Event& event : events) {
         if (const auto view = view_.lock()) {

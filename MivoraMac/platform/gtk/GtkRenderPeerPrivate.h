@@ -77,7 +77,7 @@ class GtkRenderPeer : public OpenGLView::Peer {
     gboolean touch(GdkEvent* event, Point location);
     gboolean scroll(GdkEvent* event);
     void press(PointerTracker::Button button, Point location, guint32 time);
-    void pointerEntered(double x, double y);
+    void pointerEntered(GtkEventController* controller, double x, double y);
     void pointerMoved(GtkEventController* controller, double x, double y);
     void pointerLeft();
     void releaseWhatIsNotHeld(GdkModifierType state);
@@ -89,8 +89,10 @@ class GtkRenderPeer : public OpenGLView::Peer {
     bool locate(GdkEvent* event, Point& location) const;
     ClickCounter::Limits clickLimits() const;
 
+    /// Hands events to the view, with the modifier keys, or holds them back during a move.
+    void deliver(Events events);
     /// The view takes the events; what it does may destroy the widget, and this with it.
-    void deliver(const Events& events);
+    void hand(const Events& events);
 
     GtkWidget* const widget_;
     GtkEventController* motion_ = nullptr;  // both owned by the widget
@@ -104,6 +106,7 @@ class GtkRenderPeer : public OpenGLView::Peer {
     bool rootChanged_ = false;  // while moving, as are the events
     Events held_;
 
+    Modifiers modifiers_;  // of the latest event
     PointerTracker pointer_;
     ClickCounter clicks_;
     ScrollTracker scroll_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -17,14 +18,18 @@ namespace Mivora::platform {
 /// from the view's bottom left corner.
 class PointerTracker {
  public:
-    enum class Button { Primary, Secondary };
+    enum class Button { Primary, Secondary, Middle };
+    static constexpr std::array kButtons = {Button::Primary, Button::Secondary, Button::Middle};
     using Events = std::vector<Event>;
 
     /// Where the pointer was last.
     Point location() const { return location_; }
 
     bool isHeld(Button button) const { return held(button).clickCount > 0; }
-    bool isAnyHeld() const { return isHeld(Button::Primary) || isHeld(Button::Secondary); }
+    bool isAnyHeld() const {
+        return std::any_of(kButtons.begin(), kButtons.end(),
+                           [this](Button button) { return isHeld(button); });
+    }
 
     /// The pointer comes onto the widget or what is embedded in it.
     Events enter(Point location) {
@@ -43,11 +48,10 @@ class PointerTracker {
                                                        : Event::Type::MouseEntered)};
         }
         Events events;
-        if (isHeld(Button::Primary)) {
-            events.push_back(event(Event::Type::MouseDragged));
-        }
-        if (isHeld(Button::Secondary)) {
-            events.push_back(event(Event::Type::RightMouseDragged));
+        for (const Button button : kButtons) {
+            if (isHeld(button)) {
+                events.push_back(event(kTypes[index(button)].dragged));
+            }
         }
         return events;
     }
@@ -90,7 +94,7 @@ class PointerTracker {
     Events cancel() {
         inside_ = inside_ || isAnyHeld();  // a finger presses without having entered
         Events events = exit();
-        for (const Button button : {Button::Primary, Button::Secondary}) {
+        for (const Button button : kButtons) {
             if (isHeld(button)) {
                 events.push_back(up(button));
             }
@@ -105,13 +109,17 @@ class PointerTracker {
     };
     struct Types {
         Event::Type down;
+        Event::Type dragged;
         Event::Type up;
     };
-    static constexpr std::array<Types, 2> kTypes = {
-        Types{Event::Type::MouseDown, Event::Type::MouseUp},
-        Types{Event::Type::RightMouseDown, Event::Type::RightMouseUp}};
+    static constexpr std::array kTypes = {
+        Types{Event::Type::MouseDown, Event::Type::MouseDragged, Event::Type::MouseUp},
+        Types{Event::Type::RightMouseDown, Event::Type::RightMouseDragged,
+              Event::Type::RightMouseUp},
+        Types{Event::Type::MiddleMouseDown, Event::Type::MiddleMouseDragged,
+              Event::Type::MiddleMouseUp}};
 
-    static std::size_t index(Button button) { return button == Button::Primary ? 0 : 1; }
+    static std::size_t index(Button button) { return static_cast<std::size_t>(button); }
     Held& held(Button button) { return held_[index(button)]; }
     const Held& held(Button button) const { return held_[index(button)]; }
 
@@ -138,7 +146,7 @@ class PointerTracker {
     Point location_;
     bool inside_ = false;
     bool left_ = false;  // went off the widget while a button was held
-    std::array<Held, 2> held_;
+    std::array<Held, kButtons.size()> held_;
 };
 
 }  // namespace Mivora::platform

@@ -10,12 +10,15 @@ HeadlessPointer::HeadlessPointer(const std::shared_ptr<OpenGLView>& view) : view
 
 void HeadlessPointer::moveTo(double x, double y) {
     location_ = {x, y};
-    if (left_.held || right_.held) {
+    if (isAnyHeld()) {
         if (left_.held) {
             deliver(Event::Type::MouseDragged);
         }
         if (right_.held) {
             deliver(Event::Type::RightMouseDragged);
+        }
+        if (middle_.held) {
+            deliver(Event::Type::MiddleMouseDragged);
         }
     } else if (inside_ && isOverView()) {
         deliver(Event::Type::MouseMoved);
@@ -38,7 +41,7 @@ void HeadlessPointer::press(std::int32_t clickCount) {
 void HeadlessPointer::release() {
     if (std::exchange(left_.held, false)) {
         deliver(Event::Type::MouseUp, left_.clickCount);
-        setInside(right_.held ? inside_ : isOverView());
+        setInside(isAnyHeld() ? inside_ : isOverView());
     }
 }
 
@@ -52,7 +55,21 @@ void HeadlessPointer::pressRight(std::int32_t clickCount) {
 void HeadlessPointer::releaseRight() {
     if (std::exchange(right_.held, false)) {
         deliver(Event::Type::RightMouseUp, right_.clickCount);
-        setInside(left_.held ? inside_ : isOverView());
+        setInside(isAnyHeld() ? inside_ : isOverView());
+    }
+}
+
+void HeadlessPointer::pressMiddle(std::int32_t clickCount) {
+    if (!std::exchange(middle_.held, true)) {
+        middle_.clickCount = clickCount;
+        deliver(Event::Type::MiddleMouseDown, clickCount);
+    }
+}
+
+void HeadlessPointer::releaseMiddle() {
+    if (std::exchange(middle_.held, false)) {
+        deliver(Event::Type::MiddleMouseUp, middle_.clickCount);
+        setInside(isAnyHeld() ? inside_ : isOverView());
     }
 }
 
@@ -78,6 +95,7 @@ void HeadlessPointer::scroll(double deltaX, double deltaY, Event::Phase phase,
 
 void HeadlessPointer::deliver(Event event) {
     event.locationInWindow = location_;
+    event.modifiers = modifiers_;
     if (const std::shared_ptr<OpenGLView> view = view_.lock()) {
         view->deliver(std::make_shared<const Event>(event));
     }
@@ -94,6 +112,10 @@ void HeadlessPointer::setInside(bool inside) {
     if (std::exchange(inside_, inside) != inside) {
         deliver(inside ? Event::Type::MouseEntered : Event::Type::MouseExited);
     }
+}
+
+bool HeadlessPointer::isAnyHeld() const {
+    return left_.held || right_.held || middle_.held;
 }
 
 bool HeadlessPointer::isOverView() const {

@@ -41,6 +41,13 @@ class MIVORA_EXPORT HeadlessPointer {
     void pressRight(std::int32_t clickCount = 1);
     void releaseRight();
 
+    /// The middle button.
+    void pressMiddle(std::int32_t clickCount = 1);
+    void releaseMiddle();
+
+    /// The modifier keys that are held from now on; none at first. Delivers nothing by itself.
+    void setModifiers(Modifiers modifiers) { modifiers_ = modifiers; }
+
     /// A wheel, in lines: no phases, no precise deltas.
     void scrollLines(double deltaX, double deltaY);
 
@@ -57,6 +64,7 @@ class MIVORA_EXPORT HeadlessPointer {
     void deliver(Event event);
     void deliver(Event::Type type, std::int32_t clickCount = 0);
     void setInside(bool inside);
+    bool isAnyHeld() const;
     bool isOverView() const;
 
     std::weak_ptr<OpenGLView> view_;
@@ -64,6 +72,8 @@ class MIVORA_EXPORT HeadlessPointer {
     bool inside_ = false;
     Button left_;
     Button right_;
+    Button middle_;
+    Modifiers modifiers_;
 };
 
 }  // namespace Mivora::platform

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "MivoraMac/platform/base/Rect.h"
+#include "MivoraMac/platform/windows/Modifiers.h"
 
 namespace Mivora::platform {
 
@@ -17,6 +18,9 @@ struct Event {
         RightMouseDown,  ///< the secondary button is pressed
         RightMouseDragged,
         RightMouseUp,
+        MiddleMouseDown,  ///< the middle button is pressed
+        MiddleMouseDragged,
+        MiddleMouseUp,
         MouseEntered,  ///< the pointer comes into the view
         MouseMoved,    ///< the pointer moves over the view with no button held
         MouseExited,   ///< the pointer leaves the view
@@ -40,6 +44,9 @@ struct Event {
     /// Where the pointer is, in points from the bottom left corner of the view that the event is
     /// delivered to; x to the right, y up. May lie outside while a button is held.
     Point locationInWindow;
+
+    /// The modifier keys that are held meanwhile. A key that is pressed or let go makes no event.
+    Modifiers modifiers;
 
     /// How many presses in quick succession this press or release is part of: 2 for a double
     /// click. 0 for events of other types.

@@ -122,6 +122,12 @@ void OpenGLView::dispatch(const std::shared_ptr<const Event>& event) {
             return rightMouseDragged(event);
         case Event::Type::RightMouseUp:
             return rightMouseUp(event);
+        case Event::Type::MiddleMouseDown:
+            return middleMouseDown(event);
+        case Event::Type::MiddleMouseDragged:
+            return middleMouseDragged(event);
+        case Event::Type::MiddleMouseUp:
+            return middleMouseUp(event);
         case Event::Type::MouseEntered:
             return isTracked(*this, *event, TrackingArea::MouseEnteredAndExited)
                        ? mouseEntered(event)
@@ -187,6 +193,9 @@ void OpenGLView::mouseUp(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::rightMouseDown(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::rightMouseDragged(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::rightMouseUp(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::middleMouseDown(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::middleMouseDragged(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::middleMouseUp(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::mouseEntered(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::mouseMoved(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::mouseExited(const std::shared_ptr<const Event>& /*event*/) {}

@@ -140,6 +140,9 @@ class MIVORA_EXPORT OpenGLView : public View, public GLContextView {
     virtual void rightMouseDown(const std::shared_ptr<const Event>& event);
     virtual void rightMouseDragged(const std::shared_ptr<const Event>& event);
     virtual void rightMouseUp(const std::shared_ptr<const Event>& event);
+    virtual void middleMouseDown(const std::shared_ptr<const Event>& event);
+    virtual void middleMouseDragged(const std::shared_ptr<const Event>& event);
+    virtual void middleMouseUp(const std::shared_ptr<const Event>& event);
     virtual void mouseEntered(const std::shared_ptr<const Event>& event);
     virtual void mouseMoved(const std::shared_ptr<const Event>& event);
     virtual void mouseExited(const std::shared_ptr<const Event>& event);

@@ -40,6 +40,12 @@ inline std::string text(const std::vector<platform::Event>& events) {
                 return "right-dragged";
             case Event::Type::RightMouseUp:
                 return "right-up";
+            case Event::Type::MiddleMouseDown:
+                return "middle-down";
+            case Event::Type::MiddleMouseDragged:
+                return "middle-dragged";
+            case Event::Type::MiddleMouseUp:
+                return "middle-up";
             case Event::Type::MouseEntered:
                 return "entered";
             case Event::Type::MouseMoved:

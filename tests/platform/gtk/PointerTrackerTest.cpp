@@ -11,6 +11,7 @@ namespace {
 
 constexpr auto kPrimary = PointerTracker::Button::Primary;
 constexpr auto kSecondary = PointerTracker::Button::Secondary;
+constexpr auto kMiddle = PointerTracker::Button::Middle;
 
 TEST(PointerTrackerTest, thePointerEntersMovesAndLeaves) {
     PointerTracker pointer;
@@ -62,6 +63,21 @@ TEST(PointerTrackerTest, bothButtonsDragTogether) {
     EXPECT_EQ(text(pointer.release(kPrimary, {2, 2})), "up(1)");
     EXPECT_EQ(text(pointer.move({3, 3})), "right-dragged");
     EXPECT_EQ(text(pointer.release(kSecondary, {3, 3})), "right-up(1)");
+}
+
+TEST(PointerTrackerTest, theMiddleButtonIsOneOfItsOwn) {
+    PointerTracker pointer;
+    pointer.enter({1, 1});
+    EXPECT_EQ(text(pointer.press(kMiddle, {1, 1}, 2)), "middle-down(2)");
+    EXPECT_TRUE(pointer.isAnyHeld());
+    EXPECT_FALSE(pointer.isHeld(kSecondary));
+    EXPECT_EQ(text(pointer.move({2, 2})), "middle-dragged");
+    pointer.press(kPrimary, {2, 2}, 1);
+    pointer.press(kSecondary, {2, 2}, 1);
+    EXPECT_EQ(text(pointer.move({3, 2})), "dragged right-dragged middle-dragged");
+    EXPECT_EQ(text(pointer.release(kMiddle, {3, 2})), "middle-up(2)");
+    pointer.press(kMiddle, {3, 2}, 1);
+    EXPECT_EQ(text(pointer.cancel()), "exited up(1) right-up(1) middle-up(1)");
 }
 
 TEST(PointerTrackerTest, whoDragsOutLeavesAfterTheLastRelease) {

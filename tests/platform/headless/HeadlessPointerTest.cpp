@@ -75,6 +75,40 @@ TEST_F(HeadlessPointerTest, theSecondaryButtonHasEventsOfItsOwn) {
     EXPECT_EQ(view->events[1]->clickCount, 1);
 }
 
+TEST_F(HeadlessPointerTest, theMiddleButtonHasEventsOfItsOwn) {
+    pointer.moveTo(5, 10);
+    view->log.clear();
+    pointer.pressMiddle(2);
+    pointer.pressMiddle();
+    pointer.pressRight();
+    pointer.moveTo(6, 11);
+    pointer.releaseRight();
+    pointer.moveTo(-6, 11);
+    pointer.releaseMiddle();
+    pointer.releaseMiddle();
+    EXPECT_THAT(view->log, ElementsAre("middleMouseDown 5,10", "rightMouseDown 5,10",
+                                       "rightMouseDragged 6,11", "middleMouseDragged 6,11",
+                                       "rightMouseUp 6,11", "middleMouseDragged -6,11",
+                                       "middleMouseUp -6,11", "mouseExited -6,11"));
+    EXPECT_EQ(view->events[1]->clickCount, 2);
+    EXPECT_EQ(view->events[7]->clickCount, 2);
+}
+
+TEST_F(HeadlessPointerTest, everyEventSaysWhichKeysAreHeld) {
+    using Mivora::platform::Modifiers;
+    pointer.moveTo(5, 10);
+    EXPECT_EQ(view->events.back()->modifiers, Modifiers());
+    pointer.setModifiers({.shift = true, .super = true});
+    EXPECT_EQ(view->events.size(), 1U) << "a key makes no event";
+    pointer.press();
+    pointer.scrollLines(0, 1);
+    EXPECT_EQ(view->events[1]->modifiers, (Modifiers{.shift = true, .super = true}));
+    EXPECT_EQ(view->events[2]->modifiers, (Modifiers{.shift = true, .super = true}));
+    pointer.setModifiers({});
+    pointer.release();
+    EXPECT_EQ(view->events[3]->modifiers, Modifiers());
+}
+
 TEST_F(HeadlessPointerTest, withBothButtonsTheViewIsLeftAfterTheLastRelease) {
     pointer.moveTo(5, 10);
     pointer.press();

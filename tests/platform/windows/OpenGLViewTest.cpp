@@ -231,15 +231,17 @@ TEST_F(OpenGLViewTest, eachEventReachesTheHookOfItsType) {
     using Type = Event::Type;
     for (const Type type :
          {Type::MouseDown, Type::MouseDragged, Type::MouseUp, Type::RightMouseDown,
-          Type::RightMouseDragged, Type::RightMouseUp, Type::MouseEntered, Type::MouseMoved,
+          Type::RightMouseDragged, Type::RightMouseUp, Type::MiddleMouseDown,
+          Type::MiddleMouseDragged, Type::MiddleMouseUp, Type::MouseEntered, Type::MouseMoved,
           Type::MouseExited, Type::ScrollWheel}) {
         view.deliver(eventOf(type, 10, 20));
     }
     EXPECT_THAT(view.log,
                 ElementsAre("mouseDown 10,20", "mouseDragged 10,20", "mouseUp 10,20",
                             "rightMouseDown 10,20", "rightMouseDragged 10,20", "rightMouseUp 10,20",
-                            "mouseEntered 10,20", "mouseMoved 10,20", "mouseExited 10,20",
-                            "scrollWheel 10,20"));
+                            "middleMouseDown 10,20", "middleMouseDragged 10,20",
+                            "middleMouseUp 10,20", "mouseEntered 10,20", "mouseMoved 10,20",
+                            "mouseExited 10,20", "scrollWheel 10,20"));
 }
 
 TEST_F(OpenGLViewTest, theEventArrivesAsItIs) {

@@ -47,6 +47,11 @@ class RecordingOpenGLView : public platform::OpenGLView {
         record("rightMouseDragged", event);
     }
     void rightMouseUp(const EventPointer& event) override { record("rightMouseUp", event); }
+    void middleMouseDown(const EventPointer& event) override { record("middleMouseDown", event); }
+    void middleMouseDragged(const EventPointer& event) override {
+        record("middleMouseDragged", event);
+    }
+    void middleMouseUp(const EventPointer& event) override { record("middleMouseUp", event); }
     void mouseEntered(const EventPointer& event) override { record("mouseEntered", event); }
     void mouseMoved(const EventPointer& event) override { record("mouseMoved", event); }
     void mouseExited(const EventPointer& event) override { record("mouseExited", event); }
