@@ -273,7 +273,10 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// Only stores the value: no subview is told and no redraw asked for.
     void setContentScaleFactor(float contentScaleFactor);
 
-    /// Asks for the tree to be drawn again in the next frame.
+    /// Asks for the tree to be drawn again in the next frame. While a frame is drawn, from
+    /// `prepareForDraw` to `draw`, this is lost: that frame counts as the answer. Whatever moves on
+    /// by itself asks from a ticker of the animation clock (`MVAnimationClockTick`) or from
+    /// `layoutSubviews`.
     void setNeedsDraw();
 
     /// @}
@@ -387,7 +390,8 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     virtual void touchesEnded(const MVTouchSet& touches);
     virtual void touchesCancelled(const MVTouchSet& touches);
 
-    /// A button that was pressed over this view.
+    /// A button that was pressed over this view: the primary one, the secondary or the middle one,
+    /// as `MVMouse::button` says.
     virtual void mouseBegan(const std::shared_ptr<MVMouse>& mouse);
     virtual void mouseMoved(const std::shared_ptr<MVMouse>& mouse);
     virtual void mouseEnded(const std::shared_ptr<MVMouse>& mouse);
@@ -397,7 +401,11 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     virtual void mouseHoverMoved(const std::shared_ptr<MVMouse>& mouse);
     virtual void mouseHoverEnded(const std::shared_ptr<MVMouse>& mouse);
 
-    /// Scrolling that began over this view.
+    /// Scrolling that began over this view. A click of a wheel is a `scrollBegan`, which has the
+    /// way, and a `scrollEnded`, which has none, with no `scrollMoved` between them: a view that
+    /// scrolls adds up the translations of all its hooks. Every press of a button sends a
+    /// `scrollBegan` and a `scrollCancelled`, both without a way, to a view that is not being
+    /// scrolled, so that it stops what goes on moving by itself.
     virtual void scrollBegan(const std::shared_ptr<MVScroll>& scroll);
     virtual void scrollMoved(const std::shared_ptr<MVScroll>& scroll);
     virtual void scrollEnded(const std::shared_ptr<MVScroll>& scroll);
@@ -564,7 +572,8 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     virtual void layoutSubviews();
     /// The tree is about to be drawn; nothing of it has been drawn in this frame.
     virtual void prepareForDraw();
-    /// Queues the GL work that draws this view, below its subviews.
+    /// Queues the GL work that draws this view, below its subviews. A redraw asked for from here,
+    /// by a change of any view, is lost; see `setNeedsDraw`.
     virtual void draw();
 
     /// @}

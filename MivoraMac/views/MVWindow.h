@@ -67,12 +67,15 @@ class MIVORA_EXPORT MVWindow : public MVView {
     void setFieldOfView(float fieldOfView);
 
     /// How far in front of the window's plane, towards the eye, content is still seen, in points;
-    /// 150 by default. The near plane stays at least 0.001 in front of the eye.
+    /// 150 by default. What reaches beyond is cut off, as an edge of a view that turns or grows: one
+    /// 400 points wide that turns about its middle comes 200 points nearer. The near plane stays at
+    /// least 0.001 in front of the eye.
     float nearDistance() const { return nearDistance_; }
     /// Moves the near plane.
     void setNearDistance(float nearDistance);
 
-    /// How far behind the window's plane content is still seen, in points; 150 by default.
+    /// How far behind the window's plane content is still seen, in points; 150 by default. What
+    /// reaches beyond is cut off.
     float farDistance() const { return farDistance_; }
     /// Moves the far plane.
     void setFarDistance(float farDistance);
