@@ -1,0 +1,108 @@
+// A list of 10,000 rows: scroll it with the wheel or the touchpad, click rows to mark them.
+//
+//     list            opens a window, if there is a display
+//     list FILE.png   scrolls some way without a display and writes what is seen
+
+#include <MivoraMac/MivoraMac.h>
+#include <MivoraMac/platform/headless/HeadlessPointer.h>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include "RowList.h"
+
+using Mivora::platform::HeadlessPointer;
+using Mivora::platform::Host;
+using Mivora::platform::MainThread;
+using Mivora::platform::Window;
+
+namespace {
+
+constexpr int kRows = 10'000;
+constexpr float kRowHeight = 40;
+constexpr Mivora::Size2 kSize = {360, 480};
+
+/// What the list shows. The views of its rows come and go; this stays.
+std::vector<bool> marked(kRows, false);
+
+/// One row: a background with a bar whose length tells rows apart.
+class Row : public MVColorView {
+ public:
+    Row() : bar_(MVColorView::init()) {
+        setSize({kSize.width, kRowHeight - 1});
+        bar_->setPosition({12, 12});
+        bar_->setInteractionEnabled(false);
+        addSubview(bar_);
+    }
+
+    void show(int row) {
+        const auto share = static_cast<float>(row % 100) / 100;
+        setColor(marked[static_cast<std::size_t>(row)] ? MVColorYellowRGBA : MVColorWhiteRGBA);
+        bar_->setColor(MVColorHSBAToColorRGBA({share, 0.6F, 0.8F, 1}));
+        bar_->setSize({40 + 280 * share, kRowHeight - 25});
+    }
+
+ private:
+    std::shared_ptr<MVColorView> bar_;
+};
+
+/// The list, which marks the row that is clicked.
+class MarkingList : public RowList {
+ public:
+    MarkingList()
+        : RowList(
+              kRows, kRowHeight, [] { return MVMake<Row>(); },
+              [](MVView& view, int row) { static_cast<Row&>(view).show(row); }) {
+        setSize(kSize);
+    }
+
+    void mouseBegan(const std::shared_ptr<MVMouse>& mouse) override {
+        const Mivora::Point3 place = mouse->locationInView(shared_from_this());
+        if (const int row = rowAt({place.x, place.y}); row >= 0) {
+            marked[static_cast<std::size_t>(row)].flip();
+            showRowAgain(row);
+        }
+    }
+};
+
+int run(const char* file) {
+    if (file != nullptr) {
+        ::setenv("MIVORA_HOST", "headless", 1);
+    }
+    const auto application = MVApplication::init();
+    const auto list = MVMake<MarkingList>();
+    application->window()->addSubview(list);
+
+    const auto window = Window::initWithTitle("List", kSize.width, kSize.height);
+    window->setContentView(application->renderView());
+    window->setCloseHandler([] { MainThread::quit(); });
+    window->show();
+
+    if (file != nullptr) {
+        HeadlessPointer pointer(application->renderView());
+        pointer.moveTo(100, 300);
+        pointer.press();
+        pointer.release();
+        pointer.scrollLines(0, -4.5);
+        if (!MVCaptureWindow(application->window()).writePNG(file)) {
+            std::fprintf(stderr, "list: cannot write %s\n", file);
+            return EXIT_FAILURE;
+        }
+        return EXIT_SUCCESS;
+    }
+    application->setActive(true);
+    MainThread::run();
+    return EXIT_SUCCESS;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    try {
+        return run(count > 1 ? arguments[1] : nullptr);
+    } catch (const MVException& exception) {
+        std::fprintf(stderr, "list: %s\n", exception.what());
+        return EXIT_FAILURE;
+    }
+}
