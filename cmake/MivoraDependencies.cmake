@@ -4,7 +4,9 @@
 # needs none of it, a program that links the static library needs it to link. The list is said
 # once, as TARGET=module for pkg-config: it makes the imported targets PkgConfig::TARGET here and
 # in the installed package, and the Requires.private line of the pkg-config file.
-set(MIVORA_PRIVATE_MODULES EPOXY=epoxy GLIB=glib-2.0 GDK_PIXBUF=gdk-pixbuf-2.0)
+set(MIVORA_PRIVATE_MODULES
+    EPOXY=epoxy GLIB=glib-2.0 GDK_PIXBUF=gdk-pixbuf-2.0
+    PANGOCAIRO=pangocairo CAIRO=cairo FONTCONFIG=fontconfig)
 
 find_package(glm REQUIRED)
 find_package(Threads REQUIRED)

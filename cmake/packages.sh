@@ -5,17 +5,19 @@
 # To build the library.
 MIVORA_BUILD_PACKAGES=(
     g++ cmake ninja-build pkg-config
-    libepoxy-dev libgdk-pixbuf-2.0-dev libglib2.0-dev libglm-dev
+    libcairo2-dev libepoxy-dev libfontconfig-dev libgdk-pixbuf-2.0-dev libglib2.0-dev libglm-dev
+    libpango1.0-dev
 )
 
-# To run what draws: EGL and the software rasteriser, which are loaded at run time.
-MIVORA_RUN_PACKAGES=(libegl1 libegl-mesa0 libgl1-mesa-dri)
+# To run what draws: EGL and the software rasteriser, which are loaded at run time, and a font.
+MIVORA_RUN_PACKAGES=(libegl1 libegl-mesa0 libgl1-mesa-dri fonts-dejavu-core)
 
-# To build the tests: among them the encoders of image files, and the decoder of WebP files. And to
-# build the API reference, which is a test of the comments.
+# To build and run the tests: among them the encoders of image files, the decoder of WebP files, and
+# a font of coloured emoji. And to build the API reference, which is a test of the comments.
 MIVORA_TEST_PACKAGES=(
     libgtest-dev libgmock-dev
     libgif-dev libjpeg-dev libpng-dev libtiff-dev libwebp-dev webp-pixbuf-loader
+    fonts-noto-color-emoji
     doxygen
 )
 

@@ -75,6 +75,18 @@ try fail platform/headless/HeadlessScreen.h '"MivoraMac/platform/gtk/GtkScreen.h
 try pass platform/gtk/GtkScreen.h '"MivoraMac/platform/windows/Screen.h"'
 try fail platform/gtk/GtkScreen.cpp '"MivoraMac/app/MVWindow.h"'
 
+try pass platform/text/TextLayout.cpp '"MivoraMac/platform/pictures/Picture.h"'
+try pass platform/text/TextLayout.cpp '"MivoraMac/platform/threads/MainThread.h"'
+try fail platform/text/TextLayout.cpp '"MivoraMac/platform/gl/GLContext.h"'
+try fail platform/text/TextLayout.cpp '"MivoraMac/geometry/Color.h"'
+try fail platform/pictures/Picture.cpp '"MivoraMac/platform/text/TextLayout.h"'
+try fail platform/windows/Screen.cpp '"MivoraMac/platform/text/TextLayout.h"'
+try pass views/MVTextView.cpp '"MivoraMac/platform/text/TextLayoutPrivate.h"'
+try pass views/MVTextView.cpp '<cairo.h>'
+try pass platform/text/TextEnginePrivate.h '<pango/pangocairo.h>'
+try fail views/MVTextView.h '<cairo/cairo.h>'
+try fail platform/text/TextLayout.h '<pango/pangocairo.h>'
+
 try pass platform/gtk/GtkScreen.h '<gtk/gtk.h>'
 try fail platform/windows/Screen.cpp '<gtk/gtk.h>'
 try fail app/MVWindow.cpp '<gdk/gdk.h>'

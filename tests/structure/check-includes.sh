@@ -5,7 +5,8 @@
 #   the animation clock of app (with its tickers, and the weak containers it keeps them in) knows
 #   nothing of the rest of app and is below views, some of which animate by it
 #   platform is below them all: everything may include its rooms, they include none of it
-#   among the rooms: base <- threads, pictures <- gl <- windows <- headless, gtk, which implement them
+#   among the rooms: base <- threads, pictures <- gl <- windows <- headless, gtk, which implement them;
+#   text stands on base, threads and pictures, and above the platform all may include it
 #   platform/Host.h names what a host makes without including it, so every room may ask the host; its
 #   source, not the header, may name the headless host, which is the default one
 #
@@ -56,12 +57,14 @@ BEGIN {
     may["platform/threads"] = rooms " platform/threads"
     may["platform/pictures"] = rooms " platform/pictures"
     rooms = rooms " platform/threads platform/pictures"
+    may["platform/text"] = rooms " platform/text"
     may["platform/gl"] = rooms = rooms " platform/gl"
     may["platform/windows"] = rooms = rooms " platform/windows"
     may["platform"] = "platform platform/base"
     may["platform source"] = rooms " platform/headless"
     may["platform/headless"] = rooms " platform/headless"
     may["platform/gtk"] = rooms " platform/gtk"
+    rooms = rooms " platform/text"
     may["root"] = "root clock geometry render images views input app platform/headless " rooms
     may["clock"] = "clock " rooms
     may["geometry"] = "geometry " rooms
@@ -101,6 +104,9 @@ BEGIN {
     }
     if (isPublic && path ~ /^(epoxy|GL|GLES[0-9]*|EGL|KHR|glad)\//) {
         complain("a public header must not include GL: <" path ">")
+    }
+    if (isPublic && path ~ /^(pango|cairo|fontconfig)/) {
+        complain("a public header must not include what text is drawn with: <" path ">")
     }
 }
 
