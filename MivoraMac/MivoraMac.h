@@ -55,6 +55,7 @@
 #include "MivoraMac/platform/base/Resources.h"
 #include "MivoraMac/platform/gl/Drawable.h"
 #include "MivoraMac/platform/gl/GLContext.h"
+#include "MivoraMac/platform/gl/NativeGLContext.h"
 #include "MivoraMac/platform/gl/PixelFormat.h"
 #include "MivoraMac/platform/headless/HeadlessDisplayLink.h"
 #include "MivoraMac/platform/headless/HeadlessHost.h"

@@ -12,6 +12,7 @@
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/threads/MainThread.h"
 #include "MivoraMac/render/MVRenderContext.h"
+#include "MivoraMac/render/MVRenderGroupPrivate.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "MivoraMac/render/MVShaderCache.h"
 #include "MivoraMac/views/MVFramePrivate.h"
@@ -35,12 +36,26 @@ std::vector<std::weak_ptr<MVRenderContext>>& livingContexts() {
     return *contexts;
 }
 
+/// What the applications that have ended shared, as long as something of it is kept: the next one
+/// shares it, too, so that what is kept can be drawn there.
+std::weak_ptr<MVRenderGroup>& groupOfEndedApplications() {
+    static auto* group = new std::weak_ptr<MVRenderGroup>;  // outlives statics
+    return *group;
+}
+
+std::shared_ptr<MVRenderContext> makeContext() {
+    const auto active = MVRenderContext::activeContext();
+    return active ? MVRenderContext::initWithSharedContext(active)
+                  : MVRenderContext::mv_initWithGroup(groupOfEndedApplications().lock());
+}
+
 /// Has another application's context take over from that of one that goes. Without an active
 /// context the next application would share the caches of the others but not their GL objects.
 void retireContext(const std::shared_ptr<MVRenderContext>& context) {
     std::erase_if(livingContexts(), [&](const std::weak_ptr<MVRenderContext>& living) {
         return living.expired() || living.lock() == context;
     });
+    groupOfEndedApplications() = context ? context->mv_group() : nullptr;
     if (MVRenderContext::activeContext() == context && !livingContexts().empty()) {
         MVRenderContext::mv_setActiveContext(livingContexts().back().lock());
     }
@@ -75,7 +90,7 @@ std::shared_ptr<MVApplication> MVApplication::init() {
 MVApplication::MVApplication() : parts_(std::make_shared<Parts>()) {}
 
 void MVApplication::mv_applicationInit() {
-    parts_->context = MVRenderContext::initWithSharedContext(MVRenderContext::activeContext());
+    parts_->context = makeContext();
     MVRenderContext::mv_setActiveContext(parts_->context);
     livingContexts().push_back(parts_->context);
     parts_->surface = MVRenderSurface::init();
@@ -179,16 +194,21 @@ bool MVApplication::mv_runLoop(const std::shared_ptr<MVApplicationRunLoop>& /*se
     if (!parts_->window->mv_windowNeedsDraw()) {
         return false;
     }
-    MVFrame::draw(*parts_->window, [this] {
-        if (const auto context = parts_->context->mv_context()) {
+    const auto context = parts_->context->mv_context();
+    MVFrame::draw(*parts_->window, [this, context] {
+        if (context) {
             parts_->context->dispatchBlock([context] {
-                glBindFramebuffer(GL_FRAMEBUFFER, context->defaultFramebuffer());
+                glBindFramebuffer(GL_FRAMEBUFFER, context->drawable().beginFrame());
                 glClearColor(0.1F, 0.1F, 0.1F, 1.0F);
                 glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
             });
         }
         parts_->renderView->mv_setViewport();
     });
+    if (context) {
+        // Until here, a `present` of the frame before leaves this one to its own.
+        parts_->context->dispatchBlock([context] { context->drawable().endFrame(); });
+    }
     return true;
 }
 

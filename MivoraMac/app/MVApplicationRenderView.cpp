@@ -104,6 +104,7 @@ void MVApplicationRenderView::viewDidMoveToWindow() {
 
 void MVApplicationRenderView::reshape() {
     OpenGLView::reshape();
+    mv_setActiveResources();
     mv_setViewport();
     if (const auto application = application_.lock()) {
         application->mv_resizeWindow();
@@ -145,6 +146,7 @@ void MVApplicationRenderView::makeBackingLayer() {
 // What a hook throws must not keep the others from being told: each hears of every begin and end.
 
 void MVApplicationRenderView::mouseDown(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     runAll([&] { mouseToTouchDispatcher_->systemTouchBeganWithEvent(event); },
            [&] {
                scrollDispatcher_->cancelActiveScrollEventWithEvent(mv_pointForEvent(*event), event);
@@ -153,16 +155,19 @@ void MVApplicationRenderView::mouseDown(const std::shared_ptr<const Event>& even
 }
 
 void MVApplicationRenderView::mouseDragged(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     runAll([&] { mouseToTouchDispatcher_->systemTouchMovedWithEvent(event); },
            [&] { mouseDispatcher_->systemMouseMovedWithEvent(mv_pointForEvent(*event), event); });
 }
 
 void MVApplicationRenderView::mouseUp(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     runAll([&] { mouseToTouchDispatcher_->systemTouchEndedWithEvent(event); },
            [&] { mouseDispatcher_->systemMouseEndedWithEvent(mv_pointForEvent(*event), event); });
 }
 
 void MVApplicationRenderView::rightMouseDown(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     runAll(
         [&] {
             scrollDispatcher_->cancelActiveScrollEventWithEvent(mv_pointForEvent(*event), event);
@@ -171,14 +176,17 @@ void MVApplicationRenderView::rightMouseDown(const std::shared_ptr<const Event>&
 }
 
 void MVApplicationRenderView::rightMouseDragged(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     mouseDispatcher_->systemRightMouseMovedWithEvent(mv_pointForEvent(*event), event);
 }
 
 void MVApplicationRenderView::rightMouseUp(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     mouseDispatcher_->systemRightMouseEndedWithEvent(mv_pointForEvent(*event), event);
 }
 
 void MVApplicationRenderView::middleMouseDown(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     runAll(
         [&] {
             scrollDispatcher_->cancelActiveScrollEventWithEvent(mv_pointForEvent(*event), event);
@@ -189,14 +197,17 @@ void MVApplicationRenderView::middleMouseDown(const std::shared_ptr<const Event>
 }
 
 void MVApplicationRenderView::middleMouseDragged(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     mouseDispatcher_->systemMiddleMouseMovedWithEvent(mv_pointForEvent(*event), event);
 }
 
 void MVApplicationRenderView::middleMouseUp(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     mouseDispatcher_->systemMiddleMouseEndedWithEvent(mv_pointForEvent(*event), event);
 }
 
 void MVApplicationRenderView::mouseEntered(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     const bool isMain = isWindowMain();
     if (isMain != mouseHoverActive_) {
         isMain ? beginHover(event) : endHover(event);
@@ -204,6 +215,7 @@ void MVApplicationRenderView::mouseEntered(const std::shared_ptr<const Event>& e
 }
 
 void MVApplicationRenderView::mouseMoved(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     const bool isMain = isWindowMain();
     if (isMain != mouseHoverActive_) {
         isMain ? beginHover(event) : endHover(event);
@@ -213,6 +225,7 @@ void MVApplicationRenderView::mouseMoved(const std::shared_ptr<const Event>& eve
 }
 
 void MVApplicationRenderView::mouseExited(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     const auto endOpenHover = [&] {
         if (mouseHoverActive_) {
             endHover(event);
@@ -227,6 +240,7 @@ void MVApplicationRenderView::mouseExited(const std::shared_ptr<const Event>& ev
 }
 
 void MVApplicationRenderView::scrollWheel(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
     const Mivora::Point2 point = mv_pointForEvent(*event);
     Mivora::Point2 translation = {static_cast<float>(event->scrollingDeltaX),
                                   static_cast<float>(event->scrollingDeltaY)};
@@ -258,6 +272,12 @@ void MVApplicationRenderView::scrollWheel(const std::shared_ptr<const Event>& ev
                         point, Mivora::Point2::kZero, event);
                 });
             break;
+    }
+}
+
+void MVApplicationRenderView::mv_setActiveResources() {
+    if (const auto application = application_.lock()) {
+        application->mv_setActiveResources();
     }
 }
 

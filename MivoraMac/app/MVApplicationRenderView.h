@@ -120,6 +120,8 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     MVApplicationRenderView(const std::shared_ptr<MVApplication>& application,
                             const std::shared_ptr<MVWindow>& window);
 
+    /// What a client makes while it handles an event belongs with what the event is about.
+    void mv_setActiveResources();
     bool isWindowMain() const;
     void beginHover(const std::shared_ptr<const Event>& event);
     void endHover(const std::shared_ptr<const Event>& event);

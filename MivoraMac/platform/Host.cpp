@@ -72,9 +72,8 @@ void Host::registerDesktopHost(const char* name, Factory factory) {
     desktopHost() = {name, factory};
 }
 
-std::shared_ptr<GLContext> Host::createGLContext(const std::shared_ptr<PixelFormat>& format,
-                                                 const std::shared_ptr<GLContext>& share) {
-    return HeadlessGLContext::create(format, share);
+std::shared_ptr<NativeGLContext> Host::createNativeGLContext() {
+    return HeadlessGLContext::create();
 }
 
 std::unique_ptr<DisplayLink> Host::createDisplayLink(std::function<void()> refreshed) {

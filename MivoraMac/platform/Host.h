@@ -12,8 +12,7 @@
 namespace Mivora::platform {
 
 class DisplayLink;
-class GLContext;
-class PixelFormat;
+class NativeGLContext;
 class Screen;
 class Window;
 
@@ -44,10 +43,9 @@ class MIVORA_EXPORT Host {
     /// See `Screen::mainScreen`; never null.
     virtual std::shared_ptr<Screen> mainScreen() = 0;
 
-    /// See `GLContext::initWithFormatShareContext`. Here: a context from EGL that needs no display.
-    /// Thread: any.
-    virtual std::shared_ptr<GLContext> createGLContext(const std::shared_ptr<PixelFormat>& format,
-                                                       const std::shared_ptr<GLContext>& share);
+    /// A context to draw with, or null, and a line in the log, where there is none. Here: one from
+    /// EGL that needs no display. Thread: any.
+    virtual std::shared_ptr<NativeGLContext> createNativeGLContext();
 
     /// A stopped display link that serves all displays until it is tied to one. A host that knows
     /// nothing of refreshes has links at 60 Hz. Thread: any.

@@ -12,6 +12,7 @@
 #include "MivoraMac/platform/gl/PixelFormat.h"
 #include "MivoraMac/platform/windows/DisplayLink.h"
 #include "MivoraMac/platform/windows/OpenGLView.h"
+#include "MivoraMac/render/MVRenderGroupPrivate.h"
 #include "MivoraMac/render/MVShader.h"
 
 using Mivora::platform::DebugLog;
@@ -65,7 +66,19 @@ ActiveContext& active() {
 
 MVRenderContext::MVRenderContext() = default;
 
-MVRenderContext::~MVRenderContext() = default;
+MVRenderContext::~MVRenderContext() {
+    shader_.reset();
+    if (!context_) {
+        return;
+    }
+    const std::shared_ptr<Mivora::platform::NativeGLContext> native = context_->native();
+    context_.reset();
+    // What the drawable leaves behind need not wait until something else is drawn. Where this was
+    // the last context, the group sees to it as it goes.
+    if (native->hasWaitingWork() && group_.use_count() > 1) {
+        group_->dispatch([native] { native->doWaitingWork(); });
+    }
+}
 
 std::shared_ptr<MVRenderContext> MVRenderContext::init() {
     auto context = MVMake<MVRenderContext>();
@@ -75,13 +88,19 @@ std::shared_ptr<MVRenderContext> MVRenderContext::init() {
 
 std::shared_ptr<MVRenderContext> MVRenderContext::initWithSharedContext(
     const std::shared_ptr<MVRenderContext>& other) {
-    if (!other) {
+    return mv_initWithGroup(other ? other->group_ : nullptr);
+}
+
+std::shared_ptr<MVRenderContext> MVRenderContext::mv_initWithGroup(
+    const std::shared_ptr<MVRenderGroup>& group) {
+    if (!group) {
         return init();
     }
     auto context = MVMake<MVRenderContext>();
-    context->dispatchQueue_ = other->dispatchQueue_;
+    context->dispatchQueue_ = group->queue();
+    context->group_ = group;
     context->dispatchQueue_->setSpecific(kQueueContextKey, context.get());
-    context->mv_renderContextInitWithSharedContext(other->mv_context());
+    context->mv_renderContextInitWithSharedContext(group->context());
     return context;
 }
 
@@ -92,7 +111,12 @@ void MVRenderContext::mv_renderContextInitWithSharedContext(
         dispatchQueue_->setSpecific(kQueueContextKey, this);
     }
     pixelFormat_ = PixelFormat::initWithAttributes(kPixelFormatAttributes);
-    context_ = GLContext::initWithFormatShareContext(pixelFormat_, shared);
+    if (shared || !group_) {
+        context_ = GLContext::initWithFormatShareContext(pixelFormat_, shared);
+    }
+    if (!group_) {
+        group_ = MVRenderGroup::create(dispatchQueue_, context_);
+    }
     if (context_) {
         context_->setSwapInterval(1);
     } else {
@@ -138,11 +162,25 @@ void MVRenderContext::mv_setActiveContext(const std::shared_ptr<MVRenderContext>
     // May come to be the last reference, which must not go while the lock is held: it takes GL work
     // to the end with it, and that may ask for the active context.
     std::shared_ptr<MVRenderContext> former;
-    const std::lock_guard lock(holder.mutex);
-    former = holder.context.lock();
-    if (former != context) {
+    {
+        const std::lock_guard lock(holder.mutex);
+        former = holder.context.lock();
+        if (former == context) {
+            return;
+        }
         holder.context = context;
         holder.changes.fetch_add(1, std::memory_order_release);
+    }
+    if (context) {
+        context->takeOverState();
+    }
+}
+
+/// In its place among the GL work: what was dispatched before still finds the state of the context
+/// that was active then.
+void MVRenderContext::takeOverState() {
+    if (context_) {
+        group_->dispatch([context = context_] { context->takeOverState(); });
     }
 }
 
@@ -213,4 +251,12 @@ void MVRenderContext::leaveScope() {
         context_->unlock();
         GLContext::clearCurrentContext();
     }
+}
+
+const void* MVRenderContext::commonScope() const {
+    return context_ ? context_->native().get() : nullptr;
+}
+
+void MVRenderContext::takeOverScope() {
+    context_->replaceCurrentContext();
 }

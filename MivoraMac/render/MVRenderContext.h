@@ -11,6 +11,7 @@
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/threads/SerialQueue.h"
 
+class MVRenderGroup;
 class MVShader;
 
 namespace Mivora::platform {
@@ -32,6 +33,12 @@ class PixelFormat;
 /// One context at a time is the active one, through which shaders, surfaces, images and views
 /// reach the queue.
 ///
+/// Contexts that share objects share all of them, vertex arrays and framebuffers included: what is
+/// made while one is active can be drawn while any other is. GL state (bindings, tests, masks,
+/// blending, clearing values, viewport, pixel storage) is not shared: GL work finds the state of
+/// the context that was the active one when it was dispatched, as that context's work left it.
+/// Objects live until they are let go, also when the contexts have gone.
+///
 /// Thread: any, unless stated otherwise.
 class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRenderContext>,
                                       private Mivora::platform::QueueScope {
@@ -41,9 +48,13 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     /// with no current context.
     static std::shared_ptr<MVRenderContext> init();
 
-    /// A context that shares `other`'s queue, textures, buffers and programs. Null makes it `init`.
+    /// A context that shares `other`'s queue and objects. Null makes it `init`.
     static std::shared_ptr<MVRenderContext> initWithSharedContext(
         const std::shared_ptr<MVRenderContext>& other);
+
+    /// A context of a group of which all contexts may have gone. Null makes it `init`.
+    static std::shared_ptr<MVRenderContext> mv_initWithGroup(
+        const std::shared_ptr<MVRenderGroup>& group);
 
     ~MVRenderContext() override;
 
@@ -51,7 +62,8 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     static std::shared_ptr<MVRenderContext> activeContext();
     /// The active context, if it has a GL context to draw with; else null.
     static std::shared_ptr<MVRenderContext> mv_drawingContext();
-    /// Makes a context the active one; null for none.
+    /// Makes a context the active one, whose GL state then takes the place of that of the one
+    /// before; null for none.
     static void mv_setActiveContext(const std::shared_ptr<MVRenderContext>& context);
 
     /// The queue on which all GL work runs. Closures put on it directly run with no current
@@ -89,6 +101,9 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
 
     /// Whether the calling code runs on a render context's queue, whichever context's it is.
     static bool mv_isOnRenderQueue();
+
+    /// The contexts that share objects with this one, and these objects.
+    const std::shared_ptr<MVRenderGroup>& mv_group() const { return group_; }
 
     /// The platform's GL context, or null.
     const std::shared_ptr<Mivora::platform::GLContext>& mv_context() const { return context_; }
@@ -140,12 +155,16 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     void mv_renderContextInitWithSharedContext(
         const std::shared_ptr<Mivora::platform::GLContext>& shared);
     void readExtensions();
+    void takeOverState();
 
     std::shared_ptr<QueueScope> retainScope() override;
     void enterScope() override;
     void leaveScope() override;
+    const void* commonScope() const override;
+    void takeOverScope() override;
 
     std::shared_ptr<Mivora::platform::SerialQueue> dispatchQueue_;
+    std::shared_ptr<MVRenderGroup> group_;
     std::shared_ptr<Mivora::platform::PixelFormat> pixelFormat_;
     std::shared_ptr<Mivora::platform::GLContext> context_;
     std::unordered_set<std::string> glExtensions_;

@@ -20,11 +20,10 @@
 #include "tests/platform/base/ThreadsafeDeathTest.h"
 
 using Mivora::platform::DebugLog;
-using Mivora::platform::GLContext;
 using Mivora::platform::HeadlessHost;
 using Mivora::platform::HeadlessScreen;
 using Mivora::platform::Host;
-using Mivora::platform::PixelFormat;
+using Mivora::platform::NativeGLContext;
 using Mivora::platform::Rect;
 using Mivora::platform::Screen;
 using Mivora::platform::Window;
@@ -38,10 +37,7 @@ class FakeDesktop : public Host {
  public:
     const char* name() const override { return "gtk"; }
     std::shared_ptr<Screen> mainScreen() override { return screen_; }
-    std::shared_ptr<GLContext> createGLContext(const std::shared_ptr<PixelFormat>&,
-                                               const std::shared_ptr<GLContext>&) override {
-        return nullptr;
-    }
+    std::shared_ptr<NativeGLContext> createNativeGLContext() override { return nullptr; }
     std::shared_ptr<Window> createWindow(const std::string&, const Rect&) override {
         return nullptr;
     }

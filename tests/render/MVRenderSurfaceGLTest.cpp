@@ -411,17 +411,26 @@ TEST_F(MVRenderSurfaceTest, anAttachmentHeldElsewhereOutlivesTheSurface) {
 
 TEST_F(MVRenderSurfaceTest, allWorkGoesThroughTheContextThatWasActiveWhenTheSurfaceWasMade) {
     std::vector<GLContext*> seen;
-    for (const char* name : {"glGenFramebuffers", "glBindFramebuffer", "glCheckFramebufferStatus",
-                             "glViewport", "glDeleteFramebuffers"}) {
+    const auto watch = [&](const char* name) {
         gl_->before(name, [&](const GLCall&) { seen.push_back(GLContext::currentContext()); });
-    }
+    };
+    watch("glGenFramebuffers");
     auto surface = MVRenderSurface::init();
     const auto second = MVRenderContext::initWithSharedContext(context_);
     MVRenderContext::mv_setActiveContext(second);
+    finish();
+    const std::vector<const char*> rest = {"glBindFramebuffer", "glCheckFramebufferStatus",
+                                           "glViewport", "glDeleteFramebuffers"};
+    for (const char* name : rest) {
+        watch(name);
+    }
     surface->setColorBuffer(buffer(kSize));
     surface->renderBlock([] {});
     surface.reset();
     finish();
+    for (const char* name : rest) {
+        gl_->before(name, nullptr);
+    }
     MVRenderContext::mv_setActiveContext(context_);
     EXPECT_THAT(seen, SizeIs(8));
     EXPECT_THAT(seen, testing::Each(context_->mv_context().get()));

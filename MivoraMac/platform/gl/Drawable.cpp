@@ -10,6 +10,47 @@
 
 namespace Mivora::platform {
 
+namespace {
+
+GLint integer(GLenum name) {
+    GLint value = 0;
+    glGetIntegerv(name, &value);
+    return value;
+}
+
+/// Binds the framebuffers back that were bound when it was made.
+class KeptFramebuffers {
+ public:
+    KeptFramebuffers() = default;
+    ~KeptFramebuffers() {
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(draw_));
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(read_));
+    }
+    KeptFramebuffers(const KeptFramebuffers&) = delete;
+    KeptFramebuffers& operator=(const KeptFramebuffers&) = delete;
+
+ private:
+    const GLint draw_ = integer(GL_DRAW_FRAMEBUFFER_BINDING);
+    const GLint read_ = integer(GL_READ_FRAMEBUFFER_BINDING);
+};
+
+/// Sets an integer of the pixel storage, and sets it back.
+class KeptPixelStore {
+ public:
+    KeptPixelStore(GLenum name, GLint value) : name_(name), before_(integer(name)) {
+        glPixelStorei(name_, value);
+    }
+    ~KeptPixelStore() { glPixelStorei(name_, before_); }
+    KeptPixelStore(const KeptPixelStore&) = delete;
+    KeptPixelStore& operator=(const KeptPixelStore&) = delete;
+
+ private:
+    const GLenum name_;
+    const GLint before_;
+};
+
+}  // namespace
+
 Drawable::Drawable(int samples) : samples_(samples) {}
 
 Drawable::~Drawable() = default;
@@ -26,22 +67,34 @@ PixelSize Drawable::size() const {
 
 std::uint32_t Drawable::framebuffer() {
     const PixelSize wanted = size();
-    if (wanted != builtSize_) {
+    if (wanted != builtSize_ || framebuffer_ == 0) {
         build(wanted);
     }
     return framebuffer_;
 }
 
+std::uint32_t Drawable::beginFrame() {
+    isIncomplete_ = true;
+    return framebuffer();
+}
+
 void Drawable::build(PixelSize size) {
     releaseMultisampled();
     builtSize_ = size;
-    if (size.width == 0 || size.height == 0) {
-        return;
+    isPublished_ = false;
+    if (size.width > 0 && size.height > 0) {
+        const int samples = samples_ > 1 ? std::min(samples_, integer(GL_MAX_SAMPLES)) : 0;
+        isPublished_ = buildMultisampled(size, samples);
     }
-    GLint maximum = 0;
-    glGetIntegerv(GL_MAX_SAMPLES, &maximum);
-    const GLint samples = samples_ > 1 ? std::min(samples_, maximum) : 0;
+    if (!isPublished_) {
+        buildMultisampled({1, 1}, 0);
+    }
+}
 
+/// @return whether the driver can draw into it
+bool Drawable::buildMultisampled(PixelSize size, int samples) {
+    const KeptFramebuffers kept;
+    const GLint renderbuffer = integer(GL_RENDERBUFFER_BINDING);
     glGenFramebuffers(1, &framebuffer_);
     glGenRenderbuffers(1, &colorBuffer_);
     glGenRenderbuffers(1, &depthStencilBuffer_);
@@ -54,20 +107,22 @@ void Drawable::build(PixelSize size) {
                                      size.height);
     glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER,
                               depthStencilBuffer_);
-    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    glBindRenderbuffer(GL_RENDERBUFFER, static_cast<GLuint>(renderbuffer));
     const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
-    if (status != GL_FRAMEBUFFER_COMPLETE) {
-        DebugLog::warn(DebugLog::Category::GL,
-                       "no default framebuffer of %d x %d pixels, %d samples (status 0x%x)",
-                       size.width, size.height, samples, status);
-        releaseMultisampled();
+    if (status == GL_FRAMEBUFFER_COMPLETE) {
+        return true;
     }
+    DebugLog::warn(DebugLog::Category::GL,
+                   "no default framebuffer of %d x %d pixels, %d samples (status 0x%x)", size.width,
+                   size.height, samples, status);
+    releaseMultisampled();
+    return false;
 }
 
 void Drawable::buildTarget(Target& target) {
     releaseTarget(target);
     target.size = builtSize_;
+    const GLint texture = integer(GL_TEXTURE_BINDING_2D);
     glGenTextures(1, &target.texture);
     glBindTexture(GL_TEXTURE_2D, target.texture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
@@ -76,14 +131,15 @@ void Drawable::buildTarget(Target& target) {
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, target.size.width, target.size.height, 0, GL_RGBA,
                  GL_UNSIGNED_BYTE, nullptr);
-    glBindTexture(GL_TEXTURE_2D, 0);
+    glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(texture));
     glGenFramebuffers(1, &target.framebuffer);
+    const KeptFramebuffers kept;
     glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer);
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, target.texture, 0);
 }
 
 void Drawable::flush() {
-    if (framebuffer_ == 0) {
+    if (!isPublished_ || isIncomplete_) {
         return;
     }
     const std::size_t drawn = targetToDrawInto();
@@ -91,19 +147,21 @@ void Drawable::flush() {
     if (target.texture == 0 || target.size != builtSize_) {
         buildTarget(target);
     }
-    // A blit obeys the scissor test and nothing else of the drawing state.
-    const GLboolean scissored = glIsEnabled(GL_SCISSOR_TEST);
-    if (scissored != GL_FALSE) {
-        glDisable(GL_SCISSOR_TEST);
+    {
+        // A blit obeys the scissor test and nothing else of the drawing state.
+        const bool isScissored = glIsEnabled(GL_SCISSOR_TEST) == GL_TRUE;
+        if (isScissored) {
+            glDisable(GL_SCISSOR_TEST);
+        }
+        const KeptFramebuffers kept;
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer_);
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.framebuffer);
+        glBlitFramebuffer(0, 0, builtSize_.width, builtSize_.height, 0, 0, builtSize_.width,
+                          builtSize_.height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+        if (isScissored) {
+            glEnable(GL_SCISSOR_TEST);
+        }
     }
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer_);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.framebuffer);
-    glBlitFramebuffer(0, 0, builtSize_.width, builtSize_.height, 0, 0, builtSize_.width,
-                      builtSize_.height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
-    if (scissored != GL_FALSE) {
-        glEnable(GL_SCISSOR_TEST);
-    }
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
     glFlush();
 
     newest_ = drawn;
@@ -153,12 +211,19 @@ Picture Drawable::readLatestFrame() const {
     const auto rowBytes = static_cast<std::size_t>(target.size.width) * 4;
     const auto rows = static_cast<std::size_t>(target.size.height);
     std::vector<std::uint8_t> bottomUp(rowBytes * rows);
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, target.framebuffer);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(0, 0, target.size.width, target.size.height, GL_RGBA, GL_UNSIGNED_BYTE,
-                 bottomUp.data());
-    glPixelStorei(GL_PACK_ALIGNMENT, 4);
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+    {
+        const KeptFramebuffers kept;
+        const KeptPixelStore tightly(GL_PACK_ALIGNMENT, 1);
+        const KeptPixelStore wholeRows(GL_PACK_ROW_LENGTH, 0);
+        const KeptPixelStore allRows(GL_PACK_SKIP_ROWS, 0);
+        const KeptPixelStore allPixels(GL_PACK_SKIP_PIXELS, 0);
+        const GLint buffer = integer(GL_PIXEL_PACK_BUFFER_BINDING);
+        glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, target.framebuffer);
+        glReadPixels(0, 0, target.size.width, target.size.height, GL_RGBA, GL_UNSIGNED_BYTE,
+                     bottomUp.data());
+        glBindBuffer(GL_PIXEL_PACK_BUFFER, static_cast<GLuint>(buffer));
+    }
 
     Picture picture{target.size, std::vector<std::uint8_t>(bottomUp.size())};
     for (std::size_t row = 0; row < rows; ++row) {
@@ -188,6 +253,7 @@ void Drawable::releaseTarget(Target& target) {
 void Drawable::release() {
     releaseMultisampled();
     builtSize_ = {};
+    isPublished_ = false;
     for (Target& target : targets_) {
         releaseTarget(target);
     }

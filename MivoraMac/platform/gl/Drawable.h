@@ -17,6 +17,8 @@ namespace Mivora::platform {
 /// shown while the next is being drawn. Who shows frames for longer holds them: their textures are
 /// passed over, and others take their turn.
 ///
+/// Of whoever draws beside it, it disturbs nothing: whatever it binds, it binds back.
+///
 /// Threads: as marked. "GL" means a thread on which the owning context is current.
 class MIVORA_EXPORT Drawable {
  public:
@@ -41,12 +43,21 @@ class MIVORA_EXPORT Drawable {
     /// The size last asked for. Thread: any.
     PixelSize size() const;
 
-    /// The framebuffer's name, at the size last asked for; 0 while that has no area, or when the
-    /// driver cannot provide it (logged). Thread: GL.
+    /// The framebuffer's name, at the size last asked for. While that has no area, or when the
+    /// driver cannot provide it (logged), one of a single pixel that is never published: drawing
+    /// goes nowhere then, and raises no error. Thread: GL.
     std::uint32_t framebuffer();
 
-    /// Resolves what was drawn and publishes it. Does nothing without a framebuffer. Leaves
-    /// framebuffer 0 bound. Thread: GL.
+    /// As `framebuffer`, for a frame that is drawn bit by bit: until `endFrame` there is nothing
+    /// fit to be shown, and `flush` does nothing. A frame that is never ended is superseded by
+    /// the next. Thread: GL.
+    std::uint32_t beginFrame();
+
+    /// The frame begun last is complete. Thread: GL.
+    void endFrame() { isIncomplete_ = false; }
+
+    /// Resolves what was drawn and publishes it, unless there is no area, nothing was drawn into,
+    /// or a frame is incomplete: who ends that frame flushes it. Thread: GL.
     void flush();
 
     /// Thread: any.
@@ -77,6 +88,7 @@ class MIVORA_EXPORT Drawable {
     };
 
     void build(PixelSize size);
+    bool buildMultisampled(PixelSize size, int samples);
     void buildTarget(Target& target);
     std::size_t targetToDrawInto();
     void releaseMultisampled();
@@ -89,6 +101,8 @@ class MIVORA_EXPORT Drawable {
     std::uint32_t colorBuffer_ = 0;
     std::uint32_t depthStencilBuffer_ = 0;
     PixelSize builtSize_;
+    bool isPublished_ = false;        // or else the framebuffer is the one of a single pixel
+    bool isIncomplete_ = false;       // a frame has begun
     std::vector<Target> targets_{2};  // more than two where frames are held
     std::size_t newest_ = 0;
 

@@ -4,6 +4,8 @@
 
 #include "MivoraMac/platform/Host.h"
 #include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/gl/GLStatePrivate.h"
 
 namespace Mivora::platform {
 
@@ -26,24 +28,35 @@ struct HeldFrame {
 
 std::shared_ptr<GLContext> GLContext::initWithFormatShareContext(
     const std::shared_ptr<PixelFormat>& format, const std::shared_ptr<GLContext>& share) {
-    return format ? Host::current().createGLContext(format, share) : nullptr;
+    if (!format) {
+        return nullptr;
+    }
+    auto native = share ? share->native() : Host::current().createNativeGLContext();
+    return native ? MVMake<GLContext>(format, std::move(native)) : nullptr;
 }
 
-GLContext::GLContext(std::shared_ptr<PixelFormat> format)
-    : pixelFormat_(std::move(format)), drawable_(pixelFormat_->samples()) {}
+GLContext::GLContext(std::shared_ptr<PixelFormat> format, std::shared_ptr<NativeGLContext> native)
+    : pixelFormat_(std::move(format)),
+      native_(std::move(native)),
+      state_(std::make_shared<GLState>()),
+      drawable_(std::make_shared<Drawable>(pixelFormat_->samples())) {}
 
 GLContext::~GLContext() {
     if (view_ != nullptr) {
         setView(nullptr);
     }
     if (current == this) {
-        current = nullptr;
+        clearCurrentContext();
+    }
+    if (drawable_->hasGLObjects()) {
+        native_->whenNextCurrent([drawable = std::move(drawable_)] { drawable->release(); });
     }
 }
 
 void GLContext::makeCurrentContext() {
-    if (makeCurrent()) {
+    if (native_->makeCurrent()) {
         current = this;
+        native_->doWaitingWork();
     } else {
         clearCurrentContext();
         DebugLog::warn(DebugLog::Category::GL, "could not make a GL context current");
@@ -52,9 +65,32 @@ void GLContext::makeCurrentContext() {
 
 void GLContext::clearCurrentContext() {
     if (current != nullptr) {
-        current->clearCurrent();
+        current->native_->clearCurrent();
         current = nullptr;
     }
+}
+
+void GLContext::replaceCurrentContext() {
+    if (current != nullptr && current->native_ == native_) {
+        current = this;
+    }
+}
+
+void GLContext::takeOverState() {
+    if (current == nullptr || current->native_ != native_) {
+        return;
+    }
+    std::shared_ptr<GLState>& inForce = native_->stateInForce_;
+    if (inForce == state_) {
+        return;
+    }
+    if (inForce) {
+        if (inForce.use_count() > 1) {  // or its context has gone
+            inForce->capture();
+        }
+        state_->apply();
+    }
+    inForce = state_;
 }
 
 GLContext* GLContext::currentContext() {
@@ -62,9 +98,9 @@ GLContext* GLContext::currentContext() {
 }
 
 void GLContext::flushBuffer() {
-    const std::uint64_t before = drawable_.latestFrame().serial;
-    drawable_.flush();
-    if (drawable_.latestFrame().serial == before) {
+    const std::uint64_t before = drawable_->latestFrame().serial;
+    drawable_->flush();
+    if (drawable_->latestFrame().serial == before) {
         return;
     }
     FrameHandler handler;
@@ -83,7 +119,7 @@ void GLContext::setFrameHandler(FrameHandler handler) {
 }
 
 std::shared_ptr<const Drawable::Frame> GLContext::holdLatestFrame() {
-    const Drawable::Frame frame = drawable_.holdLatestFrame();
+    const Drawable::Frame frame = drawable_->holdLatestFrame();
     if (frame.texture == 0) {
         return nullptr;
     }
@@ -96,27 +132,9 @@ void GLContext::setView(GLContextView* view) {
         setFrameHandler(nullptr);
     }
     view_ = view;
-    drawable_.setSize(view != nullptr ? view->backingSize() : PixelSize());
+    drawable_->setSize(view != nullptr ? view->backingSize() : PixelSize());
     if (view != nullptr) {
         view->openGLContextDidAttach();
-    }
-}
-
-void GLContext::releaseDrawable() {
-    if (!drawable_.hasGLObjects()) {
-        if (current == this) {
-            clearCurrentContext();
-        }
-        return;
-    }
-    GLContext* const outer = current;
-    makeCurrentContext();
-    if (current == this) {
-        drawable_.release();
-    }
-    clearCurrentContext();
-    if (outer != nullptr && outer != this) {
-        outer->makeCurrentContext();
     }
 }
 

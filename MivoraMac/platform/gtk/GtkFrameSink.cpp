@@ -58,7 +58,7 @@ GtkFrameSink::~GtkFrameSink() {
 }
 
 void GtkFrameSink::connect(GLContext& context) {
-    if (dynamic_cast<GtkGLContext*>(&context) == nullptr) {
+    if (dynamic_cast<GtkGLContext*>(context.native().get()) == nullptr) {
         copyFrames();
     }
     context.setFrameHandler([weak = weak_from_this(), &context] {

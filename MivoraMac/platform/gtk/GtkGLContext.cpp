@@ -55,23 +55,27 @@ bool mayDrawBesideToolkit(GdkGLContext* context) {
 
 }  // namespace
 
-std::shared_ptr<GtkGLContext> GtkGLContext::create(const std::shared_ptr<PixelFormat>& format) {
+std::shared_ptr<GtkGLContext> GtkGLContext::create() {
     GdkGLContext* const ours = forMainThread();
     static const bool isShared = ours != nullptr && mayDrawBesideToolkit(ours);
     GdkGLContext* const context = isShared ? createContext() : nullptr;
-    return context != nullptr ? MVMake<GtkGLContext>(format, context) : nullptr;
+    return context != nullptr ? MVMake<GtkGLContext>(context) : nullptr;
 }
 
-GtkGLContext::GtkGLContext(std::shared_ptr<PixelFormat> format, GdkGLContext* context)
-    : GLContext(std::move(format)), context_(context) {}
+GtkGLContext::GtkGLContext(GdkGLContext* context) : context_(context) {}
 
 GtkGLContext::~GtkGLContext() {
-    releaseDrawable();
-    if (MainThread::isMainThread()) {
-        g_object_unref(context_);
-    } else {
-        MainThread::perform([context = context_] { g_object_unref(context); });
-    }
+    auto end = [context = context_, work = takeWaitingWork()] {
+        if (!work.empty()) {
+            gdk_gl_context_make_current(context);
+            for (const auto& each : work) {
+                each();
+            }
+            gdk_gl_context_clear_current();
+        }
+        g_object_unref(context);
+    };
+    MainThread::isMainThread() ? end() : MainThread::perform(std::move(end));
 }
 
 GdkGLContext* GtkGLContext::forMainThread() {

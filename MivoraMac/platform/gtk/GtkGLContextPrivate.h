@@ -4,20 +4,22 @@
 
 #include <memory>
 
-#include "MivoraMac/platform/gl/GLContext.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/gl/NativeGLContext.h"
 
 namespace Mivora::platform {
 
-/// A GL context of the display that the toolkit uses. All of them share objects with one another
-/// and with the toolkit's renderer.
-class GtkGLContext : public GLContext {
+/// A native context of the display that the toolkit uses. It shares objects with the toolkit's
+/// renderer.
+class GtkGLContext : public NativeGLContext {
  public:
     /// Thread: main.
     /// @return null where the display has no such context, which a line in the log says, and where
     ///         none should be used beside the toolkit's
-    static std::shared_ptr<GtkGLContext> create(const std::shared_ptr<PixelFormat>& format);
+    static std::shared_ptr<GtkGLContext> create();
 
-    /// Destroys the toolkit's context on the main thread, whichever this is.
+    /// Destroys the toolkit's context, with what is left to be done in it, on the main thread,
+    /// whichever this is: the textures in it would else stay with the toolkit's renderer.
     ~GtkGLContext() override;
 
     /// A context for what the main thread itself does with the frames of others, or null where
@@ -30,7 +32,8 @@ class GtkGLContext : public GLContext {
 
  private:
     friend struct ::MVMaker;
-    GtkGLContext(std::shared_ptr<PixelFormat> format, GdkGLContext* context);
+    /// @param context  owned from here on
+    explicit GtkGLContext(GdkGLContext* context);
 
     GdkGLContext* context_;
 };

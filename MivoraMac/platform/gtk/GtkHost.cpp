@@ -67,31 +67,10 @@ std::shared_ptr<Screen> GtkHost::mainScreen() {
     return screen_;
 }
 
-std::shared_ptr<GLContext> GtkHost::createGLContext(const std::shared_ptr<PixelFormat>& format,
-                                                    const std::shared_ptr<GLContext>& share) {
-    std::shared_ptr<GLContext> context;
-    if (!share || dynamic_cast<GtkGLContext*>(share.get()) != nullptr) {
-        MainThread::performAndWait([&] { context = GtkGLContext::create(format); });
-    }
-    return context || (share && dynamic_cast<GtkGLContext*>(share.get()) != nullptr)
-               ? context
-               : createCopiedGLContext(format, share);
-}
-
-/// A context that the toolkit knows nothing of.
-std::shared_ptr<GLContext> GtkHost::createCopiedGLContext(
-    const std::shared_ptr<PixelFormat>& format, const std::shared_ptr<GLContext>& share) {
-    std::shared_ptr<GLContext> context = Host::createGLContext(format, share);
-    if (!context) {
-        return nullptr;
-    }
-    // Its end makes it current for a moment: not in the place of one of the toolkit's, which the
-    // toolkit would go on to believe current.
-    GLContext* const named = context.get();
-    return {named, [context = std::move(context)](GLContext*) mutable {
-                gdk_gl_context_clear_current();
-                context.reset();
-            }};
+std::shared_ptr<NativeGLContext> GtkHost::createNativeGLContext() {
+    std::shared_ptr<NativeGLContext> context;
+    MainThread::performAndWait([&] { context = GtkGLContext::create(); });
+    return context ? context : Host::createNativeGLContext();
 }
 
 std::unique_ptr<DisplayLink> GtkHost::createDisplayLink(std::function<void()> refreshed) {

@@ -27,19 +27,15 @@ class GtkHost : public Host {
     const char* name() const override { return kName; }
     std::shared_ptr<Screen> mainScreen() override;
 
-    /// Contexts that share objects with the toolkit's renderer; where the display has none, those
+    /// A context that shares objects with the toolkit's renderer; where the display has none, that
     /// of the headless host, whose frames are copied to the screen. Off the main thread, waits for
     /// it.
-    std::shared_ptr<GLContext> createGLContext(const std::shared_ptr<PixelFormat>& format,
-                                               const std::shared_ptr<GLContext>& share) override;
+    std::shared_ptr<NativeGLContext> createNativeGLContext() override;
 
     std::unique_ptr<DisplayLink> createDisplayLink(std::function<void()> refreshed) override;
     std::shared_ptr<Window> createWindow(const std::string& title, const Rect& content) override;
 
  private:
-    std::shared_ptr<GLContext> createCopiedGLContext(const std::shared_ptr<PixelFormat>& format,
-                                                     const std::shared_ptr<GLContext>& share);
-
     std::shared_ptr<GtkScreen> screen_;
     std::atomic<double> refreshPeriod_;  // of the main screen, in seconds
 };

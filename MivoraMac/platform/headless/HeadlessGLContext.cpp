@@ -3,7 +3,6 @@
 
 #include <array>
 #include <initializer_list>
-#include <utility>
 
 #include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/headless/HeadlessGLContextPrivate.h"
@@ -89,15 +88,9 @@ EGLConfig chooseConfig(EGLDisplay display) {
 
 }  // namespace
 
-std::shared_ptr<HeadlessGLContext> HeadlessGLContext::create(
-    const std::shared_ptr<PixelFormat>& format, const std::shared_ptr<GLContext>& share) {
+std::shared_ptr<HeadlessGLContext> HeadlessGLContext::create() {
     const EGLDisplay display = sharedDisplay();
     if (display == EGL_NO_DISPLAY) {
-        return nullptr;
-    }
-    const auto* other = dynamic_cast<const HeadlessGLContext*>(share.get());
-    if (share && other == nullptr) {
-        DebugLog::warn(kLog, "contexts of different hosts cannot share objects");
         return nullptr;
     }
     eglBindAPI(EGL_OPENGL_API);
@@ -109,20 +102,17 @@ std::shared_ptr<HeadlessGLContext> HeadlessGLContext::create(
                                                   EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
                                                   EGL_NONE};
     const EGLContext context =
-        eglCreateContext(display, chooseConfig(display),
-                         other != nullptr ? other->context_ : EGL_NO_CONTEXT, attributes.data());
+        eglCreateContext(display, chooseConfig(display), EGL_NO_CONTEXT, attributes.data());
     if (context == EGL_NO_CONTEXT) {
         DebugLog::warn(kLog, "EGL offers no OpenGL 3.2 core context (error 0x%x)", eglGetError());
         return nullptr;
     }
-    return MVMake<HeadlessGLContext>(format, context);
+    return MVMake<HeadlessGLContext>(context);
 }
 
-HeadlessGLContext::HeadlessGLContext(std::shared_ptr<PixelFormat> format, void* context)
-    : GLContext(std::move(format)), context_(context) {}
+HeadlessGLContext::HeadlessGLContext(void* context) : context_(context) {}
 
 HeadlessGLContext::~HeadlessGLContext() {
-    releaseDrawable();
     eglDestroyContext(sharedDisplay(), context_);
 }
 

@@ -2,15 +2,16 @@
 
 #include <memory>
 
-#include "MivoraMac/platform/gl/GLContext.h"
+#include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/gl/NativeGLContext.h"
 
 namespace Mivora::platform {
 
-/// A GL context without a surface of its own, from EGL.
-class HeadlessGLContext : public GLContext {
+/// A native context without a surface of its own, from EGL.
+class HeadlessGLContext : public NativeGLContext {
  public:
-    static std::shared_ptr<HeadlessGLContext> create(const std::shared_ptr<PixelFormat>& format,
-                                                     const std::shared_ptr<GLContext>& share);
+    /// @return null, and a line in the log, where EGL has none to give
+    static std::shared_ptr<HeadlessGLContext> create();
     ~HeadlessGLContext() override;
 
  protected:
@@ -20,7 +21,7 @@ class HeadlessGLContext : public GLContext {
  private:
     friend struct ::MVMaker;
     /// @param context  an EGLContext, owned from here on
-    HeadlessGLContext(std::shared_ptr<PixelFormat> format, void* context);
+    explicit HeadlessGLContext(void* context);
 
     void* context_;
 };

@@ -117,6 +117,12 @@ void SerialQueue::Backlog::queueScopeChange(QueueScope* next) {
 }
 
 void SerialQueue::Backlog::enter(std::shared_ptr<QueueScope> next) {
+    if (scope && next && next->commonScope() != nullptr &&
+        next->commonScope() == scope->commonScope()) {
+        next->takeOverScope();
+        scope = std::move(next);
+        return;
+    }
     if (scope) {
         scope->leaveScope();
         scope.reset();

@@ -32,6 +32,13 @@ class MIVORA_EXPORT QueueScope {
     virtual void enterScope() = 0;
     /// Called after the last closure of a run. Thread: the queue's.
     virtual void leaveScope() = 0;
+
+    /// What this scope has in common with others, or null. Where a closure of a scope follows one
+    /// of another that answers the same, `takeOverScope` is called in the place of leaving that
+    /// one and entering this one. Thread: the queue's.
+    virtual const void* commonScope() const { return nullptr; }
+    /// See `commonScope`. Thread: the queue's.
+    virtual void takeOverScope() {}
 };
 
 /// Runs closures one at a time, in the order they were submitted.

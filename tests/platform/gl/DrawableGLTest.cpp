@@ -2,10 +2,13 @@
 
 #include <epoxy/gl.h>
 
+#include <array>
 #include <set>
 
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/windows/OpenGLView.h"
+#include "MivoraMac/render/MVShader.h"
+#include "tests/platform/base/LogCapture.h"
 #include "tests/support/GLTest.h"
 
 using Mivora::platform::Drawable;
@@ -34,16 +37,95 @@ class DrawableTest : public Mivora::tests::GLTest {
     Drawable drawable_{4};
 };
 
-TEST_F(DrawableTest, withoutAnAreaThereIsNoFramebufferAndNothingIsPublished) {
+TEST_F(DrawableTest, withoutAnAreaDrawingGoesNowhereWithoutAnError) {
     onQueue([this] {
-        EXPECT_EQ(drawable_.framebuffer(), 0U);
-        drawable_.flush();
+        paint(1, 0, 0);
+        EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
         EXPECT_THAT(drawable_.readLatestFrame().rgba, IsEmpty());
     });
     EXPECT_EQ(drawable_.latestFrame().serial, 0U);
-    EXPECT_THAT(gl_->calls(), IsEmpty());
     drawable_.setSize({-3, 5});
     EXPECT_EQ(drawable_.size(), (PixelSize{0, 5}));
+    onQueue([this] { paint(1, 0, 0); });
+    EXPECT_EQ(drawable_.latestFrame().serial, 0U);
+}
+
+TEST_F(DrawableTest, aFrameThatTheDriverHasNoRoomForIsLoggedAndDrawnNowhere) {
+    const Mivora::tests::LogCapture log;
+    drawable_.setSize({8, 4});
+    gl_->overrideResult("glCheckFramebufferStatus", GL_FRAMEBUFFER_UNSUPPORTED);
+    onQueue([this] { drawable_.framebuffer(); });
+    gl_->restoreResult("glCheckFramebufferStatus");
+    EXPECT_FALSE(log.lines().empty());
+    drawable_.setSize({9, 4});
+    onQueue([this] { paint(1, 0, 0); });
+    EXPECT_EQ(drawable_.latestFrame().serial, 1U) << "another size is another attempt";
+}
+
+TEST_F(DrawableTest, anIncompleteFrameIsNotPublished) {
+    drawable_.setSize({8, 4});
+    onQueue([this] {
+        paint(1, 0, 0);
+        glBindFramebuffer(GL_FRAMEBUFFER, drawable_.beginFrame());
+        drawable_.flush();
+    });
+    EXPECT_EQ(drawable_.latestFrame().serial, 1U);
+    onQueue([this] {
+        drawable_.endFrame();
+        drawable_.flush();
+    });
+    EXPECT_EQ(drawable_.latestFrame().serial, 2U);
+}
+
+TEST_F(DrawableTest, aFrameThatWasNeverEndedIsSupersededByTheNext) {
+    drawable_.setSize({8, 4});
+    onQueue([this] {
+        drawable_.beginFrame();
+        drawable_.beginFrame();
+        drawable_.endFrame();
+        drawable_.flush();
+    });
+    EXPECT_EQ(drawable_.latestFrame().serial, 1U);
+}
+
+TEST_F(DrawableTest, publishingAndReadingDisturbNobodyWhoDrawsMeanwhile) {
+    drawable_.setSize({8, 4});
+    onQueue([this] {
+        std::array<GLuint, 2> framebuffers{};
+        GLuint renderbuffer = 0;
+        GLuint texture = 0;
+        glGenFramebuffers(2, framebuffers.data());
+        glGenRenderbuffers(1, &renderbuffer);
+        glGenTextures(1, &texture);
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffers[0]);
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffers[1]);
+        glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer);
+        glBindTexture(GL_TEXTURE_2D, texture);
+        glPixelStorei(GL_PACK_ALIGNMENT, 8);
+        glPixelStorei(GL_PACK_ROW_LENGTH, 20);
+        drawable_.framebuffer();
+        for (int i = 0; i < 3; ++i) {
+            drawable_.flush();
+        }
+        EXPECT_EQ(drawable_.readLatestFrame().rgba.size(), 8U * 4U * 4U);
+        const auto bound = [](GLenum name) {
+            GLint value = 0;
+            glGetIntegerv(name, &value);
+            return static_cast<GLuint>(value);
+        };
+        EXPECT_EQ(bound(GL_DRAW_FRAMEBUFFER_BINDING), framebuffers[0]);
+        EXPECT_EQ(bound(GL_READ_FRAMEBUFFER_BINDING), framebuffers[1]);
+        EXPECT_EQ(bound(GL_RENDERBUFFER_BINDING), renderbuffer);
+        EXPECT_EQ(bound(GL_TEXTURE_BINDING_2D), texture);
+        EXPECT_EQ(bound(GL_PACK_ALIGNMENT), 8U);
+        EXPECT_EQ(bound(GL_PACK_ROW_LENGTH), 20U);
+        glPixelStorei(GL_PACK_ALIGNMENT, 4);
+        glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+        glDeleteFramebuffers(2, framebuffers.data());
+        glDeleteRenderbuffers(1, &renderbuffer);
+        glDeleteTextures(1, &texture);
+    });
+    EXPECT_EQ(drawable_.latestFrame().serial, 3U);
 }
 
 TEST_F(DrawableTest, theFramebufferIsMultisampledWithDepthAndStencil) {
@@ -234,6 +316,7 @@ TEST_F(GLContextTest, aHeldFrameKeepsItsTextureAndItsContext) {
     EXPECT_FALSE(gl_->liveObjects().empty());
     held.reset();
     EXPECT_TRUE(weak.expired());
+    finish();
     EXPECT_THAT(gl_->liveObjects(), IsEmpty());
 }
 
@@ -281,19 +364,153 @@ TEST_F(GLContextTest, withoutAFormatThereIsNoContext) {
     EXPECT_EQ(GLContext::initWithFormatShareContext(nullptr, nullptr), nullptr);
 }
 
-TEST_F(GLContextTest, aContextReleasesItsDrawableWhenItGoes) {
+TEST_F(GLContextTest, theObjectsOfAContextThatGoesAreDeletedOnTheQueue) {
     auto context =
         GLContext::initWithFormatShareContext(context_->pixelFormat(), context_->mv_context());
     ASSERT_NE(context, nullptr);
     context->drawable().setSize({4, 4});
+    present(*context);
+    gl_->clear();
     context->makeCurrentContext();
-    glBindFramebuffer(GL_FRAMEBUFFER, context->defaultFramebuffer());
-    context->flushBuffer();
-    GLContext::clearCurrentContext();
+    context.reset();
+    EXPECT_EQ(GLContext::currentContext(), nullptr);
+    EXPECT_THAT(gl_->calls(), IsEmpty());
+    EXPECT_FALSE(gl_->liveObjects().empty());
+    finish();
+    EXPECT_THAT(gl_->liveObjects(), IsEmpty());
+}
+
+TEST_F(GLContextTest, aRenderContextThatGoesHasItsDrawableDeletedOnTheQueueAtOnce) {
+    auto context = MVRenderContext::initWithSharedContext(context_);
+    context->mv_context()->drawable().setSize({4, 4});
+    context->mv_dispatchBlockSync([&] { context->mv_context()->defaultFramebuffer(); });
     EXPECT_FALSE(gl_->liveObjects().empty());
     context.reset();
+    context_->dispatchQueue()->sync([] {});  // which makes no context current
     EXPECT_THAT(gl_->liveObjects(), IsEmpty());
-    EXPECT_EQ(GLContext::currentContext(), nullptr);
+}
+
+TEST_F(GLContextTest, theLastRenderContextThatGoesTakesItsDrawableWithIt) {
+    auto context = MVRenderContext::init();
+    context->mv_context()->drawable().setSize({4, 4});
+    context->mv_dispatchBlockSync([&] { context->mv_context()->defaultFramebuffer(); });
+    const std::weak_ptr<Mivora::platform::NativeGLContext> native = context->mv_context()->native();
+    context.reset();
+    EXPECT_TRUE(native.expired());
+    EXPECT_THAT(gl_->liveObjects(), IsEmpty());
+}
+
+// GL state
+
+/// What GL work finds.
+struct State {
+    std::array<GLint, 4> viewport{};
+    std::array<GLfloat, 4> clearColor{};
+    GLint program = 0;
+    GLint texture = 0;
+    GLint framebuffer = 0;
+    bool isScissored = false;
+    bool isBlended = false;
+
+    static State now() {
+        State state;
+        glGetIntegerv(GL_VIEWPORT, state.viewport.data());
+        glGetFloatv(GL_COLOR_CLEAR_VALUE, state.clearColor.data());
+        glGetIntegerv(GL_CURRENT_PROGRAM, &state.program);
+        glActiveTexture(GL_TEXTURE3);
+        glGetIntegerv(GL_TEXTURE_BINDING_2D, &state.texture);
+        glActiveTexture(GL_TEXTURE0);
+        glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &state.framebuffer);
+        state.isScissored = glIsEnabled(GL_SCISSOR_TEST) == GL_TRUE;
+        state.isBlended = glIsEnabled(GL_BLEND) == GL_TRUE;
+        return state;
+    }
+    friend bool operator==(const State&, const State&) = default;
+};
+
+TEST_F(GLContextTest, everyRenderContextHasItsOwnStateWhileItIsTheActiveOne) {
+    const auto second = MVRenderContext::initWithSharedContext(context_);
+    const auto shader = MVShader::initWithVertexShaderSourceFragmentShaderSource(
+        "void main() { gl_Position = vec4(0.0); }", "void main() { gl_FragColor = vec4(1.0); }");
+    shader->link();
+    State fresh;
+    State changed;
+    State seenBySecond;
+    State seenByFirst;
+    GLuint texture = 0;
+    GLuint framebuffer = 0;
+    onQueue([&] {
+        fresh = State::now();
+        glGenTextures(1, &texture);
+        glGenFramebuffers(1, &framebuffer);
+        context_->setShader(shader);
+        glViewport(1, 2, 3, 4);
+        glClearColor(0.5F, 0.25F, 1, 0);
+        glEnable(GL_SCISSOR_TEST);
+        glEnable(GL_BLEND);
+        glActiveTexture(GL_TEXTURE3);
+        glBindTexture(GL_TEXTURE_2D, texture);
+        glActiveTexture(GL_TEXTURE0);
+        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+        changed = State::now();
+    });
+    EXPECT_NE(changed, fresh);
+    MVRenderContext::mv_setActiveContext(second);
+    // Whichever context it goes through: what was made before may keep another.
+    onQueue([&] {
+        seenBySecond = State::now();
+        glViewport(9, 9, 9, 9);
+        glDisable(GL_DITHER);
+    });
+    MVRenderContext::mv_setActiveContext(context_);
+    second->mv_dispatchBlockSync([&] {
+        seenByFirst = State::now();
+        EXPECT_EQ(glIsEnabled(GL_DITHER), GL_TRUE);
+        EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    });
+    EXPECT_EQ(seenBySecond, fresh);
+    EXPECT_EQ(seenByFirst, changed);
+    onQueue([&] {
+        glUseProgram(0);
+        glDeleteTextures(1, &texture);
+        glDeleteFramebuffers(1, &framebuffer);
+        glDisable(GL_SCISSOR_TEST);
+        glDisable(GL_BLEND);
+    });
+}
+
+TEST_F(GLContextTest, whatWasDeletedMeanwhileIsBoundNoMore) {
+    const auto second = MVRenderContext::initWithSharedContext(context_);
+    GLuint texture = 0;
+    GLuint framebuffer = 0;
+    onQueue([&] {
+        glGenTextures(1, &texture);
+        glGenFramebuffers(1, &framebuffer);
+        glBindTexture(GL_TEXTURE_2D, texture);
+        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+    });
+    MVRenderContext::mv_setActiveContext(second);
+    onQueue([&] {
+        glDeleteTextures(1, &texture);
+        glDeleteFramebuffers(1, &framebuffer);
+    });
+    MVRenderContext::mv_setActiveContext(context_);
+    onQueue([] {
+        GLint bound = -1;
+        glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
+        EXPECT_EQ(bound, 0);
+        EXPECT_EQ(State::now().framebuffer, 0);
+        EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    });
+}
+
+TEST_F(GLContextTest, theStateOfAContextThatHasGoneReachesNoOther) {
+    auto second = MVRenderContext::initWithSharedContext(context_);
+    MVRenderContext::mv_setActiveContext(second);
+    second->mv_dispatchBlockSync([] { glEnable(GL_SCISSOR_TEST); });
+    second.reset();
+    MVRenderContext::mv_setActiveContext(context_);
+    onQueue([] { EXPECT_EQ(glIsEnabled(GL_SCISSOR_TEST), GL_FALSE); });
 }
 
 TEST_F(GLContextTest, destroyingAContextLeavesTheCurrentOneOfTheThreadCurrent) {

@@ -18,24 +18,40 @@ class FakeGLContext : public platform::GLContext {
         constexpr std::array<std::uint32_t, 1> attributes = {PixelFormat::End};
         return PixelFormat::initWithAttributes(attributes);
     }
-    static std::shared_ptr<FakeGLContext> create() { return MVMake<FakeGLContext>(format()); }
-
-    ~FakeGLContext() override { releaseDrawable(); }
-
-    bool canBecomeCurrent = true;
-    int madeCurrent = 0;
-    int cleared = 0;
-
- protected:
-    friend struct ::MVMaker;
-    explicit FakeGLContext(std::shared_ptr<platform::PixelFormat> format)
-        : GLContext(std::move(format)) {}
-
-    bool makeCurrent() override {
-        ++madeCurrent;
-        return canBecomeCurrent;
+    static std::shared_ptr<FakeGLContext> create(
+        const std::shared_ptr<platform::PixelFormat>& withFormat = format()) {
+        return MVMake<FakeGLContext>(withFormat, std::make_shared<Native>());
     }
-    void clearCurrent() override { ++cleared; }
+    /// One over the same native context as another.
+    static std::shared_ptr<FakeGLContext> createBeside(const FakeGLContext& other) {
+        return MVMake<FakeGLContext>(format(), other.native_);
+    }
+
+ private:
+    struct Native : platform::NativeGLContext {
+        bool canBecomeCurrent = true;
+        int madeCurrent = 0;
+        int cleared = 0;
+
+     protected:
+        bool makeCurrent() override {
+            ++madeCurrent;
+            return canBecomeCurrent;
+        }
+        void clearCurrent() override { ++cleared; }
+    };
+
+    friend struct ::MVMaker;
+    FakeGLContext(std::shared_ptr<platform::PixelFormat> format,
+                  const std::shared_ptr<Native>& native)
+        : GLContext(std::move(format), native), native_(native) {}
+
+    std::shared_ptr<Native> native_;
+
+ public:
+    bool& canBecomeCurrent = native_->canBecomeCurrent;
+    int& madeCurrent = native_->madeCurrent;
+    int& cleared = native_->cleared;
 };
 
 }  // namespace Mivora::tests

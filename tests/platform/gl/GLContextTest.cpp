@@ -48,6 +48,34 @@ TEST_F(GLContextTest, theContextLastMadeCurrentIsCurrent) {
     EXPECT_EQ(second_->madeCurrent, 1);
 }
 
+TEST_F(GLContextTest, oneOverTheSameNativeContextReplacesTheCurrentOneWithoutTouchingThat) {
+    const auto beside = FakeGLContext::createBeside(*first_);
+    EXPECT_EQ(beside->native(), first_->native());
+    first_->makeCurrentContext();
+    beside->replaceCurrentContext();
+    EXPECT_EQ(GLContext::currentContext(), beside.get());
+    EXPECT_EQ(first_->madeCurrent, 1);
+    EXPECT_EQ(first_->cleared, 0);
+    second_->replaceCurrentContext();
+    EXPECT_EQ(GLContext::currentContext(), beside.get()) << "another native context is no place";
+}
+
+TEST_F(GLContextTest, workThatWaitsIsDoneWhenTheNativeContextIsNextCurrent) {
+    const auto beside = FakeGLContext::createBeside(*first_);
+    int done = 0;
+    first_->native()->whenNextCurrent([&] {
+        ++done;
+        EXPECT_EQ(GLContext::currentContext(), beside.get());
+    });
+    EXPECT_TRUE(first_->native()->hasWaitingWork());
+    second_->makeCurrentContext();
+    EXPECT_EQ(done, 0) << "that was another";
+    beside->makeCurrentContext();
+    first_->makeCurrentContext();
+    EXPECT_EQ(done, 1);
+    EXPECT_FALSE(first_->native()->hasWaitingWork());
+}
+
 TEST_F(GLContextTest, clearingLeavesNoContextCurrent) {
     first_->makeCurrentContext();
     GLContext::clearCurrentContext();
@@ -115,7 +143,7 @@ TEST_F(GLContextTest, theSwapIntervalIsRecorded) {
 
 TEST_F(GLContextTest, aContextKeepsItsPixelFormat) {
     const auto format = FakeGLContext::format();
-    const auto context = MVMake<FakeGLContext>(format);
+    const auto context = FakeGLContext::create(format);
     EXPECT_EQ(context->pixelFormat(), format);
 }
 

@@ -1,0 +1,54 @@
+#include "MivoraMac/render/MVRenderGroupPrivate.h"
+
+using Mivora::platform::GLContext;
+using Mivora::platform::SerialQueue;
+
+std::shared_ptr<MVRenderGroup> MVRenderGroup::create(std::shared_ptr<SerialQueue> queue,
+                                                     const std::shared_ptr<GLContext>& context) {
+    return MVMake<MVRenderGroup>(std::move(queue), context);
+}
+
+MVRenderGroup::MVRenderGroup(std::shared_ptr<SerialQueue> queue,
+                             const std::shared_ptr<GLContext>& context)
+    : queue_(std::move(queue)),
+      context_(context ? GLContext::initWithFormatShareContext(context->pixelFormat(), context)
+                       : nullptr) {}
+
+MVRenderGroup::~MVRenderGroup() {
+    if (context_ && context_->native()->hasWaitingWork()) {
+        queue_->async([context = std::move(context_)] {
+            context->makeCurrentContext();
+            GLContext::clearCurrentContext();
+        });
+    }
+}
+
+bool MVRenderGroup::isCurrent() const {
+    const GLContext* const current = GLContext::currentContext();
+    return current != nullptr && context_ && current->native() == context_->native();
+}
+
+std::shared_ptr<Mivora::platform::QueueScope> MVRenderGroup::retainScope() {
+    if (std::shared_ptr<MVRenderGroup> self = weak_from_this().lock()) {
+        return {self, static_cast<QueueScope*>(this)};
+    }
+    return nullptr;
+}
+
+void MVRenderGroup::enterScope() {
+    context_->makeCurrentContext();
+    context_->lock();
+}
+
+void MVRenderGroup::leaveScope() {
+    context_->unlock();
+    GLContext::clearCurrentContext();
+}
+
+const void* MVRenderGroup::commonScope() const {
+    return context_->native().get();
+}
+
+void MVRenderGroup::takeOverScope() {
+    context_->replaceCurrentContext();
+}
