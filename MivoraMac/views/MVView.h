@@ -295,8 +295,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// @{
 
     /// Wants `layoutSubviews` to be called in the next frame; a change of size does, too. A hidden
-    /// view keeps the wish until it is shown. Not from a closure on this view's own layout queue,
-    /// which throws.
+    /// view keeps the wish until it is shown.
     void setNeedsLayout();
 
     /// Lays out the superviews that want it, from the root down, and then this view, now. A view

@@ -6,7 +6,6 @@
 #include <future>
 #include <vector>
 
-#include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/platform/threads/ConcurrentQueue.h"
 #include "MivoraMac/platform/threads/SerialQueue.h"
 #include "MivoraMac/views/MVView.h"
@@ -109,22 +108,6 @@ TEST_F(MVViewLayoutQueueTest, theQueueDoesNotKeepItsViewAlive) {
     EXPECT_TRUE(any) << "a view's queue it stays, for those who hold it";
 }
 
-TEST_F(MVViewLayoutQueueTest, waitingForTheQueueThatRunsThrowsInsteadOfHanging) {
-    std::string name;
-    bool ran = false;
-    queue_->sync([&] {
-        try {
-            queue_->sync([&] { ran = true; });
-        } catch (const MVException& exception) {
-            name = exception.name();
-        }
-    });
-    EXPECT_EQ(name, MVException::kInternalInconsistency);
-    EXPECT_FALSE(ran);
-    queue_->sync([&] { ran = true; });
-    EXPECT_TRUE(ran) << "the queue goes on";
-}
-
 TEST_F(MVViewLayoutQueueTest, aLayoutMayBeWantedFromAQueueThatIsNotTheViewsOwn) {
     queue_->sync([&] {
         view_->setNeedsLayout();
@@ -132,6 +115,15 @@ TEST_F(MVViewLayoutQueueTest, aLayoutMayBeWantedFromAQueueThatIsNotTheViewsOwn) 
     });
     EXPECT_TRUE(view_->mv_isLayoutDirty());
     EXPECT_TRUE(other_->mv_isLayoutDirty());
+}
+
+TEST_F(MVViewLayoutQueueTest, aLayoutMayBeWantedOverOtherQueuesAndBack) {
+    const auto render = SerialQueue::create("a test's queue", SerialQueue::Execution::OwnThread);
+    queue_->sync([&] {
+        render->sync(
+            [&] { queue_->sync([&] { render->sync([&] { view_->setNeedsLayout(); }); }); });
+    });
+    EXPECT_TRUE(view_->mv_isLayoutDirty());
 }
 
 TEST_F(MVViewLayoutQueueTest, subviewsAreLaidOutOnTheOneConcurrentQueue) {

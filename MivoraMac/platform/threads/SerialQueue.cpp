@@ -7,7 +7,6 @@
 #include <string>
 #include <thread>
 
-#include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/threads/ConcurrentQueue.h"
 #include "MivoraMac/platform/threads/QueueThreadsPrivate.h"
@@ -62,12 +61,27 @@ void lockBriefly(std::unique_lock<std::mutex>& lock) {
 
 QueueScope::~QueueScope() = default;
 
-/// A synchronous caller that waits; lives on the caller's stack.
-struct SerialQueue::SyncCall {
+/// A thread that waits, on its stack. Its members are guarded by the lock of the queue named.
+struct WorkQueue::Wait {
+    SerialQueue* queue;  ///< Whose lock and condition variable the wait uses.
+    bool done = false;
+    HandedCall* handed = nullptr;  ///< At most one: whoever hands it over waits for it.
+};
+
+/// A closure for a thread that waits, since it is in the middle of another one of that queue.
+struct WorkQueue::HandedCall {
+    WorkQueue* queue;
     void (*call)(void*);
     void* closure;
-    Backlog* backlog;
-    bool done = false;
+    const CurrentScope* caller;
+    Wait* wait;
+};
+
+/// A synchronous caller that waits; lives on the caller's stack.
+struct SerialQueue::SyncCall : Wait {
+    void (*call)(void*);
+    void* closure;
+    const CurrentScope* caller;
     SyncCall* nextCompleted = nullptr;
 };
 
@@ -287,10 +301,17 @@ void SerialQueue::finishOnCaller() {
 }
 
 void SerialQueue::syncCall(QueueScope* scope, void (*call)(void*), void* closure) {
-    if (current() == this) {
-        throw MVException(MVException::kInternalInconsistency,
-                          std::string("a closure of the serial queue \"") + label() +
-                              "\" may not wait for another one of the same queue");
+    const CurrentScope* const caller = CurrentScope::innermost();
+    const CurrentScope::Place place = CurrentScope::find(this, caller);
+    if (place.found) {
+        // Waiting for the closure that waits for this one would be for ever.
+        if (place.wait != nullptr) {
+            place.wait->queue->handOver(*place.wait, {this, call, closure, caller, nullptr});
+        } else {
+            const CurrentScope running(this);
+            call(closure);
+        }
+        return;
     }
     if (takeOverIfIdle(scope)) {
         {
@@ -300,24 +321,27 @@ void SerialQueue::syncCall(QueueScope* scope, void (*call)(void*), void* closure
         finishOnCaller();
         return;
     }
-    SyncCall waiter{call, closure, nullptr};
-    void* place = lockAndReserve(scope, sizeof(SyncCall*));
-    if (place == nullptr) {
+    SyncCall waiter{{this}, call, closure, caller};
+    void* const payload = lockAndReserve(scope, sizeof(SyncCall*));
+    if (payload == nullptr) {
         return;
     }
-    waiter.backlog = backlog_.get();
-    ::new (place) SyncCall*(&waiter);
-    const ClosureStream::Run run = [](void* payload) {
-        SyncCall* waiting = *static_cast<SyncCall**>(payload);
-        waiting->call(waiting->closure);
-        waiting->nextCompleted = waiting->backlog->completed;
-        waiting->backlog->completed = waiting;
+    ::new (payload) SyncCall*(&waiter);
+    const ClosureStream::Run run = [](void* waiting) {
+        SyncCall* const sync = *static_cast<SyncCall**>(waiting);
+        Backlog& backlog = *sync->queue->backlog_;
+        {
+            const CurrentScope running(sync->queue, sync->caller, sync);
+            sync->call(sync->closure);
+        }
+        sync->nextCompleted = backlog.completed;
+        backlog.completed = sync;
     };
     if (execution_ == Execution::SharedPool && scope == nullptr && !running_) {
         // The pool has not come to this queue yet, and may not before this caller returns, as when
         // all its threads wait here: what waits runs on this stack, up to the closure at hand.
         running_ = true;
-        waiter.backlog->stream.commit(run);
+        backlog_->stream.commit(run);
         std::unique_lock lock(mutex_, std::adopt_lock);
         drain(lock, DrainUntil::BatchRun);
         lock.unlock();
@@ -326,7 +350,36 @@ void SerialQueue::syncCall(QueueScope* scope, void (*call)(void*), void* closure
     }
     commitAndUnlock(run);
     std::unique_lock lock(mutex_);
-    backlog_->syncDone.wait(lock, [&] { return waiter.done; });
+    waitUntilDone(waiter, lock);
+}
+
+/// Waits, and meanwhile runs what is handed over. Call with the lock held.
+void SerialQueue::waitUntilDone(Wait& wait, std::unique_lock<std::mutex>& lock) {
+    for (;;) {
+        backlog_->syncDone.wait(lock, [&] { return wait.done || wait.handed != nullptr; });
+        if (wait.handed == nullptr) {
+            return;
+        }
+        const HandedCall& handed = *std::exchange(wait.handed, nullptr);
+        lock.unlock();
+        {
+            const CurrentScope running(handed.queue, handed.caller, handed.wait);
+            handed.call(handed.closure);
+        }
+        lock.lock();
+        handed.wait->done = true;
+        backlog_->syncDone.notify_all();
+    }
+}
+
+/// Has a thread that waits with this queue's lock run a closure, and waits for that.
+void SerialQueue::handOver(Wait& to, HandedCall call) {
+    Wait wait{this};
+    call.wait = &wait;
+    std::unique_lock lock(mutex_);
+    to.handed = &call;
+    backlog_->syncDone.notify_all();
+    waitUntilDone(wait, lock);
 }
 
 /// Runs what waits, until nothing does or, with `BatchRun`, until everything has run that waited at

@@ -77,8 +77,11 @@ class MIVORA_EXPORT SerialQueue : public WorkQueue,
     }
 
     /// Runs `closure` after everything submitted before, and returns when it has run.
-    /// @throws MVException (internal inconsistency) when called from a closure of this same queue,
-    ///         which would wait for itself for ever
+    ///
+    /// Synchronous calls may lead back to a queue that they come from, over however many other
+    /// queues: the closure then runs at once, in the middle of the one that is in progress and on
+    /// that one's thread. Two threads that each run a closure of one queue and wait for the other's
+    /// queue wait for ever.
     template <class Closure>
     void sync(Closure&& closure) {
         auto call = [&closure] { closure(); };
@@ -132,6 +135,8 @@ class MIVORA_EXPORT SerialQueue : public WorkQueue,
     void* lockAndReserve(QueueScope* scope, std::size_t size);
     void commitAndUnlock(ClosureStream::Run run);
     void syncCall(QueueScope* scope, void (*call)(void*), void* closure);
+    void waitUntilDone(Wait& wait, std::unique_lock<std::mutex>& lock);
+    void handOver(Wait& to, HandedCall call);
 
     static void release(SerialQueue* queue);
     Backlog& backlog();

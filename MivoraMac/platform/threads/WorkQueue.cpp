@@ -14,6 +14,9 @@ namespace {
 /// Read several times for every drawn view, so without the indirection of the dynamic TLS model.
 [[gnu::tls_model("initial-exec")]] constinit thread_local WorkQueue* currentQueue = nullptr;
 
+/// The thread's innermost `WorkQueue::CurrentScope`, a protected class.
+[[gnu::tls_model("initial-exec")]] constinit thread_local const void* innermostScope = nullptr;
+
 std::mutex& specificsMutex() {
     static std::mutex mutex;
     return mutex;
@@ -65,12 +68,39 @@ void* WorkQueue::currentSpecific(const void* key) {
     return currentQueue != nullptr ? currentQueue->specific(key) : nullptr;
 }
 
-WorkQueue::CurrentScope::CurrentScope(WorkQueue* queue) : outer_(currentQueue) {
+WorkQueue::CurrentScope::CurrentScope(WorkQueue* queue) : CurrentScope(queue, nullptr, nullptr) {}
+
+WorkQueue::CurrentScope::CurrentScope(WorkQueue* queue, const CurrentScope* caller, Wait* wait)
+    : queue_(queue), outer_(innermost()), caller_(caller), wait_(wait) {
     currentQueue = queue;
+    innermostScope = this;
 }
 
 WorkQueue::CurrentScope::~CurrentScope() {
-    currentQueue = outer_;
+    currentQueue = outer_ != nullptr ? outer_->queue_ : nullptr;
+    innermostScope = outer_;
+}
+
+const WorkQueue::CurrentScope* WorkQueue::CurrentScope::innermost() {
+    return static_cast<const CurrentScope*>(innermostScope);
+}
+
+WorkQueue::CurrentScope::Place WorkQueue::CurrentScope::find(const WorkQueue* queue,
+                                                             const CurrentScope* scope) {
+    for (const CurrentScope* around = scope; around != nullptr; around = around->outer_) {
+        if (around->queue_ == queue) {
+            return {true, nullptr};
+        }
+    }
+    for (const CurrentScope* around = scope; around != nullptr; around = around->outer_) {
+        if (around->wait_ != nullptr) {
+            const Place place = find(queue, around->caller_);
+            if (place.found) {
+                return {true, place.wait != nullptr ? place.wait : around->wait_};
+            }
+        }
+    }
+    return {};
 }
 
 void logClosureException() noexcept {

@@ -38,17 +38,42 @@ class MIVORA_EXPORT WorkQueue {
     explicit WorkQueue(const char* label);
     ~WorkQueue();
 
+    /// A thread that waits for a closure to run elsewhere.
+    struct Wait;
+    struct HandedCall;
+
     /// Makes a queue the current one of this thread for the duration of a scope.
+    ///
+    /// Scopes know those around them: on their own thread and, for a closure that another thread
+    /// waits for, those of that thread at the time.
     class MIVORA_EXPORT CurrentScope {
      public:
         /// @param queue  null for none; held by the caller
         explicit CurrentScope(WorkQueue* queue);
+        /// @param caller  the innermost scope of the thread that waits, or null
+        /// @param wait    that thread's wait; outlives this scope
+        CurrentScope(WorkQueue* queue, const CurrentScope* caller, Wait* wait);
         ~CurrentScope();
         CurrentScope(const CurrentScope&) = delete;
         CurrentScope& operator=(const CurrentScope&) = delete;
 
+        /// The calling thread's innermost one; null outside any queue.
+        static const CurrentScope* innermost();
+
+        /// Where a queue's closure is in progress around this scope.
+        struct Place {
+            bool found = false;    ///< Whether there is one.
+            Wait* wait = nullptr;  ///< Of the thread that runs it; null for the calling thread.
+        };
+        /// Looks for a queue in this scope and those around it.
+        /// @param scope  the calling thread's innermost one, or null
+        static Place find(const WorkQueue* queue, const CurrentScope* scope);
+
      private:
-        WorkQueue* outer_;
+        WorkQueue* queue_;
+        const CurrentScope* outer_;
+        const CurrentScope* caller_ = nullptr;
+        Wait* wait_ = nullptr;
     };
 
  private:

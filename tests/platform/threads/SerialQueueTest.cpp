@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
+#include <functional>
 #include <latch>
 #include <memory>
 #include <numeric>
@@ -15,7 +17,6 @@
 #include <vector>
 
 #include "MivoraMac/platform/base/DebugLog.h"
-#include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/platform/threads/ConcurrentQueue.h"
 #include "tests/platform/base/LogCapture.h"
 #include "tests/platform/threads/QueueExecutions.h"
@@ -233,31 +234,23 @@ TEST_P(SerialQueueExecutionTest, closuresRunAsWorkOfTheirQueue) {
     EXPECT_EQ(inSync, queue.get());
 }
 
-TEST_P(SerialQueueExecutionTest, syncFromAClosureOfTheSameQueueThrowsAndTheQueueLives) {
-    const auto queue = makeQueue("org.example.Queue");
-    std::string name;
-    std::string reason;
-    bool ran = false;
-    const auto attempt = [&] {
-        try {
-            queue->sync([&] { ran = true; });
-        } catch (const MVException& exception) {
-            name = exception.name();
-            reason = exception.reason();
-        }
+TEST_P(SerialQueueExecutionTest, syncFromAClosureOfTheSameQueueRunsInTheMiddleOfIt) {
+    const auto queue = makeQueue();
+    std::vector<int> order;
+    const auto nested = [&] {
+        order.push_back(0);
+        queue->sync([&] {
+            queue->sync([&] { order.push_back(1); });
+            EXPECT_EQ(WorkQueue::current(), queue.get());
+        });
+        order.push_back(2);
     };
-    queue->sync(attempt);
-    EXPECT_EQ(name, MVException::kInternalInconsistency);
-    EXPECT_NE(reason.find("org.example.Queue"), std::string::npos);
-
-    name.clear();
-    queue->async(attempt);
-    queue->sync([] {});
-    EXPECT_EQ(name, MVException::kInternalInconsistency);
-    EXPECT_FALSE(ran);
-
-    queue->sync([&] { ran = true; });
-    EXPECT_TRUE(ran);
+    queue->sync(nested);
+    EXPECT_EQ(order, upTo(3));
+    order.clear();
+    queue->async(nested);
+    queue->sync([&] { order.push_back(3); });
+    EXPECT_EQ(order, upTo(4));
 }
 
 TEST_P(SerialQueueExecutionTest, syncFromAClosureOfAnotherQueueRuns) {
@@ -443,6 +436,95 @@ TEST(SerialQueueTest, aSynchronousCallerRunsWhatWaitsWhileThePoolHasNoThreadForI
     finished.wait();
     queue->sync([] {});
     EXPECT_EQ(order, upTo(4));
+}
+
+/// Two to four queues, each with a thread or without, and whether they are idle.
+struct Ring {
+    const char* name;
+    std::vector<SerialQueue::Execution> executions;
+    bool busy;
+};
+
+class SerialQueueRingTest : public testing::TestWithParam<Ring> {};
+
+TEST_P(SerialQueueRingTest, synchronousCallsThatLeadBackRunOnTheThreadThatWaits) {
+    std::vector<std::shared_ptr<SerialQueue>> queues;
+    for (const SerialQueue::Execution execution : GetParam().executions) {
+        queues.push_back(SerialQueue::create("ring", execution));
+    }
+    constexpr int kRounds = 3;
+    const std::size_t count = queues.size();
+    std::vector<std::thread::id> threads;
+    std::vector<WorkQueue*> current;
+    std::function<void(std::size_t)> call = [&](std::size_t depth) {
+        if (depth == kRounds * count) {
+            return;
+        }
+        SerialQueue& next = *queues[depth % count];
+        next.sync([&] {
+            threads.push_back(std::this_thread::get_id());
+            current.push_back(WorkQueue::current());
+            call(depth + 1);
+            EXPECT_EQ(WorkQueue::current(), &next);
+        });
+    };
+    // What keeps a queue busy ends while the ring waits for it.
+    std::latch entered(static_cast<std::ptrdiff_t>(count));
+    for (const auto& queue : queues) {
+        queue->async([&, busy = GetParam().busy] {
+            entered.count_down();
+            std::this_thread::sleep_for(std::chrono::milliseconds(busy ? 20 : 0));
+        });
+    }
+    entered.wait();
+    if (!GetParam().busy) {
+        for (const auto& queue : queues) {
+            queue->sync([] {});
+        }
+    }
+    call(0);
+    ASSERT_EQ(threads.size(), kRounds * count);
+    for (std::size_t i = 0; i < threads.size(); ++i) {
+        EXPECT_EQ(current[i], queues[i % count].get());
+        EXPECT_EQ(threads[i], threads[i % count]) << "the thread that runs the queue's closure";
+    }
+    for (const auto& queue : queues) {
+        bool ran = false;
+        queue->sync([&] { ran = true; });
+        EXPECT_TRUE(ran) << "the queue goes on";
+    }
+}
+
+constexpr auto kPool = SerialQueue::Execution::SharedPool;
+constexpr auto kThread = SerialQueue::Execution::OwnThread;
+
+INSTANTIATE_TEST_SUITE_P(Of, SerialQueueRingTest,
+                         testing::Values(Ring{"twoIdle", {kPool, kPool}, false},
+                                         Ring{"twoBusy", {kPool, kPool}, true},
+                                         Ring{"threeIdle", {kPool, kPool, kPool}, false},
+                                         Ring{"threeBusy", {kPool, kPool, kPool}, true},
+                                         Ring{"aThreadAndOneIdle", {kThread, kPool}, false},
+                                         Ring{"aThreadAndOneBusy", {kThread, kPool}, true},
+                                         Ring{"oneIdleAndAThread", {kPool, kThread}, false},
+                                         Ring{"oneBusyAndAThread", {kPool, kThread}, true},
+                                         Ring{"twoThreads", {kThread, kThread}, false},
+                                         Ring{"threeThreads", {kThread, kThread, kThread}, false},
+                                         Ring{"fourMixed", {kThread, kPool, kThread, kPool}, true}),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST(SerialQueueTest, oneThreadsRingsDoNotDisturbThoseOfOthers) {
+    const auto first = SerialQueue::create("first", SerialQueue::Execution::OwnThread);
+    const auto second = SerialQueue::create("second");
+    int count = 0;  // guarded by the first queue
+    const auto ring = [&] {
+        for (int i = 0; i < 200; ++i) {
+            first->sync([&] { second->sync([&] { first->sync([&] { ++count; }); }); });
+        }
+    };
+    std::thread other(ring);
+    ring();
+    other.join();
+    EXPECT_EQ(count, 400);
 }
 
 int freeFunctionCalls = 0;
