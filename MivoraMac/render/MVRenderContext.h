@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -73,7 +74,7 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     }
 
     /// Runs `closure` as GL work without waiting; inline when called from GL work of any context.
-    /// An empty function does nothing.
+    /// A null function pointer or an empty `std::function` does nothing.
     template <class Closure>
     void dispatchBlock(Closure&& closure) {
         if (isEmpty(closure)) {
@@ -141,15 +142,19 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
 
     MVRenderContext();
 
+    /// Only what cannot be called counts as empty: a functor may convert to false for reasons of
+    /// its own.
     template <class Closure>
     static bool isEmpty(const Closure& closure) {
         if constexpr (std::is_pointer_v<Closure>) {
             return closure == nullptr;
-        } else if constexpr (requires { closure.operator bool(); }) {
-            return !closure;
         } else {
             return false;
         }
+    }
+    template <class Result>
+    static bool isEmpty(const std::function<Result()>& closure) {
+        return closure == nullptr;
     }
 
     void mv_renderContextInitWithSharedContext(

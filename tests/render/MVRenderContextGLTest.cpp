@@ -169,7 +169,40 @@ TEST_F(MVRenderContextTest, emptyFunctionsAreIgnored) {
     context_->dispatchBlock(std::function<void()>());
     context_->mv_dispatchBlockSync(std::function<void()>());
     context_->dispatchBlock(static_cast<void (*)()>(nullptr));
+    context_->mv_dispatchBlockSync(static_cast<int (*)() noexcept>(nullptr));
     finish();
+}
+
+TEST_F(MVRenderContextTest, functorsThatConvertToFalseAreRun) {
+    struct Job {
+        int* runs;
+        explicit operator bool() const { return false; }
+        void operator()() const { ++*runs; }
+    };
+    struct Converting : Job {
+        operator std::function<void()>() const { return nullptr; }
+    };
+    int runs = 0;
+    const Job job{&runs};
+    context_->dispatchBlock(job);
+    context_->mv_dispatchBlockSync(job);
+    context_->mv_dispatchBlockSync(Converting{job});
+    onQueue([&] { context_->dispatchBlock(Job{&runs}); });
+    EXPECT_EQ(runs, 4);
+}
+
+TEST_F(MVRenderContextTest, glWorkThatComesBackOverOtherQueuesRunsWithTheContextCurrent) {
+    const auto layout = Mivora::platform::SerialQueue::create("layout");
+    const auto thread = Mivora::platform::SerialQueue::create(
+        "thread", Mivora::platform::SerialQueue::Execution::OwnThread);
+    std::vector<GLContext*> seen;
+    const auto look = [&] { seen.push_back(GLContext::currentContext()); };
+    onQueue([&] {
+        layout->sync([&] { context_->mv_dispatchBlockSync(look); });
+        thread->sync([&] { context_->mv_dispatchBlockSync(look); });
+        thread->sync([&] { layout->sync([&] { context_->mv_dispatchBlockSync(look); }); });
+    });
+    EXPECT_THAT(seen, testing::ElementsAre(testing::NotNull(), seen[0], seen[0]));
 }
 
 TEST_F(MVRenderContextTest, destroyingAContextWhileClosuresWaitRunsThemAllWithItCurrent) {
