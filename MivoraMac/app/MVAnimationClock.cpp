@@ -76,6 +76,7 @@ void MVAnimationClock::stopAllTicks() {
 
 void MVAnimationClock::tickVideoSync(double step, double sync) {
     MIVORA_ASSERT_MAIN_THREAD("MVAnimationClock::tickVideoSync");
+    const std::shared_ptr<MVAnimationClock> self = shared_from_this();
     std::vector<Container> objects;
     objects.reserve(objects_.size());
     for (const auto& [address, container] : objects_) {

@@ -15,7 +15,7 @@ class MVWeakPointerContainer;
 /// gone at the next tick.
 ///
 /// Thread: main.
-class MIVORA_EXPORT MVAnimationClock {
+class MIVORA_EXPORT MVAnimationClock : public std::enable_shared_from_this<MVAnimationClock> {
  public:
     /// A clock with nothing to tick.
     static std::shared_ptr<MVAnimationClock> init();
@@ -42,7 +42,8 @@ class MIVORA_EXPORT MVAnimationClock {
 
     /// Ticks all objects that are registered at the time of the call and still alive when their
     /// turn comes, then forgets those that have gone. A tick within a tick is a tick of its own.
-    /// What an object throws ends the tick.
+    /// What an object throws ends the tick. A clock that is dropped in the middle of a tick goes
+    /// after it.
     /// @param step  the time that passes, in seconds; handed on as it is, as is `sync`
     /// @param sync  a time stamp of the display's refresh, in seconds; 0 where there is none
     void tickVideoSync(double step, double sync);

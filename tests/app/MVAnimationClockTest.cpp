@@ -418,6 +418,26 @@ TEST_F(MVAnimationClockTest, clocksTickTheirOwnTickers) {
     EXPECT_EQ(ticker->ticks, 2);
 }
 
+TEST_F(MVAnimationClockTest, aClockThatItsTickersDropTicksTheOthersAndGoes) {
+    const std::weak_ptr<MVAnimationClock> watched = clock_;
+    std::vector<std::shared_ptr<Ticker>> tickers;
+    for (int i = 0; i < 20; ++i) {
+        tickers.push_back(std::make_shared<Ticker>([&] {
+            clock_.reset();
+            EXPECT_FALSE(watched.expired()) << "it is in the middle of a tick";
+        }));
+        clock_->startTick(tickers.back());
+    }
+    auto gone = std::make_shared<Ticker>();
+    clock_->startTick(gone);
+    gone.reset();
+    clock_->tickVideoSync(kStep, 0);
+    for (const auto& ticker : tickers) {
+        EXPECT_EQ(ticker->ticks, 1);
+    }
+    EXPECT_TRUE(watched.expired());
+}
+
 TEST_F(MVAnimationClockTest, theActiveClockIsHeldWeakly) {
     EXPECT_EQ(MVAnimationClock::activeClock(), nullptr);
     MVAnimationClock::mv_setActiveClock(clock_);

@@ -6,83 +6,96 @@
 
 namespace Mivora::platform {
 
-HeadlessPointer::HeadlessPointer(const std::shared_ptr<OpenGLView>& view) : view_(view) {}
+HeadlessPointer::HeadlessPointer(const std::shared_ptr<OpenGLView>& view)
+    : state_(std::make_shared<State>()) {
+    state_->view = view;
+}
 
 void HeadlessPointer::moveTo(double x, double y) {
-    location_ = {x, y};
-    if (isAnyHeld()) {
-        if (left_.held) {
-            deliver(Event::Type::MouseDragged);
+    const std::shared_ptr<State> state = state_;
+    state->location = {x, y};
+    if (state->isAnyHeld()) {
+        if (state->left.held) {
+            state->deliver(Event::Type::MouseDragged);
         }
-        if (right_.held) {
-            deliver(Event::Type::RightMouseDragged);
+        if (state->right.held) {
+            state->deliver(Event::Type::RightMouseDragged);
         }
-        if (middle_.held) {
-            deliver(Event::Type::MiddleMouseDragged);
+        if (state->middle.held) {
+            state->deliver(Event::Type::MiddleMouseDragged);
         }
-    } else if (inside_ && isOverView()) {
-        deliver(Event::Type::MouseMoved);
+    } else if (state->inside && state->isOverView()) {
+        state->deliver(Event::Type::MouseMoved);
     } else {
-        setInside(isOverView());
+        state->setInside(state->isOverView());
     }
 }
 
 void HeadlessPointer::leave() {
-    setInside(false);
+    const std::shared_ptr<State> state = state_;
+    state->setInside(false);
 }
 
 void HeadlessPointer::press(std::int32_t clickCount) {
-    if (!std::exchange(left_.held, true)) {
-        left_.clickCount = clickCount;
-        deliver(Event::Type::MouseDown, clickCount);
+    const std::shared_ptr<State> state = state_;
+    if (!std::exchange(state->left.held, true)) {
+        state->left.clickCount = clickCount;
+        state->deliver(Event::Type::MouseDown, clickCount);
     }
 }
 
 void HeadlessPointer::release() {
-    if (std::exchange(left_.held, false)) {
-        deliver(Event::Type::MouseUp, left_.clickCount);
-        setInside(isAnyHeld() ? inside_ : isOverView());
+    const std::shared_ptr<State> state = state_;
+    if (std::exchange(state->left.held, false)) {
+        state->deliver(Event::Type::MouseUp, state->left.clickCount);
+        state->setInside(state->isAnyHeld() ? state->inside : state->isOverView());
     }
 }
 
 void HeadlessPointer::pressRight(std::int32_t clickCount) {
-    if (!std::exchange(right_.held, true)) {
-        right_.clickCount = clickCount;
-        deliver(Event::Type::RightMouseDown, clickCount);
+    const std::shared_ptr<State> state = state_;
+    if (!std::exchange(state->right.held, true)) {
+        state->right.clickCount = clickCount;
+        state->deliver(Event::Type::RightMouseDown, clickCount);
     }
 }
 
 void HeadlessPointer::releaseRight() {
-    if (std::exchange(right_.held, false)) {
-        deliver(Event::Type::RightMouseUp, right_.clickCount);
-        setInside(isAnyHeld() ? inside_ : isOverView());
+    const std::shared_ptr<State> state = state_;
+    if (std::exchange(state->right.held, false)) {
+        state->deliver(Event::Type::RightMouseUp, state->right.clickCount);
+        state->setInside(state->isAnyHeld() ? state->inside : state->isOverView());
     }
 }
 
 void HeadlessPointer::pressMiddle(std::int32_t clickCount) {
-    if (!std::exchange(middle_.held, true)) {
-        middle_.clickCount = clickCount;
-        deliver(Event::Type::MiddleMouseDown, clickCount);
+    const std::shared_ptr<State> state = state_;
+    if (!std::exchange(state->middle.held, true)) {
+        state->middle.clickCount = clickCount;
+        state->deliver(Event::Type::MiddleMouseDown, clickCount);
     }
 }
 
 void HeadlessPointer::releaseMiddle() {
-    if (std::exchange(middle_.held, false)) {
-        deliver(Event::Type::MiddleMouseUp, middle_.clickCount);
-        setInside(isAnyHeld() ? inside_ : isOverView());
+    const std::shared_ptr<State> state = state_;
+    if (std::exchange(state->middle.held, false)) {
+        state->deliver(Event::Type::MiddleMouseUp, state->middle.clickCount);
+        state->setInside(state->isAnyHeld() ? state->inside : state->isOverView());
     }
 }
 
 void HeadlessPointer::scrollLines(double deltaX, double deltaY) {
+    const std::shared_ptr<State> state = state_;
     Event event;
     event.type = Event::Type::ScrollWheel;
     event.scrollingDeltaX = deltaX;
     event.scrollingDeltaY = deltaY;
-    deliver(event);
+    state->deliver(event);
 }
 
 void HeadlessPointer::scroll(double deltaX, double deltaY, Event::Phase phase,
                              Event::Phase momentumPhase) {
+    const std::shared_ptr<State> state = state_;
     Event event;
     event.type = Event::Type::ScrollWheel;
     event.scrollingDeltaX = deltaX;
@@ -90,37 +103,37 @@ void HeadlessPointer::scroll(double deltaX, double deltaY, Event::Phase phase,
     event.hasPreciseScrollingDeltas = true;
     event.phase = phase;
     event.momentumPhase = momentumPhase;
-    deliver(event);
+    state->deliver(event);
 }
 
-void HeadlessPointer::deliver(Event event) {
-    event.locationInWindow = location_;
-    event.modifiers = modifiers_;
-    if (const std::shared_ptr<OpenGLView> view = view_.lock()) {
-        view->deliver(std::make_shared<const Event>(event));
+void HeadlessPointer::State::deliver(Event event) const {
+    event.locationInWindow = location;
+    event.modifiers = modifiers;
+    if (const std::shared_ptr<OpenGLView> target = view.lock()) {
+        target->deliver(std::make_shared<const Event>(event));
     }
 }
 
-void HeadlessPointer::deliver(Event::Type type, std::int32_t clickCount) {
+void HeadlessPointer::State::deliver(Event::Type type, std::int32_t clickCount) const {
     Event event;
     event.type = type;
     event.clickCount = clickCount;
     deliver(event);
 }
 
-void HeadlessPointer::setInside(bool inside) {
-    if (std::exchange(inside_, inside) != inside) {
-        deliver(inside ? Event::Type::MouseEntered : Event::Type::MouseExited);
+void HeadlessPointer::State::setInside(bool nowInside) {
+    if (std::exchange(inside, nowInside) != nowInside) {
+        deliver(nowInside ? Event::Type::MouseEntered : Event::Type::MouseExited);
     }
 }
 
-bool HeadlessPointer::isAnyHeld() const {
-    return left_.held || right_.held || middle_.held;
+bool HeadlessPointer::State::isAnyHeld() const {
+    return left.held || right.held || middle.held;
 }
 
-bool HeadlessPointer::isOverView() const {
-    const std::shared_ptr<OpenGLView> view = view_.lock();
-    return view && view->bounds().contains(location_);
+bool HeadlessPointer::State::isOverView() const {
+    const std::shared_ptr<OpenGLView> target = view.lock();
+    return target && target->bounds().contains(location);
 }
 
 }  // namespace Mivora::platform

@@ -14,7 +14,8 @@ class OpenGLView;
 ///
 /// Like a desktop's, the pointer enters and leaves as it crosses the edges of the view's bounds,
 /// and a press holds it: while a button is held, moves are drags wherever they lead, and the view
-/// is left only after the last release.
+/// is left only after the last release. What handles an event may destroy the pointer; the call
+/// that delivered it still delivers what follows.
 ///
 /// Thread: main.
 class MIVORA_EXPORT HeadlessPointer {
@@ -22,9 +23,11 @@ class MIVORA_EXPORT HeadlessPointer {
     /// A pointer that is outside the view.
     /// @param view  held weakly; without it nothing happens
     explicit HeadlessPointer(const std::shared_ptr<OpenGLView>& view);
+    HeadlessPointer(const HeadlessPointer&) = delete;
+    HeadlessPointer& operator=(const HeadlessPointer&) = delete;
 
     /// Where the pointer is, in points from the view's bottom left corner.
-    Point location() const { return location_; }
+    Point location() const { return state_->location; }
 
     /// Enters, moves, drags or leaves.
     void moveTo(double x, double y);
@@ -46,7 +49,7 @@ class MIVORA_EXPORT HeadlessPointer {
     void releaseMiddle();
 
     /// The modifier keys that are held from now on; none at first. Delivers nothing by itself.
-    void setModifiers(Modifiers modifiers) { modifiers_ = modifiers; }
+    void setModifiers(Modifiers modifiers) { state_->modifiers = modifiers; }
 
     /// A wheel, in lines: no phases, no precise deltas.
     void scrollLines(double deltaX, double deltaY);
@@ -61,19 +64,24 @@ class MIVORA_EXPORT HeadlessPointer {
         std::int32_t clickCount = 0;
     };
 
-    void deliver(Event event);
-    void deliver(Event::Type type, std::int32_t clickCount = 0);
-    void setInside(bool inside);
-    bool isAnyHeld() const;
-    bool isOverView() const;
+    /// Outlives the pointer while an event is being delivered.
+    struct State {
+        std::weak_ptr<OpenGLView> view;
+        Point location;
+        Modifiers modifiers;
+        bool inside = false;
+        Button left;
+        Button right;
+        Button middle;
 
-    std::weak_ptr<OpenGLView> view_;
-    Point location_;
-    bool inside_ = false;
-    Button left_;
-    Button right_;
-    Button middle_;
-    Modifiers modifiers_;
+        void deliver(Event event) const;
+        void deliver(Event::Type type, std::int32_t clickCount = 0) const;
+        void setInside(bool nowInside);
+        bool isAnyHeld() const;
+        bool isOverView() const;
+    };
+
+    std::shared_ptr<State> state_;
 };
 
 }  // namespace Mivora::platform

@@ -183,3 +183,37 @@ TEST_F(HeadlessPointerTest, withoutTheViewNothingHappens) {
     pointer.release();
     pointer.leave();
 }
+
+TEST_F(HeadlessPointerTest, aPointerThatAHookDestroysDeliversTheRestOfItsCall) {
+    const auto destroyedIn = [this](const char* hook, const auto& act) {
+        auto doomed = std::make_unique<HeadlessPointer>(view);
+        doomed->moveTo(5, 10);
+        doomed->press();
+        doomed->pressRight();
+        doomed->moveTo(500, 10);
+        view->log.clear();
+        view->reaction = [&](const std::string& called) {
+            if (called == hook) {
+                doomed.reset();
+            }
+        };
+        act(*doomed);
+        EXPECT_EQ(doomed, nullptr);
+        view->reaction = nullptr;
+        return view->taken();
+    };
+    EXPECT_THAT(destroyedIn("mouseDragged", [](auto& doomed) { doomed.moveTo(600, 10); }),
+                ElementsAre("mouseDragged 600,10", "rightMouseDragged 600,10"));
+    EXPECT_THAT(destroyedIn("mouseUp",
+                            [](auto& doomed) {
+                                doomed.releaseRight();
+                                doomed.release();
+                            }),
+                ElementsAre("rightMouseUp 500,10", "mouseUp 500,10", "mouseExited 500,10"));
+    EXPECT_THAT(destroyedIn("rightMouseUp",
+                            [](auto& doomed) {
+                                doomed.release();
+                                doomed.releaseRight();
+                            }),
+                ElementsAre("mouseUp 500,10", "rightMouseUp 500,10", "mouseExited 500,10"));
+}
