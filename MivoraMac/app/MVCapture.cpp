@@ -5,9 +5,11 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <string>
 
 #include "MivoraMac/platform/base/AtEndPrivate.h"
 #include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/platform/gl/Drawable.h"
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/render/MVRenderContext.h"
@@ -28,6 +30,13 @@ Picture refuse(const char* reason) {
     return {};
 }
 
+void checkNothingIsDrawn(const char* operation) {
+    if (MVFrame::isDrawing()) {
+        throw MVException(MVException::kInternalInconsistency,
+                          std::string(operation) + ": a tree is being drawn");
+    }
+}
+
 /// Points to whole pixels, truncated; 0 for what is no size.
 int pixels(float points, float scale) {
     const float extent = std::abs(points * scale);
@@ -38,7 +47,11 @@ int pixels(float points, float scale) {
 
 }  // namespace
 
-Picture MVCaptureWindow(const std::shared_ptr<MVWindow>& window, const MVCaptureOptions& options) {
+Picture MVCaptureWindow(const std::shared_ptr<MVWindow>& givenWindow,
+                        const MVCaptureOptions& options) {
+    checkNothingIsDrawn("MVCaptureWindow");
+    // A hook may drop the window that was given.
+    const std::shared_ptr<MVWindow> window = givenWindow;
     const std::shared_ptr<MVRenderContext> context = MVRenderContext::mv_drawingContext();
     if (!window) {
         return refuse("no window was given");
@@ -97,7 +110,9 @@ Picture MVCaptureWindow(const std::shared_ptr<MVWindow>& window, const MVCapture
     return picture;
 }
 
-Picture MVCaptureView(const std::shared_ptr<MVView>& view, const MVCaptureOptions& options) {
+Picture MVCaptureView(const std::shared_ptr<MVView>& givenView, const MVCaptureOptions& options) {
+    checkNothingIsDrawn("MVCaptureView");
+    const std::shared_ptr<MVView> view = givenView;
     if (!view) {
         return refuse("no view was given");
     }

@@ -36,6 +36,8 @@ struct MVCaptureOptions {
 /// @return an empty picture for a null window, one without an area or one that is too large for
 ///         the driver, and without an active render context; the debug log (category `frame`) says
 ///         why. Thread: main.
+/// @throws MVException (internal inconsistency) while a tree is being drawn, as from within a
+///         view's `draw`: the two drawings would mix. `prepareForDraw` is the place for that.
 MIVORA_EXPORT Mivora::platform::Picture MVCaptureWindow(const std::shared_ptr<MVWindow>& window,
                                                         const MVCaptureOptions& options = {});
 
@@ -44,5 +46,6 @@ MIVORA_EXPORT Mivora::platform::Picture MVCaptureWindow(const std::shared_ptr<MV
 /// (0, 0) with its anchor at (0, 0) fills the picture. It is taken out of that window again.
 ///
 /// @return as `MVCaptureWindow`; empty for a view that is a subview of one without a window
+/// @throws MVException as `MVCaptureWindow` does
 MIVORA_EXPORT Mivora::platform::Picture MVCaptureView(const std::shared_ptr<MVView>& view,
                                                       const MVCaptureOptions& options = {});

@@ -17,4 +17,8 @@ struct MIVORA_EXPORT MVFrame {
     /// The two drawing visits.
     /// @param begin  called between them: queues the binding and clearing of what is drawn into
     static void draw(MVWindow& window, const std::function<void()>& begin);
+
+    /// Whether a tree is being drawn: a drawing visit made by `draw` is under way, or some view's
+    /// `draw`.
+    static bool isDrawing();
 };

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "MivoraMac/render/MVShaderCache.h"
 #include "MivoraMac/views/MVColorView.h"
@@ -418,6 +419,83 @@ INSTANTIATE_TEST_SUITE_P(
                     HookCase{"prepareForDraw", &RecordingView::onPrepareForDraw},
                     HookCase{"draw", &RecordingView::onDraw}),
     [](const auto& instance) { return instance.param.name; });
+
+TEST_P(MVCaptureHookTest, aWindowThatIsDroppedThereIsStillShown) {
+    const auto view = RecordingView::make("view", nullptr);
+    view->setSize({40.0F, 30.0F});
+    view->addSubview(box(kRed, 0.0F, 0.0F, 40.0F, 30.0F));
+    window_->addSubview(view);
+    const std::weak_ptr<MVWindow> watched = window_;
+    (*view).*GetParam().hook = [&] {
+        window_.reset();
+        EXPECT_FALSE(watched.expired());
+    };
+    expectPixel(MVCaptureWindow(window_), 20, 15, kRed);
+    EXPECT_EQ(window_, nullptr);
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST_P(MVCaptureHookTest, aViewThatIsDroppedThereIsStillShown) {
+    auto view = RecordingView::make("view", nullptr);
+    view->setSize({40.0F, 30.0F});
+    view->addSubview(box(kRed, 0.0F, 0.0F, 40.0F, 30.0F));
+    const std::weak_ptr<MVView> watched = view;
+    std::shared_ptr<MVView> given = view;
+    (*view).*GetParam().hook = [&] { given.reset(); };
+    view.reset();
+    expectPixel(MVCaptureView(given, atScale(1.0F)), 20, 15, kRed);
+    EXPECT_TRUE(watched.expired());
+}
+
+// Within a drawing
+
+TEST_F(MVCaptureTest, whileATreeIsDrawnPicturesAreRefusedAndTheDrawingGoesOn) {
+    const auto other = box(kBlue, 0.0F, 0.0F, 40.0F, 30.0F);
+    const auto view = RecordingView::make("view", nullptr);
+    const auto stencil = RecordingView::make("stencil", nullptr);
+    stencil->addSubview(box(kGreen, 0.0F, 0.0F, 20.0F, 30.0F));
+    view->addSubview(box(kRed, 0.0F, 0.0F, 40.0F, 30.0F));
+    view->setStencilView(stencil);
+    window_->addSubview(view);
+    int refused = 0;
+    const auto capture = [&] {
+        const auto expectRefusal = [&](const std::function<void()>& attempt) {
+            try {
+                attempt();
+            } catch (const MVException& exception) {
+                EXPECT_EQ(exception.name(), MVException::kInternalInconsistency);
+                EXPECT_THAT(exception.reason(), HasSubstr("a tree is being drawn"));
+                ++refused;
+            }
+        };
+        expectRefusal([&] { MVCaptureView(other); });
+        expectRefusal([&] { MVCaptureView(view); });
+        expectRefusal([&] { MVCaptureWindow(window_); });
+    };
+    view->onDraw = capture;
+    stencil->onDraw = capture;
+    const Picture picture = MVCaptureWindow(window_);
+    EXPECT_EQ(refused, 6);
+    expectPixel(picture, 10, 15, kRed);
+    expectPixel(picture, 30, 15, {0.1F, 0.1F, 0.1F, 1.0F});
+    EXPECT_EQ(other->superview(), nullptr);
+
+    view->onDraw = nullptr;
+    stencil->onDraw = nullptr;
+    EXPECT_FALSE(MVCaptureView(other).isEmpty()) << "the drawing has ended";
+}
+
+TEST_F(MVCaptureTest, aPictureTakenBeforeTheDrawingLeavesTheFrameAsItIs) {
+    const auto other = box(kBlue, 0.0F, 0.0F, 20.0F, 10.0F);
+    const auto view = RecordingView::make("view", nullptr);
+    view->addSubview(box(kRed, 0.0F, 0.0F, 40.0F, 30.0F));
+    window_->addSubview(view);
+    Picture inner;
+    view->onPrepareForDraw = [&] { inner = MVCaptureView(other, atScale(1.0F)); };
+    expectPixel(MVCaptureWindow(window_), 20, 15, kRed);
+    EXPECT_EQ(inner.size, (PixelSize{20, 10}));
+    expectPixel(inner, 10, 5, kBlue);
+}
 
 // Views
 
