@@ -1,5 +1,10 @@
 // How evenly frames come, and what it costs when nothing happens.
 //
+// At rest: one application, then twenty, with nothing that ticks, wants a layout or a redraw; five
+// seconds each. Times a thread of the process was woken up are its voluntary context switches.
+//
+// While frames are made:
+//
 // Held constant: one active application with 1,000 colour views in a headless window of
 // 1280 x 800 pixels, everything drawn once and nothing changing after that; 10 seconds, during
 // which the main thread does nothing but turn its loop. The moments are those of the animation
@@ -60,6 +65,35 @@ double processorSeconds() {
         return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
     };
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+/// What a process does that has nothing to do.
+struct Rest {
+    double processorMilliseconds;
+    double wakeUps;  // a second
+};
+
+/// Turns the main loop itself, not `runUntil`, which would look every few milliseconds.
+void turnFor(double seconds) {
+    std::thread timeUp([seconds] {
+        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+        MainThread::quit();
+    });
+    MainThread::run();
+    timeUp.join();
+}
+
+Rest rest() {
+    constexpr double kRest = 5;
+    const auto wakeUps = [] {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        return static_cast<double>(usage.ru_nvcsw);
+    };
+    const double switches = wakeUps();
+    const double before = processorSeconds();
+    turnFor(kRest);
+    return {(processorSeconds() - before) * 1e3, (wakeUps() - switches) / kRest};
 }
 
 struct Punctuality {
@@ -148,16 +182,25 @@ int main() {
     application->animationClock()->startTick(recorder);
     const double before = processorSeconds();
     const Stopwatch watch;
-    // The loop itself, not `runUntil`, which would look every few milliseconds.
-    std::thread timeUp([] {
-        std::this_thread::sleep_for(std::chrono::duration<double>(kSeconds));
-        MainThread::quit();
-    });
-    MainThread::run();
+    turnFor(kSeconds);
     const double seconds = watch.seconds();
     const double used = processorSeconds() - before;
-    timeUp.join();
     const std::uint64_t presentedAfter = presented();
+    application->animationClock()->stopTick(recorder);
+    MainThread::runUntil([] { return false; }, 1);
+    const Rest alone = rest();
+    const Rest twenty = [] {
+        std::vector<std::shared_ptr<MVApplication>> applications;
+        std::vector<std::shared_ptr<HeadlessWindow>> windows;
+        for (int i = 0; i < 20; ++i) {
+            applications.push_back(MVApplication::init());
+            windows.push_back(HeadlessWindow::create("", {0, 0, 320, 200}));
+            windows.back()->setContentView(applications.back()->mv_renderView());
+            applications.back()->setActive(true);
+        }
+        MainThread::runUntil([] { return false; }, 1);
+        return rest();
+    }();
     application->setActive(false);
     MainThread::runUntil([] { return false; }, 0.1);
     const double reference = wakeUpSeconds();
@@ -173,7 +216,12 @@ int main() {
     report.add("lateness_median_ms", punctuality.latenessMedianMilliseconds);
     report.add("lateness_p99_ms", punctuality.latenessP99Milliseconds);
     report.add("idle_presents", static_cast<double>(presentedAfter - presentedBefore), "target: 0");
-    report.add("idle_cpu_percent", used / seconds * 100, "of one core; target: below 1.5");
+    report.add("idle_cpu_percent", used / seconds * 100,
+               "of one core, with frames that draw nothing; target: below 1.5");
+    report.add("idle_cpu_ms_5s", alone.processorMilliseconds, "at rest; target: at most 1");
+    report.add("idle_wakeups_per_s", alone.wakeUps, "at rest; target: at most 1");
+    report.add("idle_cpu_ms_5s_20", twenty.processorMilliseconds, "twenty windows at rest");
+    report.add("idle_wakeups_per_s_20", twenty.wakeUps, "twenty windows at rest");
     report.add("wake_up_cpu_percent", reference / kSeconds * 100,
                "two threads that only wake each other up as often");
     return report.finish();

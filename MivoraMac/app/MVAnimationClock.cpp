@@ -1,6 +1,7 @@
 #include "MivoraMac/app/MVAnimationClock.h"
 
 #include <cstddef>
+#include <utility>
 
 #include "MivoraMac/app/MVAnimationClockTick.h"
 #include "MivoraMac/app/MVWeakPointerContainer.h"
@@ -55,6 +56,7 @@ void MVAnimationClock::startTick(const std::shared_ptr<MVAnimationClockTick>& ti
     Container container = MVWeakPointerContainer::initWithObject(ticker);
     if (find(objects_, *container) == objects_.end()) {
         objects_.emplace(container->pointerValue(), std::move(container));
+        noteTickers();
     }
 }
 
@@ -66,12 +68,26 @@ void MVAnimationClock::stopTick(const std::shared_ptr<MVAnimationClockTick>& tic
     const auto member = find(objects_, *MVWeakPointerContainer::initWithObject(ticker));
     if (member != objects_.end()) {
         objects_.erase(member);
+        noteTickers();
     }
 }
 
 void MVAnimationClock::stopAllTicks() {
     MIVORA_ASSERT_MAIN_THREAD("MVAnimationClock::stopAllTicks");
     objects_.clear();
+    noteTickers();
+}
+
+void MVAnimationClock::mv_setStartHandler(std::function<void()> handler) {
+    MIVORA_ASSERT_MAIN_THREAD("MVAnimationClock::mv_setStartHandler");
+    startHandler_ = std::move(handler);
+}
+
+void MVAnimationClock::noteTickers() {
+    const bool started = !hasTickers_.exchange(!objects_.empty()) && !objects_.empty();
+    if (started && startHandler_) {
+        startHandler_();
+    }
 }
 
 void MVAnimationClock::tickVideoSync(double step, double sync) {
@@ -97,4 +113,5 @@ void MVAnimationClock::tickVideoSync(double step, double sync) {
         }
     }
     objectsToRemove_.clear();
+    noteTickers();
 }

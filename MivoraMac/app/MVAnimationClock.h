@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <functional>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -48,6 +50,17 @@ class MIVORA_EXPORT MVAnimationClock : public std::enable_shared_from_this<MVAni
     /// @param sync  a time stamp of the display's refresh, in seconds; 0 where there is none
     void tickVideoSync(double step, double sync);
 
+    /// @name Internal to the library
+    /// @{
+
+    /// Whether a tick has anything to do: an object is registered, alive or gone. Thread: any.
+    bool mv_hasTickers() const { return hasTickers_.load(); }
+
+    /// Has `handler` called when a tick comes to have something to do; an empty one is not called.
+    void mv_setStartHandler(std::function<void()> handler);
+
+    /// @}
+
  private:
     friend struct ::MVMaker;
 
@@ -62,6 +75,10 @@ class MIVORA_EXPORT MVAnimationClock : public std::enable_shared_from_this<MVAni
 
     static ContainerSet::iterator find(ContainerSet& set, const MVWeakPointerContainer& container);
 
+    void noteTickers();
+
     ContainerSet objects_;
+    std::atomic<bool> hasTickers_{false};  // as `objects_` says
+    std::function<void()> startHandler_;
     std::vector<Container> objectsToRemove_;
 };

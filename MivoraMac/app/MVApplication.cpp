@@ -109,6 +109,11 @@ void MVApplication::mv_applicationInit() {
     }
     animationInterval_ = static_cast<double>(static_cast<float>(frameInterval_) / 60.0F);
     parts_->animationClock = MVAnimationClock::init();
+    parts_->animationClock->mv_setStartHandler([weak = weak_from_this()] {
+        if (const auto application = weak.lock()) {
+            application->mv_wake();
+        }
+    });
     parts_->imageCache = MVImageCache::sharedCache();
     if (!parts_->imageCache) {
         parts_->imageCache = MVImageCache::init();
@@ -141,15 +146,20 @@ void MVApplication::setActive(bool active) {
         runLoop->setApplication(shared_from_this());
         runLoop->setFrameInterval(frameInterval_);
         runLoop->start();
-        runLoop_ = std::move(runLoop);
+        replaceRunLoop(std::move(runLoop));
         machTimebaseInfo_ = Clock::timebase();
         lastMachTime_ = Clock::ticks();
     } else {
         runLoop_->invalidate();
         runLoop_->setApplication(nullptr);
-        runLoop_.reset();
+        replaceRunLoop(nullptr);
     }
     active_ = active;
+}
+
+void MVApplication::replaceRunLoop(std::shared_ptr<MVApplicationRunLoop> runLoop) {
+    const std::lock_guard lock(runLoopMutex_);
+    runLoop_.swap(runLoop);
 }
 
 void MVApplication::setPaused(bool paused) {
@@ -226,6 +236,26 @@ void MVApplication::mv_inlineDraw() {
 void MVApplication::mv_setActiveResources() {
     MVRenderContext::mv_setActiveContext(parts_->context);
     MVAnimationClock::mv_setActiveClock(parts_->animationClock);
+}
+
+bool MVApplication::mv_isIdle() const {
+    return !parts_->window->mv_windowNeedsDraw() && !parts_->window->mv_needsLayoutVisit() &&
+           (paused_.load() || !parts_->animationClock->mv_hasTickers());
+}
+
+void MVApplication::mv_wake() {
+    // Asked for with every redraw request.
+    if (!mayRest_.load() || !mayRest_.exchange(false)) {
+        return;
+    }
+    std::shared_ptr<MVApplicationRunLoop> runLoop;
+    {
+        const std::lock_guard lock(runLoopMutex_);
+        runLoop = runLoop_;
+    }
+    if (runLoop) {
+        runLoop->mv_wake();
+    }
 }
 
 void MVApplication::mv_windowPerspectiveDidBuild(const glm::dmat4& sublayerTransform) {

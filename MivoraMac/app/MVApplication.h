@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/platform/base/MVMake.h"
@@ -35,6 +37,9 @@ class OpenGLView;
 /// 1. On the main thread the animation clock is ticked and the tree laid out, and, if anything
 ///    asked for a redraw, drawn: its GL work is queued.
 /// 2. If the tree was drawn, the thread presents it.
+///
+/// While nothing ticks, wants a layout or a redraw, the thread rests; whatever asks for one of
+/// these wakes it up, and the frame comes when it would have come anyway.
 ///
 /// Animation time is counted, not measured: every frame is a sixtieth of a second, however long it
 /// really took.
@@ -70,7 +75,7 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
 
     /// Whether time stands still: there are then four frames a second, which lay out and draw but
     /// tick nothing. False at first.
-    bool isPaused() const { return paused_; }
+    bool isPaused() const { return paused_.load(); }
     /// Pauses, or goes on. An equal value does nothing.
     void setPaused(bool paused);
 
@@ -128,6 +133,16 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
     /// Makes this application's context and clock the active ones.
     void mv_setActiveResources();
 
+    /// Whether a frame would find nothing to do. Thread: any.
+    bool mv_isIdle() const;
+
+    /// The run loop is about to rest, unless the application has something to do after all.
+    /// Thread: the run loop's.
+    void mv_willRest() { mayRest_.store(true); }
+
+    /// Ends the rest of the run loop. Thread: any.
+    void mv_wake();
+
     /// @}
 
  protected:
@@ -154,19 +169,25 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
     };
 
     void mv_applicationInit();
+    void mv_windowDidBecomeDrawDirty() override { mv_wake(); }
+    void mv_windowDidBecomeLayoutDirty() override { mv_wake(); }
     void mv_windowPerspectiveDidBuild(const glm::dmat4& sublayerTransform) override;
     void observeValueForKeyPathOfObjectChangeContext(std::string_view keyPath,
                                                      Mivora::platform::ObservableObject& object,
                                                      Mivora::platform::PropertyChange change,
                                                      void* context) override;
 
+    void replaceRunLoop(std::shared_ptr<MVApplicationRunLoop> runLoop);
+
+    std::mutex runLoopMutex_;  // where `runLoop_` is replaced, and read on other threads
     std::shared_ptr<MVApplicationRunLoop> runLoop_;
+    std::atomic<bool> mayRest_{false};  // a run loop has rested since the last `mv_wake`
     double animationInterval_ = 0.0;
     std::int64_t frameInterval_ = 1;
     std::shared_ptr<Parts> parts_;
     std::uint64_t lastMachTime_ = 0;
     Mivora::platform::Timebase machTimebaseInfo_{1, 1};
-    bool paused_ = false;
+    std::atomic<bool> paused_{false};
     bool active_ = false;
     std::shared_ptr<MVRenderContext> renderContext_;
 };

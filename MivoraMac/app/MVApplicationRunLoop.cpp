@@ -5,9 +5,11 @@
 #include <thread>
 
 #include "MivoraMac/app/MVApplication.h"
+#include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/threads/RunLoop.h"
 #include "MivoraMac/platform/threads/Timer.h"
 
+using Mivora::platform::DebugLog;
 using Mivora::platform::RunLoop;
 using Mivora::platform::Timer;
 
@@ -79,5 +81,36 @@ void MVApplicationRunLoop::mv_runLoopExit() {
 void MVApplicationRunLoop::mv_runLoop() {
     if (const std::shared_ptr<MVApplication> application = this->application()) {
         application->mv_runLoopFired(shared_from_this());
+        restIfIdle(*application);
     }
+}
+
+/// Whoever gives the application something to do does so before looking whether there is a rest to
+/// end, and the rest is announced before looking once more for something to do: one of the two
+/// sees the other.
+void MVApplicationRunLoop::restIfIdle(MVApplication& application) {
+    if (!refreshTimer_ || !application.mv_isIdle()) {
+        return;
+    }
+    resting_.store(true);
+    DebugLog::log(DebugLog::Category::Frame, "nothing to do: the thread of the frames rests");
+    application.mv_willRest();
+    if (application.mv_isIdle()) {
+        refreshTimer_->suspend();
+    } else {
+        mv_wake();
+    }
+}
+
+void MVApplicationRunLoop::mv_wake() {
+    if (!resting_.exchange(false)) {
+        return;
+    }
+    DebugLog::log(DebugLog::Category::Frame, "the thread of the frames goes on");
+    runLoop_->perform([weak = weak_from_this()] {
+        const auto self = weak.lock();
+        if (self && self->refreshTimer_) {
+            self->refreshTimer_->resume();
+        }
+    });
 }

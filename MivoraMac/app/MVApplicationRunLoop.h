@@ -18,6 +18,10 @@ class Timer;
 /// The thread that makes an application's frames: it fires a timer every `frameInterval` / 60
 /// seconds, and each firing runs one frame of the application.
 ///
+/// While a frame would have nothing to do, the timer rests and nothing wakes the thread. Woken up,
+/// it goes on with the next firing of the same schedule, so that no frame comes later than it would
+/// have without the rest.
+///
 /// The thread keeps the run loop alive until it has been invalidated, and the application for the
 /// duration of a frame only.
 ///
@@ -54,6 +58,13 @@ class MIVORA_EXPORT MVApplicationRunLoop
     /// After `invalidate` nothing happens. Thread: any.
     void forceFireOnNextLoop();
 
+    /// Ends a rest: the frame that is due next is run. No effect while the thread does not rest.
+    /// Thread: any.
+    void mv_wake();
+
+    /// Whether the timer rests. Thread: any.
+    bool mv_isResting() const { return resting_.load(); }
+
     /// @name Internal to the library
     /// On the run loop's own thread.
     /// @{
@@ -62,7 +73,7 @@ class MIVORA_EXPORT MVApplicationRunLoop
     void mv_runLoopMain();
     /// Ends the timer, and with it the thread.
     void mv_runLoopExit();
-    /// A firing: one frame.
+    /// A firing: one frame. Afterwards the timer rests if the application has nothing to do.
     void mv_runLoop();
 
     /// @}
@@ -72,9 +83,12 @@ class MIVORA_EXPORT MVApplicationRunLoop
 
     MVApplicationRunLoop();
 
+    void restIfIdle(MVApplication& application);
+
     std::shared_ptr<Mivora::platform::RunLoop> runLoop_;     // of the thread
     std::shared_ptr<Mivora::platform::Timer> refreshTimer_;  // belongs to the thread
     std::atomic<std::int64_t> frameInterval_{1};
+    std::atomic<bool> resting_{false};
     bool started_ = false;
 
     mutable std::mutex mutex_;

@@ -156,6 +156,9 @@ void MVView::mv_setSuperview(MVView* superview) {
         previous->mv_removeSubviewFromHierarchy(this);
     }
     superview_ = superview != nullptr ? superview->backPointer() : nullptr;
+    if (superview != nullptr && layoutVisitWanted_) {
+        superview->wantLayoutVisit();
+    }
 
     giveWindowOfSuperview();
     if (superviewPointer() != superview) {

@@ -296,6 +296,9 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
 
     /// Wants `layoutSubviews` to be called in the next frame; a change of size does, too. A hidden
     /// view keeps the wish until it is shown.
+    ///
+    /// Thread: any; from another one than the main thread, frames hear of it when the main thread
+    /// next turns its loop.
     void setNeedsLayout();
 
     /// Lays out the superviews that want it, from the root down, and then this view, now. A view
@@ -519,8 +522,8 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// See `layoutSubviewsIfNeeded`.
     void mv_layoutSubviewsIfNeeded();
 
-    /// The four visits; see @ref frame-visits. Depth: each takes some hundred bytes of stack for
-    /// each level.
+    /// The four visits; see @ref frame-visits. Those of layout leave out subtrees in which nobody
+    /// wants one. Depth: each takes some hundred bytes of stack for each level.
     void mv_prepareForLayoutVisit();
     void mv_layoutVisit();
     virtual void mv_prepareForDrawVisit();
@@ -598,6 +601,9 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     std::shared_ptr<MVWindow> windowOfSubviews() const;
     void computeTransformMatrix();
     void layOutIfWanted();
+    void wantLayoutVisit();
+    void tellWindowOfLayoutVisit(bool wanted);
+    bool childWantsLayoutVisit() const;
     void forgetCurrentDrawing();
 
     /// Whether the interaction is this view's or one's below it, rather than of what is behind.
@@ -629,7 +635,8 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     bool interactionEnabled_ = true;
     bool mouseHoverEnabled_ = false;
     bool effectivelyHidden_ = false;
-    bool layingOut_ = false;  ///< `layoutSubviews` is running.
+    bool layingOut_ = false;          ///< `layoutSubviews` is running.
+    bool layoutVisitWanted_ = false;  ///< This view or one below it may want a layout.
 
     // And so does, with the flags, what hit testing reads of every view.
     float contentScaleFactor_;

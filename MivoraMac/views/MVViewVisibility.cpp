@@ -8,6 +8,9 @@ void MVView::setHidden(bool hidden) {
         return;
     }
     hidden_ = hidden;
+    if (!hidden) {
+        wantLayoutVisit();  // for wishes from the time when no visit came here
+    }
     mv_setEffectivelyHiddenDirty();
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "MivoraMac/platform/base/AtEndPrivate.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 #include "MivoraMac/platform/threads/MainThreadAssertPrivate.h"
 #include "MivoraMac/platform/threads/SerialQueue.h"
 #include "MivoraMac/render/MVRenderContext.h"
@@ -50,6 +51,53 @@ void MVView::mv_setLayoutDirty() {
         layoutDispatchQueue_ = MVViewCreateLayoutDispatchQueue(this);
     }
     layoutDispatchQueue_->sync([this] { layoutDirty_.store(true, std::memory_order_relaxed); });
+    if (!Mivora::platform::MainThread::isMainThread()) {
+        if (const std::weak_ptr<MVView> self = weak_from_this(); !self.expired()) {
+            Mivora::platform::MainThread::perform([self] {
+                if (const std::shared_ptr<MVView> view = self.lock()) {
+                    view->wantLayoutVisit();
+                }
+            });
+            return;
+        }
+        // Nobody else knows a view under construction.
+    }
+    wantLayoutVisit();
+}
+
+/// Has the next layout visit come to this view. Above a view that is to be visited all are, except
+/// above hidden ones, which the visit does not enter.
+void MVView::wantLayoutVisit() {
+    MVView* view = this;
+    view->layoutVisitWanted_ = true;
+    while (MVView* const superview = view->superviewPointer()) {
+        if (superview->layoutVisitWanted_) {
+            return;
+        }
+        view = superview;
+        view->layoutVisitWanted_ = true;
+    }
+    view->tellWindowOfLayoutVisit(true);
+}
+
+/// Lets whoever makes frames know whether a root wants the layout visits.
+void MVView::tellWindowOfLayoutVisit(bool wanted) {
+    if (windowPointer() == this) {
+        static_cast<MVWindow*>(this)->mv_setNeedsLayoutVisit(wanted);
+    }
+}
+
+bool MVView::childWantsLayoutVisit() const {
+    if (!MVViewTree::Children::exist(*this)) {
+        return false;
+    }
+    MVViewTree::Children children(*this);
+    while (const MVView* const child = children.next()) {
+        if (child->layoutVisitWanted_ && !child->hidden_) {
+            return true;
+        }
+    }
+    return false;
 }
 
 void MVView::layoutSubviewsIfNeeded() {
@@ -77,7 +125,7 @@ void MVView::prepareForLayoutSubviews() {}
 void MVView::layoutSubviews() {}
 
 void MVView::mv_prepareForLayoutVisit() {
-    if (hidden_) {
+    if (hidden_ || !layoutVisitWanted_) {
         return;
     }
     if (mv_isLayoutDirty()) {
@@ -93,17 +141,20 @@ void MVView::mv_prepareForLayoutVisit() {
 }
 
 void MVView::mv_layoutVisit() {
-    if (hidden_) {
+    if (hidden_ || !layoutVisitWanted_) {
+        tellWindowOfLayoutVisit(false);
         return;
     }
     layOutIfWanted();
-    if (!MVViewTree::Children::exist(*this)) {
-        return;
+    if (MVViewTree::Children::exist(*this)) {
+        MVViewTree::Children children(*this);
+        while (MVView* const child = children.next()) {
+            child->mv_layoutVisit();
+        }
     }
-    MVViewTree::Children children(*this);
-    while (MVView* const child = children.next()) {
-        child->mv_layoutVisit();
-    }
+    // Not before: what wants a layout during the visit may lie where it has been already.
+    layoutVisitWanted_ = mv_isLayoutDirty() || childWantsLayoutVisit();
+    tellWindowOfLayoutVisit(layoutVisitWanted_);
 }
 
 // Drawing

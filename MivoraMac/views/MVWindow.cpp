@@ -131,8 +131,17 @@ void MVWindow::layoutSubviews() {
     mv_buildProjectionMatrix();
 }
 
+void MVWindow::mv_setNeedsLayoutVisit(bool needsLayoutVisit) {
+    if (needsLayoutVisit_.exchange(needsLayoutVisit) || !needsLayoutVisit) {
+        return;
+    }
+    if (const std::shared_ptr<MVWindowOwner> owner = mv_owner()) {
+        owner->mv_windowDidBecomeLayoutDirty();
+    }
+}
+
 void MVWindow::mv_setDrawDirty() {
-    drawRequests_.fetch_add(1, std::memory_order_release);
+    drawRequests_.fetch_add(1);
     if (const std::shared_ptr<MVWindowOwner> owner = mv_owner()) {
         owner->mv_windowDidBecomeDrawDirty();
     }

@@ -18,8 +18,11 @@ class MIVORA_EXPORT MVWindowOwner {
  public:
     virtual ~MVWindowOwner();
 
-    /// The tree asked for a redraw.
+    /// The tree asked for a redraw. Thread: that of the request, any.
     virtual void mv_windowDidBecomeDrawDirty() {}
+
+    /// The tree has come to want layout visits.
+    virtual void mv_windowDidBecomeLayoutDirty() {}
 
     /// The camera changed. `sublayerTransform` gives native views that are placed over the drawing
     /// the same perspective: the identity, with -1 / d as what z contributes to w (column 2, row 3
@@ -129,17 +132,22 @@ class MIVORA_EXPORT MVWindow : public MVView {
     /// Brings the camera up to date.
     void layoutSubviews() override;
 
+    /// Notes whether anything in the tree wants a layout that the visits would come to.
+    void mv_setNeedsLayoutVisit(bool needsLayoutVisit);
+    /// Whether it does. False for a window without a size. Thread: any.
+    bool mv_needsLayoutVisit() const { return needsLayoutVisit_.load(); }
+
     /// Notes that the tree has to be drawn.
     void mv_setDrawDirty() override;
     /// Notes that it has been. Thread: any.
     void mv_setDrawClean();
     /// Whether the tree has to be drawn. True for a new window. Thread: any.
     bool mv_windowNeedsDraw() const {
-        return drawnRequests_.load(std::memory_order_acquire) < mv_drawRequests();
+        return drawnRequests_.load() < mv_drawRequests();
     }
 
     /// How often the tree has asked for a redraw so far. Thread: any.
-    std::uint64_t mv_drawRequests() const { return drawRequests_.load(std::memory_order_acquire); }
+    std::uint64_t mv_drawRequests() const { return drawRequests_.load(); }
     /// As `mv_setDrawClean`, for a frame that was drawn when there had been `requests`: what was
     /// asked for since is still to be drawn. Thread: any.
     void mv_setDrawCleanAsOf(std::uint64_t requests);
@@ -157,6 +165,7 @@ class MIVORA_EXPORT MVWindow : public MVView {
     std::weak_ptr<MVRenderSurface> surface_;
     glm::mat4 projectionMatrix_{1.0F};
     bool projectionMatrixDirty_ = true;
+    std::atomic<bool> needsLayoutVisit_{false};
     std::atomic<std::uint64_t> drawRequests_{0};
     std::atomic<std::uint64_t> drawnRequests_{0};  // as many of them as have been drawn
     float fieldOfView_ = 1.0471976F;

@@ -8,11 +8,13 @@
 #include <thread>
 
 #include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 #include "MivoraMac/views/MVView.h"
 #include "tests/views/RecordingView.h"
 
 namespace {
 
+using Mivora::platform::MainThread;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -147,6 +149,7 @@ TEST(MVViewLayoutTest, aRequestMayComeFromAnotherThread) {
     const auto view = MVView::init();
     std::thread([&] { view->setNeedsLayout(); }).join();
     EXPECT_TRUE(view->mv_isLayoutDirty());
+    MainThread::runUntil([] { return false; }, 0);
     view->mv_layoutVisit();
     EXPECT_FALSE(view->mv_isLayoutDirty());
 }
