@@ -27,6 +27,33 @@ GLsizei extent(std::uint64_t pixels) {
     return static_cast<GLsizei>(std::min(pixels, kMost));
 }
 
+/// How pixels become a texture.
+struct TextureLayout {
+    GLsizei width;
+    GLsizei height;
+    std::uint32_t internalFormat;
+    std::uint32_t pixelFormat;
+};
+
+/// Puts pixels into a texture, one with a new name if asked for or if there is none.
+void specifyTexture(std::atomic<std::uint32_t>& name, bool isNew, const TextureLayout& layout,
+                    const void* data) {
+    GLuint texture = name;
+    if (isNew || texture == 0) {
+        glGenTextures(1, &texture);
+        name.store(texture, std::memory_order_release);
+    }
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(layout.internalFormat), layout.width,
+                 layout.height, 0, layout.pixelFormat, GL_UNSIGNED_BYTE, data);
+    glBindTexture(GL_TEXTURE_2D, 0);
+}
+
 void call(const MVImageCompletionBlock& block, const std::shared_ptr<MVImage>& image,
           bool success) {
     if (block) {
@@ -122,28 +149,33 @@ void MVImage::mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixel
     mv_upload(data, GL_RGBA, pixelFormat, TextureName::New);
 }
 
+void MVImage::mv_loadPixelsWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    std::shared_ptr<const void> pixels, std::uint64_t width, std::uint64_t height, float scale,
+    std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
+    mv_storeWidthHeightScaleCoordinateSystemPremultipliedAlpha(width, height, scale,
+                                                               coordinateSystem, premultiplied);
+    mv_uploadLater(std::move(pixels), GL_RGBA, pixelFormat, TextureName::New);
+}
+
 void MVImage::mv_upload(const void* data, std::uint32_t internalFormat, std::uint32_t pixelFormat,
                         TextureName which) {
-    const auto context = MVRenderContext::activeContext();
-    if (!context) {
-        return;
+    if (const auto context = MVRenderContext::activeContext()) {
+        context->mv_dispatchBlockSync([&] {
+            specifyTexture(texture_, which == TextureName::New,
+                           {extent(width_), extent(height_), internalFormat, pixelFormat}, data);
+        });
     }
-    context->mv_dispatchBlockSync([&] {
-        GLuint texture = texture_;
-        if (which == TextureName::New || texture == 0) {
-            glGenTextures(1, &texture);
-            texture_.store(texture, std::memory_order_release);
-        }
-        glBindTexture(GL_TEXTURE_2D, texture);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-        glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(internalFormat), extent(width_),
-                     extent(height_), 0, pixelFormat, GL_UNSIGNED_BYTE, data);
-        glBindTexture(GL_TEXTURE_2D, 0);
-    });
+}
+
+void MVImage::mv_uploadLater(std::shared_ptr<const void> pixels, std::uint32_t internalFormat,
+                             std::uint32_t pixelFormat, TextureName which) {
+    if (const auto context = MVRenderContext::activeContext()) {
+        const TextureLayout layout{extent(width_), extent(height_), internalFormat, pixelFormat};
+        context->dispatchBlock(
+            [self = shared_from_this(), pixels = std::move(pixels), layout, which] {
+                specifyTexture(self->texture_, which == TextureName::New, layout, pixels.get());
+            });
+    }
 }
 
 bool MVImage::mv_initWithContentsOfFile(const std::string& path, std::int32_t coordinateSystem) {

@@ -75,6 +75,12 @@ class MIVORA_EXPORT MVImage : public MVImageFactory<MVImage, Mivora::platform::O
         const void* data, std::uint64_t width, std::uint64_t height, float scale,
         std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat);
 
+    /// As above with pixels that the caller shares: they are kept, unchanged, until they have been
+    /// uploaded, and nobody waits for that.
+    void mv_loadPixelsWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+        std::shared_ptr<const void> pixels, std::uint64_t width, std::uint64_t height, float scale,
+        std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat);
+
     /// What the factory functions do with a new image; false where they are to yield null.
     bool mv_initWithContentsOfFile(const std::string& path, std::int32_t coordinateSystem);
     bool mv_initWithContentsOfFile(const std::string& path, std::int32_t coordinateSystem,
@@ -115,6 +121,9 @@ class MIVORA_EXPORT MVImage : public MVImageFactory<MVImage, Mivora::platform::O
     /// Uploads pixels of the stored size. Returns when it is done.
     void mv_upload(const void* data, std::uint32_t internalFormat, std::uint32_t pixelFormat,
                    TextureName which);
+    /// As `mv_upload` with pixels that the caller shares; returns at once.
+    void mv_uploadLater(std::shared_ptr<const void> pixels, std::uint32_t internalFormat,
+                        std::uint32_t pixelFormat, TextureName which);
 
     /// Stores what is known of a bitmap and has its pixels made and loaded in the background.
     void mv_loadInBackground(const BitmapImagePointer& bitmap, float scale,

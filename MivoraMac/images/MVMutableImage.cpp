@@ -26,6 +26,10 @@ std::uint32_t pixelFormatOf(const PixelBuffer& pixelBuffer) {
     }
 }
 
+std::uint32_t internalFormatFor(std::uint32_t pixelFormat) {
+    return pixelFormat == GL_BGRA ? GL_RGBA8 : GL_RGBA;
+}
+
 }  // namespace
 
 MVMutableImage::MVMutableImage() = default;
@@ -129,10 +133,9 @@ bool MVMutableImage::replaceWithCVPixelBuffer(const std::shared_ptr<PixelBuffer>
     return true;
 }
 
-void MVMutableImage::
-    mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
-        const void* data, std::uint64_t width, std::uint64_t height, float scale,
-        std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
+template <class Upload>
+void MVMutableImage::replace(std::uint64_t width, std::uint64_t height, float scale,
+                             std::int32_t coordinateSystem, bool premultiplied, Upload upload) {
     const bool changesSize = width != mv_width() || height != mv_height() || scale != this->scale();
     const bool changesSystem = coordinateSystem != this->coordinateSystem();
     const bool changesAlpha = premultiplied != premultipliedAlpha();
@@ -148,7 +151,7 @@ void MVMutableImage::
     }
     mv_storeWidthHeightScaleCoordinateSystemPremultipliedAlpha(width, height, scale,
                                                                coordinateSystem, premultiplied);
-    mv_upload(data, pixelFormat == GL_BGRA ? GL_RGBA8 : GL_RGBA, pixelFormat, TextureName::Kept);
+    upload();
     setUpdateIndex(updateIndex_ + 1);
     if (changesSize) {
         didChangeValueForKey("size");
@@ -159,4 +162,23 @@ void MVMutableImage::
     if (changesAlpha) {
         didChangeValueForKey("premultipliedAlpha");
     }
+}
+
+void MVMutableImage::
+    mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+        const void* data, std::uint64_t width, std::uint64_t height, float scale,
+        std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
+    replace(width, height, scale, coordinateSystem, premultiplied, [&] {
+        mv_upload(data, internalFormatFor(pixelFormat), pixelFormat, TextureName::Kept);
+    });
+}
+
+void MVMutableImage::
+    mv_replaceWithPixelsWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+        std::shared_ptr<const void> pixels, std::uint64_t width, std::uint64_t height, float scale,
+        std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
+    replace(width, height, scale, coordinateSystem, premultiplied, [&] {
+        mv_uploadLater(std::move(pixels), internalFormatFor(pixelFormat), pixelFormat,
+                       TextureName::Kept);
+    });
 }

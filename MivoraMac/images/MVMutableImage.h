@@ -76,7 +76,12 @@ class MIVORA_EXPORT MVMutableImage : public MVImageFactory<MVMutableImage, MVIma
     bool replaceWithCVPixelBuffer(
         const std::shared_ptr<Mivora::platform::PixelBuffer>& pixelBuffer);
 
-    /// Internal to the library: the one way in which pixels are replaced.
+    /// Internal to the library: as the form below with pixels that the caller shares; they are
+    /// kept, unchanged, until they have been uploaded, and nobody waits for that.
+    void mv_replaceWithPixelsWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+        std::shared_ptr<const void> pixels, std::uint64_t width, std::uint64_t height, float scale,
+        std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat);
+    /// Internal to the library: the way in which pixels are replaced.
     void mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         const void* data, std::uint64_t width, std::uint64_t height, float scale,
         std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat);
@@ -86,5 +91,9 @@ class MIVORA_EXPORT MVMutableImage : public MVImageFactory<MVMutableImage, MVIma
     MVMutableImage();
 
  private:
+    template <class Upload>
+    void replace(std::uint64_t width, std::uint64_t height, float scale,
+                 std::int32_t coordinateSystem, bool premultiplied, Upload upload);
+
     std::uint32_t updateIndex_ = 0;
 };
