@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "MivoraMac/app/MVApplicationRenderView.h"
+#include "MivoraMac/input/MVFingerDispatcher.h"
 #include "MivoraMac/input/MVGestureRecognizerDelegate.h"
 #include "MivoraMac/input/MVMouse.h"
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
@@ -31,6 +32,7 @@
 #include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/headless/HeadlessFingers.h"
 #include "MivoraMac/platform/headless/HeadlessPointer.h"
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
 #include "MivoraMac/platform/threads/MainThread.h"
@@ -39,6 +41,7 @@
 using Mivora::Point2;
 using Mivora::Point3;
 using Mivora::platform::Event;
+using Mivora::platform::HeadlessFingers;
 using Mivora::platform::HeadlessPointer;
 using Mivora::platform::HeadlessWindow;
 using Mivora::platform::MainThread;
@@ -173,6 +176,8 @@ class World {
         frame_->setContentView(renderView_);
         frame_->show();
         pointer_ = std::make_unique<HeadlessPointer>(renderView_);
+        hostFingers_ = std::make_unique<HeadlessFingers>(renderView_);
+        renderView_->mouseToTouchDispatcher()->setMakesFingerTouches(bytes.size() % 2 != 0);
         world = this;
         addView();
     }
@@ -193,7 +198,13 @@ class World {
         guarded([this] { deliver(Event::Type::MouseUp); });
         guarded([this] { deliver(Event::Type::RightMouseUp); });
         guarded([this] { deliver(Event::Type::MiddleMouseUp); });
+        guarded([this] {
+            if (renderView_) {
+                renderView_->fingerDispatcher()->cancelAllTouches();
+            }
+        });
         require(!renderView_ || !renderView_->mouseToTouchDispatcher()->mv_currentMouseTouch());
+        require(!renderView_ || !renderView_->fingerDispatcher()->hasTouches());
         MVTouchSet fingers;
         for (const auto& finger : fingers_) {
             fingers.insert(finger);
@@ -375,11 +386,13 @@ class World {
             case 28:
                 return depth_ == 0 ? settle() : void();
             case 29:
-                return beginFingers();
+                return isOther ? landFingers() : beginFingers();
             case 30:
-                return moveFingers();
+                return isOther ? slideFingers() : moveFingers();
+            case 31:
+                return isOther ? pinch() : takeFlag() ? endFingers() : changeWorld();
             default:
-                return takeFlag() ? endFingers() : changeWorld();
+                return;
         }
     }
 
@@ -405,14 +418,22 @@ class World {
 
     /// An event that no well-behaved host would send now.
     void deliverAnything() {
-        deliver(
-            static_cast<Event::Type>(take() % (static_cast<int>(Event::Type::ScrollWheel) + 1)));
+        deliver(static_cast<Event::Type>(take() %
+                                         (static_cast<int>(Event::Type::TouchesCancelled) + 1)));
     }
     void deliver(Event::Type type) {
         Event event;
         event.type = type;
         const Point2 point = takePoint();
         event.locationInWindow = {static_cast<double>(point.x), static_cast<double>(point.y)};
+        if (type >= Event::Type::TouchesBegan) {
+            // The numbers of fingers that may be down, and perhaps one of them twice.
+            for (int count = take() % 4; count > 0; --count) {
+                const Point2 place = takePoint();
+                event.touches.push_back(
+                    {take() % 8U, {static_cast<double>(place.x), static_cast<double>(place.y)}});
+            }
+        }
         if (const auto view = renderView_) {
             view->deliver(std::make_shared<const Event>(event));
         }
@@ -617,6 +638,49 @@ class World {
         MVFinishTouches(touches);
     }
 
+    // Fingers of the host
+
+    HeadlessFingers::Finger takeFinger() {
+        const std::uint64_t number = take() % 8U;
+        const Point2 place = takePoint();
+        return {number, {static_cast<double>(place.x), static_cast<double>(place.y)}};
+    }
+    void landFingers() {
+        std::vector<HeadlessFingers::Finger> fingers;
+        for (int count = take() % 3; count >= 0; --count) {
+            fingers.push_back(takeFinger());
+        }
+        hostFingers_->land(fingers);
+    }
+    void slideFingers() {
+        std::vector<HeadlessFingers::Finger> fingers;
+        const std::uint8_t what = take();
+        for (int count = what % 3; count >= 0; --count) {
+            fingers.push_back(takeFinger());
+        }
+        switch (what / 3 % 4) {
+            case 0:
+            case 1:
+                return hostFingers_->move(fingers);
+            case 2:
+                return hostFingers_->lift({fingers.front().number});
+            default:
+                return hostFingers_->cancel();
+        }
+    }
+    void pinch() {
+        switch (take() % 6) {
+            case 0:
+                return pointer_->beginPinch();
+            case 1:
+                return pointer_->endPinch();
+            case 2:
+                return pointer_->cancelPinch();
+            default:
+                return pointer_->pinch(takeNumber(), takeNumber(), takeNumber(), takeNumber());
+        }
+    }
+
     /// The window or the native view goes, which is rare.
     void changeWorld() {
         switch (take()) {
@@ -656,6 +720,7 @@ class World {
     std::shared_ptr<MVApplicationRenderView> renderView_;
     std::shared_ptr<HeadlessWindow> frame_;
     std::unique_ptr<HeadlessPointer> pointer_;
+    std::unique_ptr<HeadlessFingers> hostFingers_;
 };
 
 void react() {

@@ -3,8 +3,11 @@
 #include <epoxy/gl.h>
 
 #include <algorithm>
+#include <optional>
+#include <utility>
 
 #include "MivoraMac/app/MVApplication.h"
+#include "MivoraMac/input/MVFingerDispatcher.h"
 #include "MivoraMac/input/MVMouseDispatcher.h"
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/input/MVScrollDispatcher.h"
@@ -15,7 +18,9 @@
 
 using Mivora::platform::Event;
 using Mivora::platform::OpenGLView;
+using Mivora::platform::RunAll;
 using Mivora::platform::runAll;
+using Mivora::platform::runLogged;
 using Mivora::platform::TrackingArea;
 using Mivora::platform::View;
 
@@ -45,6 +50,7 @@ MVApplicationRenderView::MVApplicationRenderView(const std::shared_ptr<MVApplica
     mouseDispatcher_ = MVMouseDispatcher::initWithWindow(window);
     scrollDispatcher_ = MVScrollDispatcher::initWithWindow(window);
     mouseToTouchDispatcher_ = MVMouseToTouchDispatcher::initWithWindow(window);
+    fingerDispatcher_ = MVFingerDispatcher::initWithWindow(window);
     bridgeViewContainer_ = View::initWithFrame(bounds());
     bridgeViewContainer_->setWantsLayer(true);
     updateTrackingAreas();
@@ -99,6 +105,11 @@ void MVApplicationRenderView::viewDidMoveToWindow() {
     setContentsScale(mv_scaleFactorForOpenGLView(*this));
     if (context_) {
         context_->mv_setRenderView(this);
+    }
+    if (!window()) {
+        // Nobody can tell what becomes of fingers outside a window.
+        const auto cancelFingers = [this] { fingerDispatcher_->cancelAllTouches(); };
+        runLogged(cancelFingers);
     }
 }
 
@@ -208,18 +219,18 @@ void MVApplicationRenderView::middleMouseUp(const std::shared_ptr<const Event>& 
 
 void MVApplicationRenderView::mouseEntered(const std::shared_ptr<const Event>& event) {
     mv_setActiveResources();
-    const bool isMain = isWindowMain();
-    if (isMain != mouseHoverActive_) {
-        isMain ? beginHover(event) : endHover(event);
+    const bool mayHover = this->mayHover();
+    if (mayHover != mouseHoverActive_) {
+        mayHover ? beginHover(event) : endHover(event);
     }
 }
 
 void MVApplicationRenderView::mouseMoved(const std::shared_ptr<const Event>& event) {
     mv_setActiveResources();
-    const bool isMain = isWindowMain();
-    if (isMain != mouseHoverActive_) {
-        isMain ? beginHover(event) : endHover(event);
-    } else if (isMain) {
+    const bool mayHover = this->mayHover();
+    if (mayHover != mouseHoverActive_) {
+        mayHover ? beginHover(event) : endHover(event);
+    } else if (mayHover) {
         mouseDispatcher_->systemMouseHoverMovedWithEvent(mv_pointForEvent(*event), event);
     }
 }
@@ -281,9 +292,46 @@ void MVApplicationRenderView::mv_setActiveResources() {
     }
 }
 
-bool MVApplicationRenderView::isWindowMain() const {
+void MVApplicationRenderView::touchesBegan(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
+    RunAll all;
+    all.run([&] {
+        if (mouseHoverActive_) {
+            endHover(event);
+        }
+    });
+    all.run([&] { fingerDispatcher_->systemTouchesBeganWithEvent(event); });
+    std::optional<Mivora::platform::Point> former;
+    for (const Event::Touch& touch : event->touches) {
+        const Mivora::platform::Point at = touch.landing.value_or(touch.location);
+        if (std::exchange(former, at) != at) {
+            all.run([&] {
+                scrollDispatcher_->cancelActiveScrollEventWithEvent(
+                    {static_cast<float>(at.x), static_cast<float>(at.y)}, event);
+            });
+        }
+    }
+    all.rethrow();
+}
+
+void MVApplicationRenderView::touchesMoved(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
+    fingerDispatcher_->systemTouchesMovedWithEvent(event);
+}
+
+void MVApplicationRenderView::touchesEnded(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
+    fingerDispatcher_->systemTouchesEndedWithEvent(event);
+}
+
+void MVApplicationRenderView::touchesCancelled(const std::shared_ptr<const Event>& event) {
+    mv_setActiveResources();
+    fingerDispatcher_->systemTouchesCancelledWithEvent(event);
+}
+
+bool MVApplicationRenderView::mayHover() const {
     const auto in = window();
-    return in && in->isMainWindow();
+    return in && in->isMainWindow() && !fingerDispatcher_->hasTouches();
 }
 
 void MVApplicationRenderView::beginHover(const std::shared_ptr<const Event>& event) {

@@ -11,6 +11,7 @@
 
 class MVApplication;
 class MVBridgedView;
+class MVFingerDispatcher;
 class MVMouseDispatcher;
 class MVMouseToTouchDispatcher;
 class MVRenderContext;
@@ -21,13 +22,25 @@ class MVWindow;
 ///
 /// It keeps the viewport at its size in pixels, has the application draw a frame within every
 /// change of size, holds the native views that stand over the drawing, and hands events to its
-/// three dispatchers:
+/// dispatchers:
 /// - the primary button to touches and mouse, in this order; between them, a press cancels
 ///   scrolling;
 /// - the secondary and the middle button to the mouse, after a press has cancelled scrolling;
 /// - a pointer with no button held to the mouse, as a hover, while the window is the main one;
 /// - a wheel, fingers and momentum to scrolling; a line of a wheel counts as 24 points;
-/// - leaving the view ends the hover, then cancels scrolling, then the touch.
+/// - leaving the view ends the hover, then cancels scrolling, then the touch;
+/// - fingers to touches of their own, and to nothing else: no button is pressed by them.
+///
+/// Fingers and the pointer do not know of each other, but for this:
+/// - a finger that lands ends the hover; it begins again with the first move of the pointer after
+///   the last finger has been lifted;
+/// - a finger that lands cancels scrolling, as a press does, with the view under the finger;
+/// - buttons and scrolling go on, or begin, while fingers are down, and fingers land while a button
+///   is held: the pointer's touch and theirs are touches beside each other, which a recognizer of
+///   several touches may take together;
+/// - leaving the view is the pointer's: fingers stay, wherever they go, until they are lifted;
+/// - a gesture of two fingers on a touchpad is two more fingers, in all of this;
+/// - when the view leaves its window, all fingers are cancelled.
 ///
 /// Each is done whatever the hooks of the others throw, which goes into the log.
 ///
@@ -56,6 +69,11 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     /// Where the primary button goes to as a touch.
     const std::shared_ptr<MVMouseToTouchDispatcher>& mouseToTouchDispatcher() const {
         return mouseToTouchDispatcher_;
+    }
+
+    /// Where fingers go to as touches.
+    const std::shared_ptr<MVFingerDispatcher>& fingerDispatcher() const {
+        return fingerDispatcher_;
     }
 
     /// True: there is nothing to see through the drawing.
@@ -113,6 +131,10 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     void mouseMoved(const std::shared_ptr<const Event>& event) override;
     void mouseExited(const std::shared_ptr<const Event>& event) override;
     void scrollWheel(const std::shared_ptr<const Event>& event) override;
+    void touchesBegan(const std::shared_ptr<const Event>& event) override;
+    void touchesMoved(const std::shared_ptr<const Event>& event) override;
+    void touchesEnded(const std::shared_ptr<const Event>& event) override;
+    void touchesCancelled(const std::shared_ptr<const Event>& event) override;
 
  private:
     friend struct ::MVMaker;
@@ -122,7 +144,7 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
 
     /// What a client makes while it handles an event belongs with what the event is about.
     void mv_setActiveResources();
-    bool isWindowMain() const;
+    bool mayHover() const;
     void beginHover(const std::shared_ptr<const Event>& event);
     void endHover(const std::shared_ptr<const Event>& event);
 
@@ -135,6 +157,7 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     std::shared_ptr<MVMouseDispatcher> mouseDispatcher_;
     std::shared_ptr<MVScrollDispatcher> scrollDispatcher_;
     std::shared_ptr<MVMouseToTouchDispatcher> mouseToTouchDispatcher_;
+    std::shared_ptr<MVFingerDispatcher> fingerDispatcher_;
 };
 
 /// Pixels for each point of a view's drawing: the scale of the window it is in, if it wants the

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "MivoraMac/input/MVEventLogPrivate.h"
-#include "MivoraMac/input/MVTouch.h"
+#include "MivoraMac/input/MVFingerTouch.h"
 #include "MivoraMac/input/MVTouchDispatch.h"
 #include "MivoraMac/platform/threads/RunAllPrivate.h"
 #include "MivoraMac/views/MVWindow.h"
@@ -26,7 +26,10 @@ MVMouseToTouchDispatcher::~MVMouseToTouchDispatcher() {
 
 void MVMouseToTouchDispatcher::systemTouchBeganWithEvent(const EventPointer& event) {
     const auto kept = shared_from_this();
-    const auto touch = MVTouch::touchWithSystemEventAndWindow(event, window_.lock());
+    const std::shared_ptr<MVWindow> window = window_.lock();
+    const std::shared_ptr<MVTouch> touch =
+        makesFingerTouches_ ? MVFingerTouch::initWithSystemEventAndWindow(event, window)
+                            : MVTouch::touchWithSystemEventAndWindow(event, window);
     if (const auto former = std::exchange(currentMouseTouch_, touch)) {
         former->mv_finish();
     }

@@ -45,6 +45,17 @@ class MIVORA_EXPORT MVMouseToTouchDispatcher
     void systemTouchEndedWithEvent(const EventPointer& event);
     void systemTouchCancelledWithEvent(const EventPointer& event);
 
+    /// Whether the touches are of the kind of fingers, whose place on the screen follows the
+    /// pointer
+    /// (`MVFingerTouch`): a pan of the mouse then begins after ten points, as one of a finger, and
+    /// a click during which the pointer trembles stays a click. False at first: the place is that
+    /// of the press (`MVPlatformTouch`), and every move begins a pan.
+    bool makesFingerTouches() const { return makesFingerTouches_; }
+    /// Takes effect with the next press.
+    void setMakesFingerTouches(bool makesFingerTouches) {
+        makesFingerTouches_ = makesFingerTouches;
+    }
+
     /// The touch of the press in progress, or null.
     const std::shared_ptr<MVTouch>& mv_currentMouseTouch() const { return currentMouseTouch_; }
 
@@ -57,4 +68,5 @@ class MIVORA_EXPORT MVMouseToTouchDispatcher
 
     std::weak_ptr<MVWindow> window_;
     std::shared_ptr<MVTouch> currentMouseTouch_;
+    bool makesFingerTouches_ = false;
 };

@@ -25,18 +25,26 @@ Mivora::Point2 locationOf(const Event* event) {
 std::shared_ptr<MVPlatformTouch> MVPlatformTouch::initWithSystemEventAndWindow(
     const std::shared_ptr<const Event>& event, const std::shared_ptr<MVWindow>& window) {
     auto touch = MVMake<MVPlatformTouch>(event);
-    const Mivora::Ray3 ray = mv_unprojectSystemEventOnWindow(event, window);
-    touch->setPreviousRay(ray);
-    touch->setRay(ray);
-    if (window) {
-        const std::shared_ptr<MVView> view = window->viewForInteraction(touch);
-        touch->setView(view);
-        touch->setTrackingView(view);
-    }
+    touch->mv_placeOnWindow(window, event);
     return touch;
 }
 
-MVPlatformTouch::MVPlatformTouch(std::shared_ptr<const Event> event) : MVTouch(std::move(event)) {}
+MVPlatformTouch::MVPlatformTouch(std::shared_ptr<const Event> event)
+    : MVTouch(std::move(event)),
+      pointerPoint_(locationOf(mv_systemTouch().get())),
+      previousPointerPoint_(pointerPoint_) {}
+
+void MVPlatformTouch::mv_placeOnWindow(const std::shared_ptr<MVWindow>& window,
+                                       const std::shared_ptr<const Event>& landing) {
+    setRay(mv_unprojectSystemEventOnWindow(landing, window));
+    if (window) {
+        const std::shared_ptr<MVView> view = window->viewForInteraction(shared_from_this());
+        setView(view);
+        setTrackingView(view);
+    }
+    setRay(mv_unprojectSystemEventOnWindow(mv_systemTouch(), window));
+    setPreviousRay(ray());
+}
 
 void MVPlatformTouch::updateWithSystemEventOnWindow(const std::shared_ptr<const Event>& event,
                                                     const std::shared_ptr<MVWindow>& window) {
@@ -44,6 +52,8 @@ void MVPlatformTouch::updateWithSystemEventOnWindow(const std::shared_ptr<const 
     hasUpdated_ = true;
     // The event that the touch began with, not this one: only the ray follows the pointer.
     screenPoint_ = locationOf(mv_systemTouch().get());
+    previousPointerPoint_ = pointerPoint_;
+    pointerPoint_ = locationOf(event.get());
     setPreviousRay(ray());
     setRay(mv_unprojectSystemEventOnWindow(event, window));
 }

@@ -40,6 +40,8 @@ class MIVORA_EXPORT MVPlatformTouch : public MVTouch {
     /// @throws MVException "MVTouch not updated" before the first update
     Mivora::Point2 previousScreenPoint() const override;
 
+    Mivora::Point2 mv_pointerPoint() const override { return pointerPoint_; }
+
     /// 1: a button is down or not.
     float touchForce() const override { return 1.0F; }
     /// 1, as `touchForce`; `touchForceSupported` stays false, for nothing is measured.
@@ -56,8 +58,17 @@ class MIVORA_EXPORT MVPlatformTouch : public MVTouch {
     /// A touch with rays of zero, over no view.
     explicit MVPlatformTouch(std::shared_ptr<const Mivora::platform::Event> event);
 
+    /// Puts the touch at the place of its event, over the view that is hit at another or the same.
+    void mv_placeOnWindow(const std::shared_ptr<MVWindow>& window,
+                          const std::shared_ptr<const Mivora::platform::Event>& landing);
+
+    /// The pointer's place one update earlier.
+    Mivora::Point2 mv_previousPointerPoint() const { return previousPointerPoint_; }
+
  private:
     Mivora::Point2 screenPoint_ = Mivora::Point2::kZero;
     Mivora::Point2 previousScreenPoint_ = Mivora::Point2::kZero;
+    Mivora::Point2 pointerPoint_ = Mivora::Point2::kZero;
+    Mivora::Point2 previousPointerPoint_ = Mivora::Point2::kZero;
     bool hasUpdated_ = false;
 };

@@ -20,9 +20,9 @@ struct Event;
 /// casts, the view that it was first over, the view that tracks it and the recognizers that follow
 /// it. Views and recognizers ask it for its place in a view.
 ///
-/// This is the base; `MVPlatformTouch` is the one that the host's events make. A program with
-/// another source of touches derives from it and overrides `updateWithSystemEventOnWindow`,
-/// `screenPoint` and `previousScreenPoint`.
+/// This is the base; `MVPlatformTouch` is the one that the host's events make, of the mouse, and
+/// `MVFingerTouch` that of fingers. A program with another source of touches derives from it and
+/// overrides `updateWithSystemEventOnWindow`, `screenPoint` and `previousScreenPoint`.
 ///
 /// Thread: main.
 class MIVORA_EXPORT MVTouch : public MVInteraction, public std::enable_shared_from_this<MVTouch> {
@@ -87,6 +87,9 @@ class MIVORA_EXPORT MVTouch : public MVInteraction, public std::enable_shared_fr
     /// The place one update earlier.
     /// @throws MVException (internal inconsistency) unless overridden
     virtual Mivora::Point2 previousScreenPoint() const;
+
+    /// Where the pointer or the finger really is, in the space of `screenPoint`.
+    virtual Mivora::Point2 mv_pointerPoint() const { return screenPoint(); }
 
     /// How hard the device is pressed, from 0 to `maximumPossibleTouchForce`; 0 where it is
     /// unknown.

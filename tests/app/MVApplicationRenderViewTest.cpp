@@ -9,10 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "MivoraMac/input/MVFingerDispatcher.h"
 #include "MivoraMac/input/MVMouse.h"
 #include "MivoraMac/input/MVMouseDispatcher.h"
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/input/MVScroll.h"
+#include "MivoraMac/platform/headless/HeadlessFingers.h"
 #include "MivoraMac/platform/headless/HeadlessPointer.h"
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
 #include "MivoraMac/platform/windows/NativeWindow.h"
@@ -22,6 +24,7 @@
 
 using Mivora::Point2;
 using Mivora::platform::Event;
+using Mivora::platform::HeadlessFingers;
 using Mivora::platform::HeadlessPointer;
 using Mivora::platform::HeadlessWindow;
 using Mivora::platform::PixelSize;
@@ -166,9 +169,11 @@ class MVApplicationRenderViewTest : public testing::Test {
     std::shared_ptr<MVApplicationRenderView> renderView_;
     std::shared_ptr<HeadlessWindow> frame_;
     std::unique_ptr<HeadlessPointer> pointer_;
+    std::unique_ptr<HeadlessFingers> fingers_;
 
     void SetUp() override {
         pointer_ = std::make_unique<HeadlessPointer>(renderView_);
+        fingers_ = std::make_unique<HeadlessFingers>(renderView_);
         pointer_->moveTo(20, 30);
         lines_.clear();
     }
@@ -411,6 +416,126 @@ TEST_F(MVApplicationRenderViewTest, everyPhaseOfFingersAndOfMomentumHasItsCall) 
         EXPECT_EQ(scroll(row.phase, Event::PhaseCancelled), row.expected) << "phase " << row.phase;
         scroll(Event::PhaseBegan, Event::PhaseNone);
         EXPECT_EQ(scroll(Event::PhaseNone, row.phase), row.expected) << "momentum " << row.phase;
+    }
+}
+
+// Fingers, beside the pointer
+
+TEST_F(MVApplicationRenderViewTest, fingersAreTouchesOfTheirOwnAndPressNoButton) {
+    EXPECT_THAT(linesOf([&] {
+                    fingers_->land({{1, {20, 20}}, {2, {60, 20}}});
+                }),
+                ElementsAre("hover ended", "touches began 2", "scroll began 0,0",
+                            "scroll cancelled 0,0", "scroll began 0,0", "scroll cancelled 0,0"));
+    EXPECT_THAT(linesOf([&] { fingers_->move({{1, {25, 20}}}); }), ElementsAre("touches moved 1"));
+    EXPECT_THAT(linesOf([&] { fingers_->lift({1}); }), ElementsAre("touches ended 1"));
+    EXPECT_THAT(linesOf([&] { fingers_->cancel(); }), ElementsAre("touches cancelled 1"));
+}
+
+TEST_F(MVApplicationRenderViewTest, aHoverEndsWhenAFingerLandsAndBeginsAfterTheLastIsLifted) {
+    EXPECT_THAT(linesOf([&] {
+                    fingers_->land({{1, {20, 20}}});
+                }),
+                testing::Contains("hover ended"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(21, 30); }), IsEmpty());
+    EXPECT_THAT(linesOf([&] {
+                    pointer_->leave();
+                    pointer_->moveTo(22, 30);
+                }),
+                IsEmpty());
+    EXPECT_THAT(linesOf([&] { fingers_->lift({1}); }), ElementsAre("touches ended 1"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(23, 30); }), ElementsAre("hover began"));
+}
+
+TEST_F(MVApplicationRenderViewTest, aFingerThatLandsCancelsScrolling) {
+    scroll(Event::PhaseBegan, Event::PhaseNone);
+    EXPECT_THAT(linesOf([&] {
+                    fingers_->land({{1, {20, 20}}});
+                }),
+                ElementsAre("hover ended", "touches began 1", "scroll cancelled 0,0"));
+    EXPECT_THAT(scroll(Event::PhaseChanged, Event::PhaseNone), IsEmpty());
+}
+
+TEST_F(MVApplicationRenderViewTest, scrollingGoesOnWhileAFingerIsDown) {
+    fingers_->land({{1, {20, 20}}});
+    EXPECT_THAT(linesOf([&] { pointer_->scrollLines(0, 1); }),
+                ElementsAre("scroll began 0,24", "scroll ended 0,0"));
+    EXPECT_THAT(linesOf([&] { fingers_->move({{1, {25, 20}}}); }), ElementsAre("touches moved 1"));
+}
+
+TEST_F(MVApplicationRenderViewTest, aButtonAndAFingerDoNotKnowOfEachOther) {
+    pointer_->press();
+    EXPECT_THAT(linesOf([&] {
+                    fingers_->land({{1, {20, 20}}});
+                }),
+                testing::Contains("touches began 1"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(40, 20); }),
+                ElementsAre("touches moved 1", "mouse moved button 1 clicks 1"));
+    EXPECT_THAT(linesOf([&] { pointer_->release(); }),
+                ElementsAre("touches ended 1", "mouse ended button 1 clicks 1"));
+    EXPECT_THAT(linesOf([&] { pointer_->press(); }), testing::Contains("touches began 1"));
+    EXPECT_THAT(linesOf([&] { fingers_->lift({1}); }), ElementsAre("touches ended 1"));
+    EXPECT_THAT(linesOf([&] { pointer_->release(); }), testing::Contains("touches ended 1"));
+}
+
+TEST_F(MVApplicationRenderViewTest, leavingTheViewIsThePointersAlone) {
+    pointer_->press();
+    fingers_->land({{1, {20, 20}}});
+    EXPECT_THAT(linesOf([&] { pointer_->leave(); }), ElementsAre("touches cancelled 1"));
+    EXPECT_THAT(linesOf([&] {
+                    fingers_->move({{1, {-20, 200}}});
+                }),
+                ElementsAre("touches moved 1"));
+    EXPECT_THAT(linesOf([&] { fingers_->lift({1}); }), ElementsAre("touches ended 1"));
+}
+
+TEST_F(MVApplicationRenderViewTest, aPinchOnATouchpadIsTwoMoreFingers) {
+    pointer_->moveTo(50, 25);
+    fingers_->land({{1, {20, 20}}});
+    EXPECT_THAT(linesOf([&] { pointer_->beginPinch(); }),
+                ElementsAre("touches began 2", "scroll began 0,0", "scroll cancelled 0,0"));
+    EXPECT_EQ(renderView_->fingerDispatcher()->mv_touches().size(), 3U);
+    EXPECT_THAT(linesOf([&] { pointer_->pinch(2); }), ElementsAre("touches moved 2"));
+    EXPECT_THAT(linesOf([&] { fingers_->lift({1}); }), ElementsAre("touches ended 1"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(51, 25); }), IsEmpty()) << "no hover meanwhile";
+    EXPECT_THAT(linesOf([&] { pointer_->beginPinch(); }),
+                ElementsAre("touches cancelled 2", "touches began 2", "scroll began 0,0",
+                            "scroll cancelled 0,0"));
+    EXPECT_THAT(linesOf([&] { pointer_->endPinch(); }), ElementsAre("touches ended 2"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(52, 25); }), ElementsAre("hover began"));
+}
+
+TEST_F(MVApplicationRenderViewTest, aViewThatLeavesItsWindowLosesItsFingers) {
+    fingers_->land({{1, {20, 20}}, {2, {60, 20}}});
+    EXPECT_THAT(linesOf([&] { frame_->close(); }), ElementsAre("touches cancelled 2"));
+    EXPECT_THAT(linesOf([&] {
+                    fingers_->move({{1, {25, 20}}});
+                    fingers_->lift({1, 2});
+                }),
+                IsEmpty());
+}
+
+TEST_F(MVApplicationRenderViewTest, whateverAHookThrowsNoFingerIsLeftBehind) {
+    for (const char* const throwing :
+         {"hover ended", "touches began 1", "scroll began 0,0", "scroll cancelled 0,0",
+          "touches moved 1", "touches ended 1", "touches cancelled 1"}) {
+        pointer_->moveTo(20, 30);
+        view_->throwing = throwing;
+        EXPECT_THAT(linesOf([&] {
+                        fingers_->land({{1, {20, 20}}});
+                    }),
+                    ElementsAre("hover ended", "touches began 1", "scroll began 0,0",
+                                "scroll cancelled 0,0"));
+        EXPECT_THAT(linesOf([&] {
+                        fingers_->move({{1, {21, 20}}});
+                    }),
+                    ElementsAre("touches moved 1"));
+        EXPECT_THAT(linesOf([&] { fingers_->lift({1}); }), ElementsAre("touches ended 1"));
+        fingers_->land({{1, {20, 20}}});
+        EXPECT_THAT(linesOf([&] { fingers_->cancel(); }), ElementsAre("touches cancelled 1"));
+        EXPECT_FALSE(renderView_->fingerDispatcher()->hasTouches());
+        view_->throwing.clear();
+        pointer_->moveTo(21, 30);
     }
 }
 

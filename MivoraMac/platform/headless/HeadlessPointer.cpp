@@ -106,8 +106,36 @@ void HeadlessPointer::scroll(double deltaX, double deltaY, Event::Phase phase,
     state->deliver(event);
 }
 
+void HeadlessPointer::beginPinch() {
+    const std::shared_ptr<State> state = state_;
+    state->deliver(state->pinch.begin(state->location));
+}
+
+void HeadlessPointer::pinch(double scale, double turn, double deltaX, double deltaY) {
+    const std::shared_ptr<State> state = state_;
+    state->deliver(state->pinch.update(scale, turn, {deltaX, deltaY}));
+}
+
+void HeadlessPointer::endPinch() {
+    const std::shared_ptr<State> state = state_;
+    state->deliver(state->pinch.end());
+}
+
+void HeadlessPointer::cancelPinch() {
+    const std::shared_ptr<State> state = state_;
+    state->deliver(state->pinch.cancel());
+}
+
+void HeadlessPointer::State::deliver(const PinchTracker::Events& events) const {
+    for (const Event& event : events) {
+        deliver(event);
+    }
+}
+
 void HeadlessPointer::State::deliver(Event event) const {
-    event.locationInWindow = location;
+    if (event.touches.empty()) {
+        event.locationInWindow = location;
+    }
     event.modifiers = modifiers;
     if (const std::shared_ptr<OpenGLView> target = view.lock()) {
         target->deliver(std::make_shared<const Event>(event));

@@ -5,6 +5,7 @@
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/platform/windows/Event.h"
+#include "MivoraMac/platform/windows/PinchTracker.h"
 
 namespace Mivora::platform {
 
@@ -58,6 +59,20 @@ class MIVORA_EXPORT HeadlessPointer {
     void scroll(double deltaX, double deltaY, Event::Phase phase,
                 Event::Phase momentumPhase = Event::PhaseNone);
 
+    /// Two fingers land on a touchpad to pinch, turn and move: to the view they are two fingers
+    /// around the pointer; see `PinchTracker`.
+    void beginPinch();
+    /// They move.
+    /// @param scale   the distance of the fingers, as a multiple of that at the begin
+    /// @param turn    how far they turn from the last call on, clockwise, in radians
+    /// @param deltaX  how far their middle moves from the last call on, in points
+    /// @param deltaY  as `deltaX`, up
+    void pinch(double scale, double turn = 0, double deltaX = 0, double deltaY = 0);
+    /// They are lifted.
+    void endPinch();
+    /// They are taken away.
+    void cancelPinch();
+
  private:
     struct Button {
         bool held = false;
@@ -73,9 +88,11 @@ class MIVORA_EXPORT HeadlessPointer {
         Button left;
         Button right;
         Button middle;
+        PinchTracker pinch;
 
         void deliver(Event event) const;
         void deliver(Event::Type type, std::int32_t clickCount = 0) const;
+        void deliver(const PinchTracker::Events& events) const;
         void setInside(bool nowInside);
         bool isAnyHeld() const;
         bool isOverView() const;

@@ -1,14 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <vector>
 
 #include "MivoraMac/platform/base/Rect.h"
 #include "MivoraMac/platform/windows/Modifiers.h"
 
 namespace Mivora::platform {
 
-/// Something that the pointer did over a native view, as the host reports it. Hosts make events,
-/// share them, and change them no more.
+/// Something that the pointer or fingers did over a native view, as the host reports it. Hosts make
+/// events, share them, and change them no more.
 struct Event {
     /// What happened.
     enum class Type {
@@ -25,6 +27,10 @@ struct Event {
         MouseMoved,    ///< the pointer moves over the view with no button held
         MouseExited,   ///< the pointer leaves the view
         ScrollWheel,   ///< a wheel turns, fingers scroll, or momentum goes on after them
+        TouchesBegan,  ///< fingers land on a screen
+        TouchesMoved,
+        TouchesEnded,      ///< fingers are lifted
+        TouchesCancelled,  ///< the system has taken fingers over
     };
 
     /// A part of a gesture of scrolling. The values are bits, so that hosts can pass on what they
@@ -38,12 +44,28 @@ struct Event {
         PhaseCancelled = 16,
     };
 
+    /// A finger on a screen, or one that stands for what fingers do on a touchpad.
+    struct Touch {
+        /// Tells the finger from others from its landing until it is lifted or cancelled.
+        std::uint64_t identifier = 0;
+        /// Where it is, in points as `locationInWindow`.
+        Point location;
+        /// Where the view that it lands on is looked for, if that is not where it is. Only as it
+        /// begins.
+        std::optional<Point> landing = std::nullopt;
+    };
+
     /// What happened; the fields below say more about it.
     Type type = Type::MouseMoved;
 
     /// Where the pointer is, in points from the bottom left corner of the view that the event is
-    /// delivered to; x to the right, y up. May lie outside while a button is held.
+    /// delivered to; x to the right, y up. May lie outside while a button is held. Of touches,
+    /// where the first is.
     Point locationInWindow;
+
+    /// The fingers that did so together; none but for touches. Fingers that rest are not among
+    /// them.
+    std::vector<Touch> touches;
 
     /// The modifier keys that are held meanwhile. A key that is pressed or let go makes no event.
     Modifiers modifiers;

@@ -140,6 +140,14 @@ void OpenGLView::dispatch(const std::shared_ptr<const Event>& event) {
                        : void();
         case Event::Type::ScrollWheel:
             return scrollWheel(event);
+        case Event::Type::TouchesBegan:
+            return touchesBegan(event);
+        case Event::Type::TouchesMoved:
+            return touchesMoved(event);
+        case Event::Type::TouchesEnded:
+            return touchesEnded(event);
+        case Event::Type::TouchesCancelled:
+            return touchesCancelled(event);
     }
 }
 
@@ -200,5 +208,9 @@ void OpenGLView::mouseEntered(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::mouseMoved(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::mouseExited(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::scrollWheel(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::touchesBegan(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::touchesMoved(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::touchesEnded(const std::shared_ptr<const Event>& /*event*/) {}
+void OpenGLView::touchesCancelled(const std::shared_ptr<const Event>& /*event*/) {}
 
 }  // namespace Mivora::platform

@@ -133,7 +133,7 @@ class MIVORA_EXPORT OpenGLView : public View, public GLContextView {
     /// The scale has changed.
     virtual void viewDidChangeBackingProperties();
 
-    /// What the pointer did; see `Event::Type`. The event is never null.
+    /// What the pointer or fingers did; see `Event::Type`. The event is never null.
     virtual void mouseDown(const std::shared_ptr<const Event>& event);
     virtual void mouseDragged(const std::shared_ptr<const Event>& event);
     virtual void mouseUp(const std::shared_ptr<const Event>& event);
@@ -147,6 +147,10 @@ class MIVORA_EXPORT OpenGLView : public View, public GLContextView {
     virtual void mouseMoved(const std::shared_ptr<const Event>& event);
     virtual void mouseExited(const std::shared_ptr<const Event>& event);
     virtual void scrollWheel(const std::shared_ptr<const Event>& event);
+    virtual void touchesBegan(const std::shared_ptr<const Event>& event);
+    virtual void touchesMoved(const std::shared_ptr<const Event>& event);
+    virtual void touchesEnded(const std::shared_ptr<const Event>& event);
+    virtual void touchesCancelled(const std::shared_ptr<const Event>& event);
 
     /// @}
 

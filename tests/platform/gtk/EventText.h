@@ -9,7 +9,8 @@
 namespace Mivora::tests {
 
 /// What kinds of events there are, as words: "down(2) moved". Scrolling has its deltas and phases:
-/// "scroll(0,-3,changed)", "momentum(0,2,began)", "wheel(0,1)".
+/// "scroll(0,-3,changed)", "momentum(0,2,began)", "wheel(0,1)"; touches have their fingers:
+/// "touches-moved[7 10,20]".
 inline std::string text(const std::vector<platform::Event>& events) {
     using platform::Event;
     const auto phaseName = [](Event::Phase phase) {
@@ -54,6 +55,14 @@ inline std::string text(const std::vector<platform::Event>& events) {
                 return "exited";
             case Event::Type::ScrollWheel:
                 return "scroll";
+            case Event::Type::TouchesBegan:
+                return "touches-began";
+            case Event::Type::TouchesMoved:
+                return "touches-moved";
+            case Event::Type::TouchesEnded:
+                return "touches-ended";
+            case Event::Type::TouchesCancelled:
+                return "touches-cancelled";
         }
         return "unknown";
     };
@@ -62,6 +71,10 @@ inline std::string text(const std::vector<platform::Event>& events) {
         words << (words.tellp() > 0 ? " " : "");
         if (event.type != Event::Type::ScrollWheel) {
             words << name(event.type);
+            for (const Event::Touch& touch : event.touches) {
+                words << "[" << touch.identifier << " " << touch.location.x << ","
+                      << touch.location.y << "]";
+            }
             if (event.clickCount != 0) {
                 words << "(" << event.clickCount << ")";
             }

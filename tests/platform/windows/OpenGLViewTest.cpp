@@ -233,7 +233,8 @@ TEST_F(OpenGLViewTest, eachEventReachesTheHookOfItsType) {
          {Type::MouseDown, Type::MouseDragged, Type::MouseUp, Type::RightMouseDown,
           Type::RightMouseDragged, Type::RightMouseUp, Type::MiddleMouseDown,
           Type::MiddleMouseDragged, Type::MiddleMouseUp, Type::MouseEntered, Type::MouseMoved,
-          Type::MouseExited, Type::ScrollWheel}) {
+          Type::MouseExited, Type::ScrollWheel, Type::TouchesBegan, Type::TouchesMoved,
+          Type::TouchesEnded, Type::TouchesCancelled}) {
         view.deliver(eventOf(type, 10, 20));
     }
     EXPECT_THAT(view.log,
@@ -241,7 +242,8 @@ TEST_F(OpenGLViewTest, eachEventReachesTheHookOfItsType) {
                             "rightMouseDown 10,20", "rightMouseDragged 10,20", "rightMouseUp 10,20",
                             "middleMouseDown 10,20", "middleMouseDragged 10,20",
                             "middleMouseUp 10,20", "mouseEntered 10,20", "mouseMoved 10,20",
-                            "mouseExited 10,20", "scrollWheel 10,20"));
+                            "mouseExited 10,20", "scrollWheel 10,20", "touchesBegan 10,20",
+                            "touchesMoved 10,20", "touchesEnded 10,20", "touchesCancelled 10,20"));
 }
 
 TEST_F(OpenGLViewTest, theEventArrivesAsItIs) {

@@ -56,6 +56,10 @@ class RecordingOpenGLView : public platform::OpenGLView {
     void mouseMoved(const EventPointer& event) override { record("mouseMoved", event); }
     void mouseExited(const EventPointer& event) override { record("mouseExited", event); }
     void scrollWheel(const EventPointer& event) override { record("scrollWheel", event); }
+    void touchesBegan(const EventPointer& event) override { record("touchesBegan", event); }
+    void touchesMoved(const EventPointer& event) override { record("touchesMoved", event); }
+    void touchesEnded(const EventPointer& event) override { record("touchesEnded", event); }
+    void touchesCancelled(const EventPointer& event) override { record("touchesCancelled", event); }
 
  private:
     void record(const std::string& hook, const EventPointer& event = nullptr) {
