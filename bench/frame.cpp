@@ -92,8 +92,10 @@ class LibraryScene {
     void layOutAndDraw() {
         MVFrame::layOut(*window_);
         if (window_->mv_windowNeedsDraw()) {
-            MVFrame::draw(*window_,
-                          [this] { context_.dispatchBlock([this] { beginFrame(drawable_); }); });
+            MVFrame::draw(*window_, [this] {
+                context_.mv_dispatchBlock(MVRenderContext::StencilPlanes::Cleared,
+                                          [this] { beginFrame(drawable_); });
+            });
         }
     }
 

@@ -175,6 +175,13 @@ void MVApplication::setPaused(bool paused) {
     paused_ = paused;
 }
 
+void MVApplication::setClearColor(Mivora::ColorRGBA color) {
+    if (clearColor_ != color) {
+        clearColor_ = color;
+        parts_->window->setNeedsDraw();
+    }
+}
+
 void MVApplication::mv_runLoopFired(const std::shared_ptr<MVApplicationRunLoop>& sender) {
     const std::shared_ptr<MVApplication> self = shared_from_this();
     bool drawn = false;
@@ -207,11 +214,12 @@ bool MVApplication::mv_runLoop(const std::shared_ptr<MVApplicationRunLoop>& /*se
     const auto context = parts_->context->mv_context();
     MVFrame::draw(*parts_->window, [this, context] {
         if (context) {
-            parts_->context->dispatchBlock([context] {
-                glBindFramebuffer(GL_FRAMEBUFFER, context->drawable().beginFrame());
-                glClearColor(0.1F, 0.1F, 0.1F, 1.0F);
-                glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
-            });
+            parts_->context->mv_dispatchBlock(
+                MVRenderContext::StencilPlanes::Cleared, [context, color = clearColor_] {
+                    glBindFramebuffer(GL_FRAMEBUFFER, context->drawable().beginFrame());
+                    glClearColor(color.red, color.green, color.blue, color.alpha);
+                    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+                });
         }
         parts_->renderView->mv_setViewport();
     });

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "MivoraMac/Export.h"
+#include "MivoraMac/geometry/Color.h"
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/base/PropertyObservation.h"
 #include "MivoraMac/platform/threads/Clock.h"
@@ -84,6 +85,13 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
 
     /// The root of the tree. It has the size of the native view.
     const std::shared_ptr<MVWindow>& window() const { return parts_->window; }
+
+    /// The ground that a frame is drawn on, straight alpha; (0.1, 0.1, 0.1, 1) by default.
+    Mivora::ColorRGBA clearColor() const { return clearColor_; }
+    /// Changes the ground and asks for a redraw; an equal colour does nothing. Cheaper than a view
+    /// of that colour behind everything. Components nominally 0 to 1; GL clamps them. Below an
+    /// alpha of 1, what the window shows through is up to the desktop.
+    void setClearColor(Mivora::ColorRGBA color);
 
     /// Always null. What draws is `MVRenderContext::activeContext`.
     const std::shared_ptr<MVRenderContext>& renderContext() const { return renderContext_; }
@@ -189,5 +197,6 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
     Mivora::platform::Timebase machTimebaseInfo_{1, 1};
     std::atomic<bool> paused_{false};
     bool active_ = false;
+    Mivora::ColorRGBA clearColor_{0.1F, 0.1F, 0.1F, 1.0F};
     std::shared_ptr<MVRenderContext> renderContext_;
 };

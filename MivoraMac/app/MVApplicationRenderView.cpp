@@ -95,8 +95,9 @@ Mivora::Point2 MVApplicationRenderView::mv_pointForEvent(const Event& event) con
 
 void MVApplicationRenderView::mv_setViewport() {
     if (const auto context = MVRenderContext::mv_drawingContext()) {
-        context->mv_dispatchBlockSync(
-            [size = backingSize()] { glViewport(0, 0, size.width, size.height); });
+        context->mv_dispatchBlockSync(MVRenderContext::StencilPlanes::Kept, [size = backingSize()] {
+            glViewport(0, 0, size.width, size.height);
+        });
     }
 }
 

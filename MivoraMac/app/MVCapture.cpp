@@ -90,12 +90,14 @@ Picture MVCaptureWindow(const std::shared_ptr<MVWindow>& givenWindow,
     {
         const AtEnd readPicture(finish);
         MVFrame::draw(*window, [&] {
-            context->dispatchBlock([drawable, size, color = options.clearColor] {
-                glBindFramebuffer(GL_FRAMEBUFFER, drawable->framebuffer());
-                glClearColor(color.red, color.green, color.blue, color.alpha);
-                glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
-                glViewport(0, 0, size.width, size.height);
-            });
+            context->mv_dispatchBlock(
+                MVRenderContext::StencilPlanes::Cleared,
+                [drawable, size, color = options.clearColor] {
+                    glBindFramebuffer(GL_FRAMEBUFFER, drawable->framebuffer());
+                    glClearColor(color.red, color.green, color.blue, color.alpha);
+                    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+                    glViewport(0, 0, size.width, size.height);
+                });
         });
     }
     window->mv_setDrawClean();

@@ -5,13 +5,17 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <mutex>
+#include <string_view>
 
 #include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/gl/PixelFormat.h"
 #include "MivoraMac/platform/windows/DisplayLink.h"
 #include "MivoraMac/platform/windows/OpenGLView.h"
+#include "MivoraMac/render/MVQuadBatchPrivate.h"
+#include "MivoraMac/render/MVQuadRecorderPrivate.h"
 #include "MivoraMac/render/MVRenderGroupPrivate.h"
 #include "MivoraMac/render/MVShader.h"
 
@@ -50,6 +54,8 @@ struct ActiveContext {
     std::mutex mutex;
     std::weak_ptr<MVRenderContext> context;
     std::atomic<std::uint64_t> changes{1};
+    /// To compare with only: cleared by its destructor.
+    std::atomic<const MVRenderContext*> address{nullptr};
 };
 
 struct KnownContext {
@@ -67,6 +73,11 @@ ActiveContext& active() {
 MVRenderContext::MVRenderContext() = default;
 
 MVRenderContext::~MVRenderContext() {
+    const MVRenderContext* self = this;
+    active().address.compare_exchange_strong(self, nullptr, std::memory_order_relaxed);
+    if (recorder_ && recorder_->hasRecorded() && group_.use_count() > 1) {
+        group_->removeRecorder();
+    }
     shader_.reset();
     if (!context_) {
         return;
@@ -122,6 +133,11 @@ void MVRenderContext::mv_renderContextInitWithSharedContext(
     } else {
         DebugLog::warn(DebugLog::Category::GL, "no GL context: nothing will be drawn");
     }
+    const char* const wanted = std::getenv("MIVORA_BATCH");
+    batching_ = context_ && (wanted == nullptr || std::string_view(wanted) != "0");
+    if (context_) {
+        recorder_ = std::make_unique<MVQuadRecorder>(*this, group_->batch());
+    }
     mv_dispatchBlockSync([this] { readExtensions(); });
     // Shaders are GLSL ES 1.00, which this extension brings to a 3.2 core context. Asked for the
     // record only: a driver that compiles them without announcing it is as good.
@@ -169,6 +185,7 @@ void MVRenderContext::mv_setActiveContext(const std::shared_ptr<MVRenderContext>
             return;
         }
         holder.context = context;
+        holder.address.store(context.get(), std::memory_order_relaxed);
         holder.changes.fetch_add(1, std::memory_order_release);
     }
     if (context) {
@@ -180,8 +197,15 @@ void MVRenderContext::mv_setActiveContext(const std::shared_ptr<MVRenderContext>
 /// that was active then.
 void MVRenderContext::takeOverState() {
     if (context_) {
-        group_->dispatch([context = context_] { context->takeOverState(); });
+        group_->dispatch([group = group_.get(), context = context_] {
+            group->batch().forgetStencil();
+            context->takeOverState();
+        });
     }
+}
+
+bool MVRenderContext::mv_isActiveContext(const MVRenderContext* context) {
+    return active().address.load(std::memory_order_relaxed) == context;
 }
 
 bool MVRenderContext::mv_isOnRenderQueue() {
@@ -232,6 +256,35 @@ void MVRenderContext::present() {
     });
 }
 
+void MVRenderContext::mv_queueGrowing(std::shared_ptr<MVQuadRecording> recording) {
+    dispatchQueue_->grow(*this, std::move(recording));
+}
+
+void MVRenderContext::mv_drawEntry(const MVQuadEntry& entry) {
+    if (context_) {
+        mv_dispatchBlock(StencilPlanes::Kept, [this, entry] { group_->batch().draw({&entry, 1}); });
+    }
+}
+
+MVQuadRecorder* MVRenderContext::mv_recorder() const {
+    return batching_ && recorder_ && !group_->batch().isRefused() ? recorder_.get() : nullptr;
+}
+
+/// Before a closure: whatever it looks at is as if every drawing before it had been a call.
+void MVRenderContext::mv_prepare(StencilPlanes planes) {
+    MVQuadBatch& batch = group_->batch();
+    batch.settle();
+    if (planes == StencilPlanes::Unknown) {
+        batch.forgetStencil();
+    }
+}
+
+void MVRenderContext::mv_finish(StencilPlanes planes) {
+    if (planes == StencilPlanes::Cleared) {
+        group_->batch().stencilCleared();
+    }
+}
+
 std::shared_ptr<Mivora::platform::QueueScope> MVRenderContext::retainScope() {
     if (std::shared_ptr<MVRenderContext> self = weak_from_this().lock()) {
         return {self, static_cast<QueueScope*>(this)};
@@ -248,6 +301,7 @@ void MVRenderContext::enterScope() {
 
 void MVRenderContext::leaveScope() {
     if (context_) {
+        group_->batch().settle();
         context_->unlock();
         GLContext::clearCurrentContext();
     }
@@ -258,5 +312,6 @@ const void* MVRenderContext::commonScope() const {
 }
 
 void MVRenderContext::takeOverScope() {
+    group_->batch().settle();
     context_->replaceCurrentContext();
 }

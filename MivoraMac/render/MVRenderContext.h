@@ -12,8 +12,11 @@
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/threads/SerialQueue.h"
 
+class MVQuadRecorder;
+class MVQuadRecording;
 class MVRenderGroup;
 class MVShader;
+struct MVQuadEntry;
 
 namespace Mivora::platform {
 class DisplayLink;
@@ -30,6 +33,10 @@ class PixelFormat;
 /// the outer one, so nesting never waits. Consecutive closures of one context that already wait
 /// share one make-current; it ends before a closure of another owner starts and as soon as the
 /// queue runs dry.
+///
+/// What views draw is queued as closures only while batching is off. Otherwise it is recorded, and
+/// what follows each other without another closure in between is drawn in one go: with the same
+/// pixels, and the same GL state for the closures after it, as the single calls would leave.
 ///
 /// One context at a time is the active one, through which shaders, surfaces, images and views
 /// reach the queue.
@@ -67,6 +74,13 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     /// before; null for none.
     static void mv_setActiveContext(const std::shared_ptr<MVRenderContext>& context);
 
+    /// Whether runs of what views draw are drawn together. On, unless the environment variable
+    /// MIVORA_BATCH was 0 when the context was made or the driver cannot do it. Thread: main.
+    bool isBatching() const { return batching_; }
+    /// Switches between that and the single calls of each view, from the next drawing on.
+    /// Thread: main.
+    void setBatching(bool batching) { batching_ = batching; }
+
     /// The queue on which all GL work runs. Closures put on it directly run with no current
     /// context.
     const std::shared_ptr<Mivora::platform::SerialQueue>& dispatchQueue() const {
@@ -83,7 +97,28 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
         if (mv_isOnRenderQueue()) {
             Mivora::platform::runLogged(closure);
         } else {
-            dispatchQueue_->asyncInScope(*this, std::forward<Closure>(closure));
+            dispatchQueue_->asyncInScope(
+                *this, Prepared<std::decay_t<Closure>>{*this, StencilPlanes::Unknown,
+                                                       std::forward<Closure>(closure)});
+        }
+    }
+
+    /// What GL work does to the stencil planes of the framebuffer that is bound after it.
+    enum class StencilPlanes {
+        Unknown,  ///< anything
+        Kept,     ///< nothing: the same framebuffer stays bound
+        Cleared,  ///< clears all of them, unless masks or the scissor test are in the way
+    };
+
+    /// As `dispatchBlock`, for work of which more is known: stencil levels that are begun after it
+    /// need no clearing of their own where the planes are clean.
+    template <class Closure>
+    void mv_dispatchBlock(StencilPlanes planes, Closure&& closure) {
+        if (mv_isOnRenderQueue()) {
+            Mivora::platform::runLogged(closure);
+        } else {
+            dispatchQueue_->asyncInScope(*this, Prepared<std::decay_t<Closure>>{
+                                                    *this, planes, std::forward<Closure>(closure)});
         }
     }
 
@@ -96,9 +131,41 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
         if (mv_isOnRenderQueue()) {
             Mivora::platform::runLogged(closure);
         } else {
-            dispatchQueue_->syncInScope(*this, std::forward<Closure>(closure));
+            dispatchQueue_->syncInScope(*this, [this, &closure] {
+                mv_prepare(StencilPlanes::Unknown);
+                closure();
+            });
         }
     }
+
+    /// As both of these.
+    template <class Closure>
+    void mv_dispatchBlockSync(StencilPlanes planes, Closure&& closure) {
+        if (mv_isOnRenderQueue()) {
+            Mivora::platform::runLogged(closure);
+        } else {
+            dispatchQueue_->syncInScope(*this, [this, planes, &closure] {
+                mv_prepare(planes);
+                closure();
+                mv_finish(planes);
+            });
+        }
+    }
+
+    /// What records drawings on this context, or null where they are played call by call.
+    MVQuadRecorder* mv_recorder() const;
+    /// Gives the queue a run of drawings that grows.
+    void mv_queueGrowing(std::shared_ptr<MVQuadRecording> recording);
+    /// Queues a single entry of a recording.
+    void mv_drawEntry(const MVQuadEntry& entry);
+    /// Takes note of a shader that a recorded drawing binds.
+    void mv_noteShader(const std::shared_ptr<MVShader>& shader) {
+        if (shader_ != shader) {
+            shader_ = shader;
+        }
+    }
+    /// Whether `context` is the active one; it must be alive, or null.
+    static bool mv_isActiveContext(const MVRenderContext* context);
 
     /// Whether the calling code runs on a render context's queue, whichever context's it is.
     static bool mv_isOnRenderQueue();
@@ -162,6 +229,22 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     void readExtensions();
     void takeOverState();
 
+    /// A closure on its way to the queue. The context is alive while its closures run.
+    template <class Closure>
+    struct Prepared {
+        MVRenderContext& context;
+        StencilPlanes planes;
+        Closure closure;
+
+        void operator()() {
+            context.mv_prepare(planes);
+            closure();
+            context.mv_finish(planes);
+        }
+    };
+    void mv_prepare(StencilPlanes planes);
+    void mv_finish(StencilPlanes planes);
+
     std::shared_ptr<QueueScope> retainScope() override;
     void enterScope() override;
     void leaveScope() override;
@@ -174,4 +257,6 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     std::shared_ptr<Mivora::platform::GLContext> context_;
     std::unordered_set<std::string> glExtensions_;
     std::shared_ptr<MVShader> shader_;
+    bool batching_ = true;
+    std::unique_ptr<MVQuadRecorder> recorder_;
 };

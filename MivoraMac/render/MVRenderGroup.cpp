@@ -1,5 +1,7 @@
 #include "MivoraMac/render/MVRenderGroupPrivate.h"
 
+#include "MivoraMac/render/MVQuadBatchPrivate.h"
+
 using Mivora::platform::GLContext;
 using Mivora::platform::SerialQueue;
 
@@ -12,14 +14,22 @@ MVRenderGroup::MVRenderGroup(std::shared_ptr<SerialQueue> queue,
                              const std::shared_ptr<GLContext>& context)
     : queue_(std::move(queue)),
       context_(context ? GLContext::initWithFormatShareContext(context->pixelFormat(), context)
-                       : nullptr) {}
+                       : nullptr),
+      batch_(std::make_shared<MVQuadBatch>()) {}
 
 MVRenderGroup::~MVRenderGroup() {
-    if (context_ && context_->native()->hasWaitingWork()) {
-        queue_->async([context = std::move(context_)] {
+    if (context_ && (context_->native()->hasWaitingWork() || batch_->hasObjects())) {
+        queue_->async([context = std::move(context_), batch = std::move(batch_)] {
             context->makeCurrentContext();
+            batch->release();
             GLContext::clearCurrentContext();
         });
+    }
+}
+
+void MVRenderGroup::removeRecorder() {
+    if (recorders_.fetch_sub(1, std::memory_order_relaxed) == 1) {
+        dispatchLater([batch = batch_] { batch->release(); });
     }
 }
 
@@ -41,6 +51,7 @@ void MVRenderGroup::enterScope() {
 }
 
 void MVRenderGroup::leaveScope() {
+    batch_->settle();
     context_->unlock();
     GLContext::clearCurrentContext();
 }
@@ -50,5 +61,6 @@ const void* MVRenderGroup::commonScope() const {
 }
 
 void MVRenderGroup::takeOverScope() {
+    batch_->settle();
     context_->replaceCurrentContext();
 }

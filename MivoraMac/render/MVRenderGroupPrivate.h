@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -7,6 +8,8 @@
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/threads/SerialQueue.h"
+
+class MVQuadBatch;
 
 /// The render contexts that share objects, and these objects: one queue and one native context.
 ///
@@ -31,6 +34,13 @@ class MIVORA_EXPORT MVRenderGroup : public std::enable_shared_from_this<MVRender
 
     /// A context to share objects with, in which nobody draws; null where there is no GL.
     const std::shared_ptr<Mivora::platform::GLContext>& context() const { return context_; }
+
+    /// What draws the recordings of all its contexts.
+    MVQuadBatch& batch() { return *batch_; }
+    /// A context begins to record for the batch, or goes after it has. With the last of them go
+    /// the objects that the batch draws with.
+    void addRecorder() { recorders_.fetch_add(1, std::memory_order_relaxed); }
+    void removeRecorder();
 
     /// Whether the calling code is GL work of this group.
     bool isCurrent() const;
@@ -68,4 +78,6 @@ class MIVORA_EXPORT MVRenderGroup : public std::enable_shared_from_this<MVRender
 
     std::shared_ptr<Mivora::platform::SerialQueue> queue_;
     std::shared_ptr<Mivora::platform::GLContext> context_;
+    std::shared_ptr<MVQuadBatch> batch_;
+    std::atomic<int> recorders_{0};
 };

@@ -254,15 +254,16 @@ void MVRenderSurface::mv_bindFramebuffer() {
     }
     const auto framebuffer =
         multisampleFormat_ != 0 ? &GLState::multisampleFramebuffer : &GLState::framebuffer;
-    context_->dispatchBlock([self = shared_from_this(), framebuffer] {
-        glBindFramebuffer(GL_FRAMEBUFFER, (*self->gl_).*framebuffer);
-        glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-        glDepthMask(GL_TRUE);
-        glStencilMask(~0U);
-        const Mivora::ColorRGBA color = self->clearColor();
-        glClearColor(color.red, color.green, color.blue, color.alpha);
-        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
-    });
+    context_->mv_dispatchBlock(
+        MVRenderContext::StencilPlanes::Cleared, [self = shared_from_this(), framebuffer] {
+            glBindFramebuffer(GL_FRAMEBUFFER, (*self->gl_).*framebuffer);
+            glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+            glDepthMask(GL_TRUE);
+            glStencilMask(~0U);
+            const Mivora::ColorRGBA color = self->clearColor();
+            glClearColor(color.red, color.green, color.blue, color.alpha);
+            glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+        });
 }
 
 void MVRenderSurface::mv_setViewport() {
@@ -276,7 +277,8 @@ void MVRenderSurface::mv_setViewport() {
         area.width = whole.width;
         area.height = whole.height;
     }
-    context_->dispatchBlock([area] { glViewport(area.x, area.y, area.width, area.height); });
+    context_->mv_dispatchBlock(MVRenderContext::StencilPlanes::Kept,
+                               [area] { glViewport(area.x, area.y, area.width, area.height); });
 }
 
 void MVRenderSurface::mv_finalizeFramebuffer() {
@@ -299,7 +301,7 @@ void MVRenderSurface::setClearColor(Mivora::ColorRGBA color) {
     clearColor_ = color;
 }
 
-MVStencilState MVRenderSurface::stencilState() const {
+MVStencilState MVRenderSurface::mv_currentStencilState() {
     MVStencilState state;
     state.enabled = glIsEnabled(GL_STENCIL_TEST) == GL_TRUE;
     state.writeMask = mask(GL_STENCIL_WRITEMASK);
@@ -312,7 +314,7 @@ MVStencilState MVRenderSurface::stencilState() const {
     return state;
 }
 
-void MVRenderSurface::setStencilState(const MVStencilState& state) {
+void MVRenderSurface::mv_setCurrentStencilState(const MVStencilState& state) {
     if (state.enabled) {
         glEnable(GL_STENCIL_TEST);
     } else {

@@ -97,11 +97,15 @@ class MIVORA_EXPORT MVRenderSurface : public std::enable_shared_from_this<MVRend
     void setClearColor(Mivora::ColorRGBA color);
 
     /// GL's stencil test, read from and written to the driver directly. In GL work only.
-    MVStencilState stencilState() const;
-    void setStencilState(const MVStencilState& state);
+    MVStencilState stencilState() const { return mv_currentStencilState(); }
+    void setStencilState(const MVStencilState& state) { mv_setCurrentStencilState(state); }
 
     /// @name Internal to the library
     /// @{
+
+    /// What `stencilState` and its setter do: GL has one such state, whatever the surface.
+    static MVStencilState mv_currentStencilState();
+    static void mv_setCurrentStencilState(const MVStencilState& state);
 
     /// Makes the attachments that are missing or have the wrong size, if anything changed since
     /// the last time and there is a colour buffer.

@@ -10,6 +10,7 @@
 
 #include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/base/Resources.h"
+#include "MivoraMac/render/MVQuadEntryPrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
 
 using Mivora::platform::DebugLog;
@@ -244,6 +245,23 @@ void MVShader::mv_setColorUniform(std::int32_t location, Mivora::ColorRGBA color
 
 void MVShader::mv_setMatrixSource(MVShaderMatrixSource* source) {
     matrixSource = source;
+}
+
+void MVShaderMatrixSource::mv_readQuadMatrices(glm::mat4& projection, glm::mat4& transform) {
+    const MVShaderMatrices matrices = mv_shaderMatrices();
+    projection = matrices.projection;
+    transform = matrices.transform;
+}
+
+void MVShader::mv_readQuadMatrices(glm::mat4& projection, glm::mat4& transform) {
+    if (matrixSource != nullptr) {
+        matrixSource->mv_readQuadMatrices(projection, transform);
+    }
+}
+
+MVQuadProgram MVShader::mv_quadProgram(std::int32_t colorUniform,
+                                       std::int32_t samplerUniform) const {
+    return {program_, transformProjectionMatrixUniform_, colorUniform, samplerUniform};
 }
 
 void MVShader::use() {

@@ -10,6 +10,7 @@
 #include "MivoraMac/platform/base/MVMake.h"
 
 class MVRenderContext;
+struct MVQuadProgram;
 
 /// The names of vertex attributes and uniforms that all shaders share.
 inline constexpr const char* MVShaderAttributeNamePosition = "a_position";
@@ -43,6 +44,9 @@ class MIVORA_EXPORT MVShaderMatrixSource {
  public:
     /// Thread: the drawing one.
     virtual MVShaderMatrices mv_shaderMatrices() = 0;
+
+    /// As above, but for the inverse.
+    virtual void mv_readQuadMatrices(glm::mat4& projection, glm::mat4& transform);
 
  protected:
     MVShaderMatrixSource() = default;
@@ -128,6 +132,10 @@ class MIVORA_EXPORT MVShader : public std::enable_shared_from_this<MVShader> {
     /// until the next call. Thread: the drawing one.
     static void mv_setMatrixSource(MVShaderMatrixSource* source);
 
+    /// The matrices of what is being drawn; left as they are while nothing is. Thread: the drawing
+    /// one.
+    static void mv_readQuadMatrices(glm::mat4& projection, glm::mat4& transform);
+
  protected:
     friend struct MVMaker;
     MVShader();
@@ -152,6 +160,10 @@ class MIVORA_EXPORT MVShader : public std::enable_shared_from_this<MVShader> {
                     std::string* errorMessage);
     /// Looks up the standard uniforms of the program.
     void mv_updateUniforms();
+    /// How a quad is drawn that is recorded for this shader.
+    /// @param colorUniform    the location of the colour
+    /// @param samplerUniform  that of the sampler; negative for none
+    MVQuadProgram mv_quadProgram(std::int32_t colorUniform, std::int32_t samplerUniform) const;
     /// Compiles one stage. In GL work only.
     /// @param shader        receives the name, which is deleted again on failure
     /// @param type          GL_VERTEX_SHADER or GL_FRAGMENT_SHADER

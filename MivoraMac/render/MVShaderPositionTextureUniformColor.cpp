@@ -2,6 +2,9 @@
 
 #include <epoxy/gl.h>
 
+#include <typeinfo>
+
+#include "MivoraMac/render/MVQuadEntryPrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/StandardShaderSourcesPrivate.h"
 
@@ -31,4 +34,12 @@ void MVShaderPositionTextureUniformColor::setColor(Mivora::ColorRGBA color) {
 void MVShaderPositionTextureUniformColor::renderContextBindShader(MVRenderContext& context) {
     MVShader::renderContextBindShader(context);
     context.dispatchBlock([location = samplerUniform_] { glUniform1i(location, 0); });
+}
+
+bool MVShaderPositionTextureUniformColor::mv_readQuadProgram(MVQuadProgram& program) const {
+    if (!isLinked() || typeid(*this) != typeid(MVShaderPositionTextureUniformColor)) {
+        return false;
+    }
+    program = mv_quadProgram(colorUniform_, samplerUniform_);
+    return true;
 }

@@ -28,6 +28,11 @@ class MIVORA_EXPORT MVShaderPositionTextureUniformColor : public MVShader {
     /// Also points the sampler at texture unit 0, whatever it was before.
     void renderContextBindShader(MVRenderContext& context) override;
 
+    /// How quads are drawn that are recorded for this shader. Only for a linked one of exactly this
+    /// class: a subclass may bind in ways of its own.
+    /// @return whether there are such quads
+    bool mv_readQuadProgram(MVQuadProgram& program) const;
+
  protected:
     friend struct MVMaker;
     MVShaderPositionTextureUniformColor() = default;

@@ -1,5 +1,8 @@
 #include "MivoraMac/render/MVShaderPositionUniformColor.h"
 
+#include <typeinfo>
+
+#include "MivoraMac/render/MVQuadEntryPrivate.h"
 #include "MivoraMac/render/StandardShaderSourcesPrivate.h"
 
 std::shared_ptr<MVShaderPositionUniformColor> MVShaderPositionUniformColor::shader() {
@@ -21,4 +24,12 @@ std::shared_ptr<MVShaderPositionUniformColor> MVShaderPositionUniformColor::init
 
 void MVShaderPositionUniformColor::setColor(Mivora::ColorRGBA color) {
     mv_setColorUniform(colorUniform_, color);
+}
+
+bool MVShaderPositionUniformColor::mv_readQuadProgram(MVQuadProgram& program) const {
+    if (!isLinked() || typeid(*this) != typeid(MVShaderPositionUniformColor)) {
+        return false;
+    }
+    program = mv_quadProgram(colorUniform_, -1);
+    return true;
 }

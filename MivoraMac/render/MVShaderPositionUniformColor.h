@@ -23,6 +23,11 @@ class MIVORA_EXPORT MVShaderPositionUniformColor : public MVShader {
     /// `use`. Straight alpha, not clamped.
     void setColor(Mivora::ColorRGBA color);
 
+    /// How quads are drawn that are recorded for this shader. Only for a linked one of exactly this
+    /// class: a subclass may bind in ways of its own.
+    /// @return whether there are such quads
+    bool mv_readQuadProgram(MVQuadProgram& program) const;
+
  protected:
     friend struct MVMaker;
     MVShaderPositionUniformColor() = default;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "MivoraMac/images/MVImage.h"
+#include "MivoraMac/render/MVQuadRecorderPrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/MVShader.h"
 #include "MivoraMac/render/MVShaderPositionTextureUniformColor.h"
@@ -37,26 +38,14 @@ void pointAttributes(MVQuad::Vertices vertices) {
 }  // namespace
 
 MVQuad::MVQuad(Vertices vertices)
-    : context_(MVRenderContext::mv_drawingContext()),
-      names_(std::make_shared<Names>()),
-      vertices_(vertices) {
-    if (!context_) {
-        return;
+    : context_(MVRenderContext::mv_drawingContext()), vertices_(vertices) {
+    if (context_ && !context_->isBatching()) {
+        makeNames();
     }
-    context_->dispatchBlock([names = names_, vertices] {
-        glGenVertexArrays(1, &names->vertexArray);
-        glBindVertexArray(names->vertexArray);
-        glGenBuffers(1, &names->vertexBuffer);
-        glBindBuffer(GL_ARRAY_BUFFER, names->vertexBuffer);
-        const VertexData zeros{};
-        glBufferData(GL_ARRAY_BUFFER, dataSize(vertices), zeros.data(), GL_DYNAMIC_DRAW);
-        pointAttributes(vertices);
-        glBindVertexArray(0);
-    });
 }
 
 MVQuad::~MVQuad() {
-    if (!context_) {
+    if (!names_) {
         return;
     }
     context_->dispatchBlock([names = std::move(names_)] {
@@ -71,6 +60,22 @@ MVQuad::~MVQuad() {
     });
 }
 
+/// Makes the array and the buffer, with all vertices at zero.
+void MVQuad::makeNames() {
+    names_ = std::make_shared<Names>();
+    context_->dispatchBlock([names = names_, vertices = vertices_] {
+        glGenVertexArrays(1, &names->vertexArray);
+        glBindVertexArray(names->vertexArray);
+        glGenBuffers(1, &names->vertexBuffer);
+        glBindBuffer(GL_ARRAY_BUFFER, names->vertexBuffer);
+        const VertexData zeros{};
+        glBufferData(GL_ARRAY_BUFFER, dataSize(vertices), zeros.data(), GL_DYNAMIC_DRAW);
+        pointAttributes(vertices);
+        glBindVertexArray(0);
+    });
+    uploaded_ = builtSize_ == Mivora::Size2::kZero;
+}
+
 void MVQuad::setSize(Mivora::Size2 size) {
     if (builtSize_ != size) {
         dirty_ = true;
@@ -81,32 +86,46 @@ void MVQuad::build(Mivora::Size2 size, Mivora::Rect2 textureCoordinates) {
     if (!dirty_) {
         return;
     }
-    const float w = size.width;
-    const float h = size.height;
+    builtSize_ = size;
+    builtTextureCoordinates_ = textureCoordinates;
+    dirty_ = false;
+    rebuilt_ = true;
+    uploaded_ = false;
+    if (context_ && !context_->isBatching()) {
+        upload();
+    }
+}
+
+/// Rewrites the buffer, which is made if need be.
+void MVQuad::upload() {
+    if (!names_) {
+        makeNames();
+    }
+    const float w = builtSize_.width;
+    const float h = builtSize_.height;
     VertexData data{};
     if (vertices_ == Vertices::Position) {
         data = {0, 0, w, 0, 0, h, w, h};
     } else {
-        const float left = textureCoordinates.origin.x;
-        const float top = textureCoordinates.origin.y;
-        const float right = left + textureCoordinates.size.width;
-        const float bottom = top + textureCoordinates.size.height;
+        const float left = builtTextureCoordinates_.origin.x;
+        const float top = builtTextureCoordinates_.origin.y;
+        const float right = left + builtTextureCoordinates_.size.width;
+        const float bottom = top + builtTextureCoordinates_.size.height;
         data = {0, 0, left, top, w, 0, right, top, 0, h, left, bottom, w, h, right, bottom};
     }
-    if (context_) {
-        context_->dispatchBlock([names = names_, vertices = vertices_, data] {
-            glBindBuffer(GL_ARRAY_BUFFER, names->vertexBuffer);
-            glBufferData(GL_ARRAY_BUFFER, dataSize(vertices), data.data(), GL_DYNAMIC_DRAW);
-            glBindBuffer(GL_ARRAY_BUFFER, 0);
-        });
-    }
-    builtSize_ = size;
-    dirty_ = false;
+    context_->dispatchBlock([names = names_, vertices = vertices_, data] {
+        glBindBuffer(GL_ARRAY_BUFFER, names->vertexBuffer);
+        glBufferData(GL_ARRAY_BUFFER, dataSize(vertices), data.data(), GL_DYNAMIC_DRAW);
+        glBindBuffer(GL_ARRAY_BUFFER, 0);
+    });
+    uploaded_ = true;
 }
 
 void MVQuad::drawColor(const std::shared_ptr<MVShaderPositionUniformColor>& shader,
-                       Mivora::ColorRGBA color, Blend blend) const {
-    if (!shader) {
+                       Mivora::ColorRGBA color, Blend blend) {
+    MVQuadProgram program;
+    if (!shader ||
+        (shader->mv_readQuadProgram(program) && record(shader, program, color, 0, blend))) {
         return;
     }
     shader->use();
@@ -115,15 +134,34 @@ void MVQuad::drawColor(const std::shared_ptr<MVShaderPositionUniformColor>& shad
 }
 
 void MVQuad::drawImage(const std::shared_ptr<MVShaderPositionTextureUniformColor>& shader,
-                       const std::shared_ptr<MVImage>& image, float opacity) const {
+                       const std::shared_ptr<MVImage>& image, float opacity) {
     if (!shader || !image) {
         return;
     }
     const bool premultiplied = image->premultipliedAlpha();
+    const Mivora::ColorRGBA color = tint(premultiplied, opacity);
+    MVQuadProgram program;
+    if (shader->mv_readQuadProgram(program) &&
+        record(shader, program, color, image->mv_texture(), blendOf(premultiplied))) {
+        return;
+    }
     shader->use();
     image->use();
-    shader->setColor(tint(premultiplied, opacity));
+    shader->setColor(color);
     draw(blendOf(premultiplied));
+}
+
+/// @return false where nothing is recorded at present
+bool MVQuad::record(const std::shared_ptr<MVShader>& shader, const MVQuadProgram& program,
+                    Mivora::ColorRGBA tint, std::uint32_t texture, Blend blend) {
+    MVQuadRecorder* const recorder = MVQuadRecorder::recording(context_.get());
+    if (recorder == nullptr) {
+        return false;
+    }
+    recorder->draw(shader, program,
+                   {tint, builtTextureCoordinates_, builtSize_, texture, blend, rebuilt_});
+    rebuilt_ = false;
+    return true;
 }
 
 Mivora::ColorRGBA MVQuad::tint(bool premultiplied, float opacity) {
@@ -131,9 +169,15 @@ Mivora::ColorRGBA MVQuad::tint(bool premultiplied, float opacity) {
                          : Mivora::ColorRGBA{1.0F, 1.0F, 1.0F, opacity};
 }
 
-void MVQuad::draw(Blend blend) const {
+void MVQuad::draw(Blend blend) {
     if (!context_) {
         return;
+    }
+    if (!names_) {
+        makeNames();
+    }
+    if (!uploaded_) {
+        upload();
     }
     context_->dispatchBlock([names = names_, blend] {
         glDisable(GL_DEPTH_TEST);

@@ -8,15 +8,21 @@
 #include "MivoraMac/geometry/Color.h"
 #include "MivoraMac/geometry/Rect.h"
 #include "MivoraMac/geometry/Size.h"
+#include "MivoraMac/render/MVQuadEntryPrivate.h"
 
 class MVImage;
 class MVRenderContext;
+class MVShader;
 class MVShaderPositionTextureUniformColor;
 class MVShaderPositionUniformColor;
 
-/// The rectangle that a view draws: a vertex array over one buffer with four vertices in the order
-/// of a triangle strip, (0, 0), (width, 0), (0, height), (width, height), rewritten only when it
-/// was marked.
+/// The rectangle that a view draws: four vertices in the order of a triangle strip, (0, 0),
+/// (width, 0), (0, height), (width, height), rewritten only when it was marked.
+///
+/// During a drawing visit, a drawing with a standard shader is recorded as one value, and the
+/// vertices are those of all quads that are drawn together. Only where a drawing is played call by
+/// call, as with other shaders or while batching is off, the quad has a vertex array and a buffer
+/// of its own.
 ///
 /// How a view draws with it:
 /// - `setSize3` tells it the size with `setSize`;
@@ -34,12 +40,7 @@ class MIVORA_EXPORT MVQuad {
         PositionAndTexCoord,  ///< x, y, u, v
     };
 
-    /// How drawn colours meet those that are there.
-    enum class Blend {
-        Off,
-        Straight,       ///< source alpha, one minus source alpha
-        Premultiplied,  ///< one, one minus source alpha
-    };
+    using Blend = MVQuadBlend;
 
     /// Begins with all vertices at zero and unmarked.
     explicit MVQuad(Vertices vertices);
@@ -67,16 +68,16 @@ class MIVORA_EXPORT MVQuad {
     /// and draws. Null draws nothing.
     /// @param color  straight alpha, with the opacity in it
     void drawColor(const std::shared_ptr<MVShaderPositionUniformColor>& shader,
-                   Mivora::ColorRGBA color, Blend blend) const;
+                   Mivora::ColorRGBA color, Blend blend);
 
     /// Queues the drawing of the view at hand with an image: uses shader and image, gives the
     /// shader the tint and draws, blended. Null for either draws nothing.
     /// @param opacity  of the view, with that of those above it
     void drawImage(const std::shared_ptr<MVShaderPositionTextureUniformColor>& shader,
-                   const std::shared_ptr<MVImage>& image, float opacity) const;
+                   const std::shared_ptr<MVImage>& image, float opacity);
 
     /// Queues the drawing with what is bound by then. Leaves blending off and no array bound.
-    void draw(Blend blend) const;
+    void draw(Blend blend);
 
     /// What a texture is multiplied with for an opacity, and how the result is blended; the colours
     /// of a premultiplied one fade with their alpha.
@@ -91,9 +92,17 @@ class MIVORA_EXPORT MVQuad {
         std::uint32_t vertexBuffer = 0;
     };
 
+    void makeNames();
+    void upload();
+    bool record(const std::shared_ptr<MVShader>& shader, const MVQuadProgram& program,
+                Mivora::ColorRGBA tint, std::uint32_t texture, Blend blend);
+
     std::shared_ptr<MVRenderContext> context_;
-    std::shared_ptr<Names> names_;
+    std::shared_ptr<Names> names_;  ///< Null until something is played.
     Mivora::Size2 builtSize_ = Mivora::Size2::kZero;
+    Mivora::Rect2 builtTextureCoordinates_ = Mivora::Rect2::kZero;
     Vertices vertices_;
     bool dirty_ = false;
+    bool rebuilt_ = false;   ///< Since the last recorded drawing.
+    bool uploaded_ = false;  ///< The buffer holds what was built.
 };

@@ -618,6 +618,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     void dropGestureRecognizer(const std::shared_ptr<MVGestureRecognizer>& recognizer);
 
     MVShaderMatrices mv_shaderMatrices() override;
+    void mv_readQuadMatrices(glm::mat4& projection, glm::mat4& transform) override;
 
     struct StencilCache;
 

@@ -8,6 +8,7 @@
 #include "MivoraMac/platform/threads/MainThread.h"
 #include "MivoraMac/platform/threads/MainThreadAssertPrivate.h"
 #include "MivoraMac/platform/threads/SerialQueue.h"
+#include "MivoraMac/render/MVQuadRecorderPrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "MivoraMac/views/MVView.h"
@@ -25,6 +26,15 @@ constinit MVView* drawingView = nullptr;
 /// The stencil level in use; all ones, so that the first level is 0, while none is.
 constinit std::uint32_t currentStencilLayer = ~0U;
 
+/// A further step of a level whose beginning was recorded, whether or not drawings still are.
+void recordStencil(MVRenderContext& context, MVQuadEntry::Kind step, std::uint32_t level) {
+    if (MVQuadRecorder* const recorder = MVQuadRecorder::recording(&context)) {
+        recorder->stencil(step, level);
+    } else {
+        context.mv_drawEntry(MVQuadRecorder::stencilStep(step, level));
+    }
+}
+
 }  // namespace
 
 /// A level: what it was begun with, which is also what ends it, and what it saves on the GL queue
@@ -34,6 +44,8 @@ struct MVView::StencilCache {
     std::shared_ptr<MVRenderSurface> surface;
     std::shared_ptr<MVRenderContext> context;
     std::shared_ptr<StencilCache> outer;  ///< A level that the same view took before this one.
+    std::uint32_t level = 0;
+    bool isRecorded = false;
 
     // GL queue.
     MVStencilState state;
@@ -174,13 +186,17 @@ void MVView::forgetCurrentDrawing() {
     }
 }
 
-MVShaderMatrices MVView::mv_shaderMatrices() {
-    MVShaderMatrices matrices;
+void MVView::mv_readQuadMatrices(glm::mat4& projection, glm::mat4& transform) {
     // The projection comes first: building it moves the window, and with it everything below.
     if (const std::shared_ptr<MVWindow> window = mv_window()) {
-        matrices.projection = window->projectionMatrix();
+        projection = window->projectionMatrix();
     }
-    matrices.transform = transformMatrix();
+    transform = transformMatrix();
+}
+
+MVShaderMatrices MVView::mv_shaderMatrices() {
+    MVShaderMatrices matrices;
+    mv_readQuadMatrices(matrices.projection, matrices.transform);
     matrices.inverseTransform = inverseTransformMatrix();
     return matrices;
 }
@@ -207,6 +223,7 @@ void MVView::mv_drawVisit() {
     if (hidden_) {
         return;
     }
+    const MVQuadRecorder::Scope recording;
     const bool stenciled = applyStencil();
     const AtEnd cleanup([this, stenciled] {
         if (stenciled) {
@@ -268,20 +285,31 @@ bool MVView::applyStencil() {
     }
     stencilStateCache_->surface = surface;
     stencilStateCache_->context = context;
+    stencilStateCache_->level = level;
+    MVQuadRecorder* const recorder = MVQuadRecorder::recording(context.get());
+    stencilStateCache_->isRecorded = recorder != nullptr;
     // Every fragment of the stencil view fails the test and writes this level's bit.
-    context->dispatchBlock([surface, cache = stencilStateCache_, bit] {
-        cache->state = surface->stencilState();
-        glGetBooleanv(GL_DEPTH_WRITEMASK, &cache->depthMask);
-        glEnable(GL_STENCIL_TEST);
-        glStencilMask(bit);
-        glDepthMask(GL_FALSE);
-        glClearStencil(0);
-        glClear(GL_STENCIL_BUFFER_BIT);
-        glStencilFunc(GL_NEVER, static_cast<GLint>(bit), bit);
-        glStencilOp(GL_REPLACE, GL_KEEP, GL_KEEP);
-    });
+    if (recorder != nullptr) {
+        recorder->stencil(MVQuadEntry::Kind::BeginStencil, level);
+    } else {
+        context->dispatchBlock([surface, cache = stencilStateCache_, bit] {
+            cache->state = surface->stencilState();
+            glGetBooleanv(GL_DEPTH_WRITEMASK, &cache->depthMask);
+            glEnable(GL_STENCIL_TEST);
+            glStencilMask(bit);
+            glDepthMask(GL_FALSE);
+            glClearStencil(0);
+            glClear(GL_STENCIL_BUFFER_BIT);
+            glStencilFunc(GL_NEVER, static_cast<GLint>(bit), bit);
+            glStencilOp(GL_REPLACE, GL_KEEP, GL_KEEP);
+        });
+    }
     // From then on only pixels with this level's bit and those of all enclosing levels pass.
     const auto limitDrawing = [&context, cache = stencilStateCache_, mask] {
+        if (cache->isRecorded) {
+            recordStencil(*context, MVQuadEntry::Kind::LimitToStencil, cache->level);
+            return;
+        }
         context->dispatchBlock([cache, mask] {
             glDepthMask(cache->depthMask);
             glStencilFunc(GL_EQUAL, static_cast<GLint>(mask), mask);
@@ -308,7 +336,11 @@ void MVView::cleanupStencil() {
     // Not the window's surface: the view may have left the window since the level began.
     const std::shared_ptr<MVRenderSurface> surface = std::exchange(level->surface, nullptr);
     const std::shared_ptr<MVRenderContext> context = std::exchange(level->context, nullptr);
-    context->dispatchBlock([surface, level] { surface->setStencilState(level->state); });
+    if (level->isRecorded) {
+        recordStencil(*context, MVQuadEntry::Kind::EndStencil, level->level);
+    } else {
+        context->dispatchBlock([surface, level] { surface->setStencilState(level->state); });
+    }
     if (level->outer != nullptr) {
         stencilStateCache_ = std::exchange(level->outer, nullptr);
     }

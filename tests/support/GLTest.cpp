@@ -7,6 +7,8 @@ void GLTest::SetUp() {
     context_ = MVRenderContext::init();
     ASSERT_NE(context_->mv_context(), nullptr) << "no headless GL context on this machine";
     MVRenderContext::mv_setActiveContext(context_);
+    // What is looked at are calls: drawings make those of each view.
+    context_->setBatching(false);
     gl_->clear();
 }
 

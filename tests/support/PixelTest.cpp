@@ -214,6 +214,7 @@ void PixelTest::SetUp() {
     if (HasFatalFailure()) {
         return;
     }
+    context_->setBatching(true);
     cache_ = MVShaderCache::init();
     cache_->loadDefaultShaders();
     MVShaderCache::mv_setSharedCache(cache_);

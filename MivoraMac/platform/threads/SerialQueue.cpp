@@ -61,6 +61,8 @@ void lockBriefly(std::unique_lock<std::mutex>& lock) {
 
 QueueScope::~QueueScope() = default;
 
+GrowingWork::~GrowingWork() = default;
+
 /// A thread that waits, on its stack. Its members are guarded by the lock of the queue named.
 struct WorkQueue::Wait {
     SerialQueue* queue;  ///< Whose lock and condition variable the wait uses.
@@ -91,6 +93,9 @@ struct SerialQueue::Backlog {
     ClosureStream stream;
     /// The scope of the closure queued last; null: none, or the queue is dry.
     QueueScope* queuedScope = nullptr;
+    /// Work that is queued before anything else is, and its scope; null for none.
+    std::shared_ptr<GrowingWork> growing;
+    std::shared_ptr<QueueScope> growingScope;
     std::condition_variable wake;
     std::condition_variable syncDone;
     std::atomic<std::uint64_t> submissions{0};
@@ -106,6 +111,7 @@ struct SerialQueue::Backlog {
     SyncCall* completed = nullptr;
 
     void queueScopeChange(QueueScope* next);
+    void queueGrowing();
     void enter(std::shared_ptr<QueueScope> next);
     void signalCompleted(std::unique_lock<std::mutex>& lock);
 };
@@ -127,6 +133,25 @@ void SerialQueue::Backlog::queueScopeChange(QueueScope* next) {
         auto* change = static_cast<ScopeChange*>(payload);
         static_cast<Backlog*>(change->backlog)->enter(std::move(change->scope));
         change->~ScopeChange();
+    });
+}
+
+void SerialQueue::Backlog::queueGrowing() {
+    using Work = std::shared_ptr<GrowingWork>;
+    if (growing == nullptr) {
+        return;
+    }
+    const std::shared_ptr<QueueScope> itsScope = std::move(growingScope);
+    growing->close();
+    if (queuedScope != itsScope.get()) {
+        queueScopeChange(itsScope.get());
+    }
+    ::new (stream.reserve(sizeof(Work))) Work(std::move(growing));
+    stream.commit([](void* payload) {
+        Work& work = *static_cast<Work*>(payload);
+        const auto run = [&work] { work->run(); };
+        runLogged(run);
+        work.~Work();
     });
 }
 
@@ -220,18 +245,27 @@ SerialQueue::Backlog& SerialQueue::backlog() {
     return *backlog_;
 }
 
+/// Notes that there will be something to run. Call with the lock held.
+/// @return false where closures are dropped
+bool SerialQueue::beginWork() {
+    Backlog& waiting = backlog();
+    if (execution_ == Execution::OwnThread && !waiting.working) {
+        waiting.working = QueueThreads::shared().beginWork();
+        return waiting.working;
+    }
+    return true;
+}
+
 /// @return null, with the lock released, where the closure is to be dropped
 void* SerialQueue::lockAndReserve(QueueScope* scope, std::size_t size) {
     lockBriefly(mutex_);
     try {
-        Backlog& waiting = backlog();
-        if (execution_ == Execution::OwnThread && !waiting.working) {
-            waiting.working = QueueThreads::shared().beginWork();
-            if (!waiting.working) {
-                mutex_.unlock();
-                return nullptr;
-            }
+        if (!beginWork()) {
+            mutex_.unlock();
+            return nullptr;
         }
+        Backlog& waiting = *backlog_;
+        waiting.queueGrowing();
         if (waiting.queuedScope != scope) {
             waiting.queueScopeChange(scope);
         }
@@ -243,8 +277,13 @@ void* SerialQueue::lockAndReserve(QueueScope* scope, std::size_t size) {
 }
 
 void SerialQueue::commitAndUnlock(ClosureStream::Run run) {
+    backlog_->stream.commit(run);
+    wakeAndUnlock();
+}
+
+/// Sees to it that what has been committed is run, and unlocks.
+void SerialQueue::wakeAndUnlock() {
     Backlog& waiting = *backlog_;
-    waiting.stream.commit(run);
     waiting.submissions.store(waiting.submissions.load(std::memory_order_relaxed) + 1,
                               std::memory_order_relaxed);
     if (execution_ == Execution::OwnThread) {
@@ -259,6 +298,33 @@ void SerialQueue::commitAndUnlock(ClosureStream::Run run) {
     mutex_.unlock();
     if (schedule) {
         scheduleDrain();
+    }
+}
+
+void SerialQueue::grow(QueueScope& scope, std::shared_ptr<GrowingWork> work) {
+    std::shared_ptr<QueueScope> retained = scope.retainScope();
+    lockBriefly(mutex_);
+    Backlog& waiting = backlog();
+    const bool queues = waiting.growing != nullptr && beginWork();
+    if (queues) {
+        waiting.queueGrowing();
+    }
+    waiting.growing.swap(work);
+    waiting.growingScope.swap(retained);
+    if (queues) {
+        wakeAndUnlock();
+    } else {
+        mutex_.unlock();
+    }
+}
+
+void SerialQueue::queueGrowing() {
+    lockBriefly(mutex_);
+    if (backlog().growing != nullptr && beginWork()) {
+        backlog_->queueGrowing();
+        wakeAndUnlock();
+    } else {
+        mutex_.unlock();
     }
 }
 

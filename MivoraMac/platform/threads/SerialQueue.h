@@ -41,6 +41,22 @@ class MIVORA_EXPORT QueueScope {
     virtual void takeOverScope() {}
 };
 
+/// Work that goes on growing while nothing is queued behind it: one closure that stands for many,
+/// at no cost to the queue for each.
+class MIVORA_EXPORT GrowingWork {
+ public:
+    virtual ~GrowingWork();
+
+ protected:
+    friend class SerialQueue;
+
+    /// Ends the growth, once; whoever adds to the work has to see that. Called with the queue's
+    /// lock held. Thread: any.
+    virtual void close() = 0;
+    /// Does what the work has grown to. Thread: the queue's.
+    virtual void run() = 0;
+};
+
 /// Runs closures one at a time, in the order they were submitted.
 ///
 /// A queue without a thread of its own is a light object: its closures run on the shared pool, and
@@ -75,6 +91,14 @@ class MIVORA_EXPORT SerialQueue : public WorkQueue,
     void asyncInScope(QueueScope& scope, Closure&& closure) {
         submit(&scope, std::decay_t<Closure>(std::forward<Closure>(closure)));
     }
+
+    /// Takes work that still grows. It is closed and queued as soon as anything else is submitted,
+    /// by whatever thread, and so runs before that; or with `queueGrowing`. Until then it keeps the
+    /// scope alive. For queues with a thread of their own.
+    void grow(QueueScope& scope, std::shared_ptr<GrowingWork> work);
+
+    /// Closes and queues the work that grows, if there is any.
+    void queueGrowing();
 
     /// Runs `closure` after everything submitted before, and returns when it has run.
     ///
@@ -134,6 +158,8 @@ class MIVORA_EXPORT SerialQueue : public WorkQueue,
 
     void* lockAndReserve(QueueScope* scope, std::size_t size);
     void commitAndUnlock(ClosureStream::Run run);
+    bool beginWork();
+    void wakeAndUnlock();
     void syncCall(QueueScope* scope, void (*call)(void*), void* closure);
     void waitUntilDone(Wait& wait, std::unique_lock<std::mutex>& lock);
     void handOver(Wait& to, HandedCall call);

@@ -1,0 +1,157 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <glm/mat4x4.hpp>
+#include <span>
+#include <vector>
+
+#include "MivoraMac/Export.h"
+#include "MivoraMac/geometry/Float4Private.h"
+#include "MivoraMac/render/MVQuadEntryPrivate.h"
+#include "MivoraMac/render/MVQuadProgramsPrivate.h"
+#include "MivoraMac/render/MVQuadStreamPrivate.h"
+#include "MivoraMac/render/MVStencilState.h"
+
+/// Draws recordings: their quads as one streamed array, corners transformed on the way, with as few
+/// calls as differences between them demand.
+///
+/// What an entry means is a sequence of GL calls:
+/// - a quad: use its program, upload projection x matrix, bind its texture to unit 0 and point the
+///   sampler there, upload the tint, disable the depth test, set the blending, draw four vertices
+///   as a strip, unbind the vertex array and disable blending;
+/// - the beginning of a stencil level: save the stencil test and the depth mask, clear the level's
+///   plane and have every fragment fail the test and set its bit;
+/// - the limiting: restore the depth mask and let pass what has the bits of this and all enclosing
+///   levels;
+/// - the end: restore the stencil test.
+///
+/// Pixels come out as from those calls, and so does, once `settle` has been called, all state that
+/// they leave in GL. What they do not leave is a level's plane as it was drawn: planes are clean
+/// while their level is not in use. So only a plane that others may have written to is cleared at
+/// the beginning, and at the end only what the shape has covered.
+///
+/// Thread: the GL queue's, with a context current of the group that the batch belongs to.
+class MIVORA_EXPORT MVQuadBatch {
+ public:
+    MVQuadBatch();
+    ~MVQuadBatch();
+    MVQuadBatch(const MVQuadBatch&) = delete;
+    MVQuadBatch& operator=(const MVQuadBatch&) = delete;
+
+    /// Whether the driver has turned out not to be able to do it: recordings are then played entry
+    /// by entry, and better not made. Thread: any.
+    bool isRefused() const { return refused_.load(std::memory_order_relaxed); }
+
+    /// Draws what comes next. State is left for the next recording, not for others.
+    void draw(std::span<const MVQuadEntry> entries);
+
+    /// Leaves GL's state as the calls that the drawings stand for would. Before anything else that
+    /// looks at it.
+    void settle() {
+        if (active_) {
+            leaveState();
+        }
+    }
+
+    /// Others may have written to stencil planes, or bound another framebuffer.
+    void forgetStencil();
+    /// The planes of the framebuffer at hand have just been cleared.
+    void stencilCleared();
+
+    /// Whether there are GL objects for `release` to delete. Thread: any that knows the queue to
+    /// have no work of the group left.
+    bool hasObjects() const { return stream_.isCreated(); }
+    void release();
+
+ private:
+    struct Command;
+
+    /// What uses a program was drawn last: its uniforms, as they are to be left.
+    struct LastUse {
+        MVQuadProgram program;
+        Mivora::Float4x4 matrix;
+        Mivora::ColorRGBA tint;
+    };
+
+    /// A rectangle that is part of a level's shape.
+    struct ShapeQuad {
+        Mivora::Float4x4 matrix;
+        Mivora::Size2 size;
+    };
+
+    /// A level as the vertices are written.
+    struct Shape {
+        std::vector<ShapeQuad> quads;
+        std::size_t cleaned = 0;
+        bool isWriting = false;
+        /// Whether nobody but the shape has written to the plane since the beginning.
+        bool isKnown = false;
+    };
+
+    /// A level as the commands are issued.
+    struct Saved {
+        MVStencilState state;
+        std::uint8_t depthMask = 1;
+    };
+
+    bool makeObjects();
+    void enterState();
+    void leaveState();
+
+    bool append(const MVQuadEntry& entry);
+    bool appendQuad(const MVQuadEntry& entry);
+    bool appendEnd(const MVQuadEntry& entry);
+    bool emitColor(const Mivora::Float4x4& matrix, Mivora::Size2 size, Mivora::ColorRGBA color,
+                   MVQuadBlend blend);
+    bool emitTexture(const Mivora::Float4x4& matrix, const MVQuadEntry& entry);
+    Shape& beginShape();
+    void rememberUse(const MVQuadEntry& entry, const Mivora::Float4x4& matrix);
+
+    void issueCommands();
+    void drawQuads(const Command& command);
+    void setBlend(MVQuadBlend blend);
+    void setProgram(std::uint32_t program, std::uint32_t vertexArray);
+
+    static std::uint32_t clearedPlanes(const MVStencilState& state);
+    void beginStencil(std::uint8_t level);
+    void limitToStencil(std::uint8_t level);
+    static void cleanStencil(std::uint8_t level);
+    void endStencil();
+
+    void play(const MVQuadEntry& entry);
+    void playQuad(const MVQuadEntry& entry);
+
+    std::atomic<bool> refused_{false};
+    MVQuadStream stream_;
+    MVQuadPrograms programs_;
+
+    // What is known of GL's state from `enterState` to `leaveState`.
+    bool active_ = false;
+    bool depthTestOff_ = false;
+    bool textureUnitActive_ = false;
+    bool blendKnown_ = false;
+    MVQuadBlend blend_ = MVQuadBlend::Off;
+    std::uint32_t program_ = 0;
+    std::uint32_t texture_ = 0;
+    std::int32_t arrayBufferBefore_ = 0;
+
+    // What it is to be in the end.
+    std::vector<LastUse> uses_;
+    std::size_t lastUse_ = 0;
+    bool texturesUsed_ = false;
+    std::uint32_t lastTexture_ = 0;
+    MVQuadBlend lastBlend_ = MVQuadBlend::Off;  ///< Off while nothing was blended.
+    bool rebuilt_ = false;
+    std::uint32_t settledProgram_ = 0;  ///< What was left bound last.
+
+    Mivora::Float4x4 projection_{};
+    std::vector<Command> commands_;
+
+    std::vector<Shape> shapes_;  ///< Those of levels in use come first.
+    std::size_t shapeCount_ = 0;
+    std::vector<Saved> saved_;
+    bool isCleared_ = false;         ///< All planes were cleared; `cleanPlanes_` has yet to follow.
+    std::uint32_t cleanPlanes_ = 0;  ///< The bits that are 0 everywhere.
+};

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "MivoraMac/geometry/Float4Private.h"
+
+/// The vertices of a quad that is drawn in one colour.
+struct MVColorVertex {
+    Mivora::Float4 position;  ///< in clip space, so that clipping and perspective stay the driver's
+    Mivora::Float4 color;
+};
+
+/// The vertices of a textured quad.
+struct MVTextureVertex {
+    Mivora::Float4 position;
+    Mivora::Float4 tint;
+    float u;
+    float v;
+    std::uint32_t unit;  ///< the texture unit
+    /// What the source is multiplied with when it is blended: its alpha (0) or one (1).
+    std::uint32_t premultiplied;
+};
+
+/// The vertices of drawn quads on their way to GL: one buffer that is written from its start to its
+/// end and then replaced, so that nobody waits for what was drawn from it.
+///
+/// Thread: the GL queue's, with the context that made it current.
+class MVQuadStream {
+ public:
+    /// As many quads can be drawn by one call.
+    static constexpr std::size_t kMostQuads = 2048;
+
+    /// Makes the GL objects. Binds no array, and leaves the buffer bound to GL_ARRAY_BUFFER.
+    void create();
+    /// Deletes them. For a context with no array bound.
+    void destroy();
+    bool isCreated() const { return vertexBuffer_ != 0; }
+
+    /// Makes room for vertices. The buffer has to be bound to GL_ARRAY_BUFFER.
+    /// @return false where the driver gives none
+    bool map();
+    /// The next vertex of a kind if there is room for four, else null.
+    template <class Vertex>
+    Vertex* quad() {
+        const std::size_t place = (used_ + sizeof(Vertex) - 1) / sizeof(Vertex) * sizeof(Vertex);
+        if (place + 4 * sizeof(Vertex) > kSize) {
+            return nullptr;
+        }
+        used_ = place + 4 * sizeof(Vertex);
+        return reinterpret_cast<Vertex*>(mapped_ + (place - mappedFrom_));
+    }
+    /// Where the vertex after the last one lies, in vertices of a kind.
+    template <class Vertex>
+    std::int32_t end() const {
+        return static_cast<std::int32_t>(used_ / sizeof(Vertex));
+    }
+    /// Hands the vertices over; they can be drawn from here on.
+    void unmap();
+
+    /// The arrays to bind for drawing with a kind of vertices; `quads` are drawn as triangles with
+    /// six indices each.
+    std::uint32_t colorArray() const { return colorArray_; }
+    std::uint32_t textureArray() const { return textureArray_; }
+    std::uint32_t vertexBuffer() const { return vertexBuffer_; }
+
+ private:
+    /// Room for some 4,000 coloured quads.
+    static constexpr std::size_t kSize = std::size_t{512} * 1024;
+    /// With less room left, the buffer starts over.
+    static constexpr std::size_t kLeast = std::size_t{64} * 1024;
+
+    std::uint32_t vertexBuffer_ = 0;
+    std::uint32_t indexBuffer_ = 0;
+    std::uint32_t colorArray_ = 0;
+    std::uint32_t textureArray_ = 0;
+    std::byte* mapped_ = nullptr;
+    std::size_t mappedFrom_ = 0;
+    std::size_t used_ = kSize;
+};
