@@ -75,6 +75,9 @@ MVApplication::Parts::~Parts() {
     imageCache.reset();
     animationClock.reset();
     shaderCache.reset();
+    if (renderView) {
+        renderView->mv_removeAllBridgeViews();
+    }
     window.reset();
     renderView.reset();
     surface.reset();
@@ -208,6 +211,7 @@ bool MVApplication::mv_runLoop(const std::shared_ptr<MVApplicationRunLoop>& /*se
         parts_->animationClock->tickVideoSync(kStep, 0.0);
     }
     MVFrame::layOut(*parts_->window);
+    parts_->renderView->mv_updateBridgeViews();
     if (!parts_->window->mv_windowNeedsDraw()) {
         return false;
     }
@@ -270,6 +274,10 @@ void MVApplication::mv_windowPerspectiveDidBuild(const glm::dmat4& sublayerTrans
     if (parts_->renderView) {
         parts_->renderView->setBridgeViewContainerSublayerTransform(sublayerTransform);
     }
+}
+
+std::shared_ptr<MVBridgeViewHost> MVApplication::mv_bridgeViewHost() {
+    return parts_->renderView;
 }
 
 void MVApplication::observeValueForKeyPathOfObjectChangeContext(std::string_view /*keyPath*/,

@@ -180,6 +180,7 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
     void mv_windowDidBecomeDrawDirty() override { mv_wake(); }
     void mv_windowDidBecomeLayoutDirty() override { mv_wake(); }
     void mv_windowPerspectiveDidBuild(const glm::dmat4& sublayerTransform) override;
+    std::shared_ptr<MVBridgeViewHost> mv_bridgeViewHost() override;
     void observeValueForKeyPathOfObjectChangeContext(std::string_view keyPath,
                                                      Mivora::platform::ObservableObject& object,
                                                      Mivora::platform::PropertyChange change,

@@ -11,12 +11,16 @@
 #include "MivoraMac/input/MVMouseDispatcher.h"
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/input/MVScrollDispatcher.h"
+#include "MivoraMac/platform/Host.h"
+#include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/threads/RunAllPrivate.h"
 #include "MivoraMac/platform/windows/NativeWindow.h"
 #include "MivoraMac/render/MVRenderContext.h"
-#include "MivoraMac/views/MVBridgedView.h"
+#include "MivoraMac/views/MVBridgeView.h"
 
+using Mivora::platform::DebugLog;
 using Mivora::platform::Event;
+using Mivora::platform::Host;
 using Mivora::platform::OpenGLView;
 using Mivora::platform::RunAll;
 using Mivora::platform::runAll;
@@ -62,10 +66,15 @@ bool MVApplicationRenderView::isOpaque() const {
     return true;
 }
 
-void MVApplicationRenderView::addBridgeView(const std::shared_ptr<MVBridgedView>& bridgeView) {
+void MVApplicationRenderView::addBridgeView(const std::shared_ptr<MVBridgeView>& bridgeView) {
     const std::shared_ptr<View> native = bridgeView ? bridgeView->bridgeView() : nullptr;
     if (!native) {
         return;
+    }
+    if (!Host::current().showsNativeViews() && !std::exchange(saidThatNoneAreShown_, true)) {
+        DebugLog::log(DebugLog::Category::Frame,
+                      "native views are not seen: the host \"%s\" shows none",
+                      Host::current().name());
     }
     native->setWantsLayer(true);
     bridgeViewContainer_->addSubview(native);
@@ -74,7 +83,7 @@ void MVApplicationRenderView::addBridgeView(const std::shared_ptr<MVBridgedView>
     }
 }
 
-void MVApplicationRenderView::removeBridgeView(const std::shared_ptr<MVBridgedView>& bridgeView) {
+void MVApplicationRenderView::removeBridgeView(const std::shared_ptr<MVBridgeView>& bridgeView) {
     if (!bridgeView) {
         return;
     }
@@ -82,6 +91,24 @@ void MVApplicationRenderView::removeBridgeView(const std::shared_ptr<MVBridgedVi
         native->removeFromSuperview();
     }
     std::erase(bridgeViews_, bridgeView);
+}
+
+void MVApplicationRenderView::mv_updateBridgeViews() {
+    const auto bridgeViews = bridgeViews_;
+    for (const std::shared_ptr<MVBridgeView>& bridgeView : bridgeViews) {
+        bridgeView->mv_updateBridgeView();
+    }
+}
+
+void MVApplicationRenderView::mv_removeAllBridgeViews() {
+    const auto bridgeViews = bridgeViews_;
+    for (const std::shared_ptr<MVBridgeView>& bridgeView : bridgeViews) {
+        removeBridgeView(bridgeView);
+    }
+}
+
+void MVApplicationRenderView::subviewsWillBePlaced() {
+    mv_updateBridgeViews();
 }
 
 void MVApplicationRenderView::setBridgeViewContainerSublayerTransform(const glm::dmat4& transform) {
@@ -124,7 +151,7 @@ void MVApplicationRenderView::reshape() {
     }
     bridgeViewContainer_->setFrame(bounds());
     const auto bridgeViews = bridgeViews_;
-    for (const std::shared_ptr<MVBridgedView>& bridgeView : bridgeViews) {
+    for (const std::shared_ptr<MVBridgeView>& bridgeView : bridgeViews) {
         bridgeView->mv_positionBridgeView();
     }
 }

@@ -8,9 +8,10 @@
 #include "MivoraMac/geometry/Point.h"
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/windows/OpenGLView.h"
+#include "MivoraMac/views/MVBridgeViewHost.h"
 
 class MVApplication;
-class MVBridgedView;
+class MVBridgeView;
 class MVFingerDispatcher;
 class MVMouseDispatcher;
 class MVMouseToTouchDispatcher;
@@ -47,7 +48,8 @@ class MVWindow;
 /// The application makes it; a program places it in a window of the desktop.
 ///
 /// Thread: main.
-class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLView {
+class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLView,
+                                              public MVBridgeViewHost {
  public:
     /// What a host reports of the pointer.
     using Event = Mivora::platform::Event;
@@ -83,11 +85,12 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     /// @{
 
     /// Puts the native view of an element over the drawing. Null, and an element without a native
-    /// view, are ignored.
-    void addBridgeView(const std::shared_ptr<MVBridgedView>& bridgeView);
+    /// view, are ignored. Where the host shows no native views, the log (category `frame`) says so
+    /// the first time.
+    void addBridgeView(const std::shared_ptr<MVBridgeView>& bridgeView) override;
 
     /// Takes the native view of an element away.
-    void removeBridgeView(const std::shared_ptr<MVBridgedView>& bridgeView);
+    void removeBridgeView(const std::shared_ptr<MVBridgeView>& bridgeView) override;
 
     /// Gives all native views over the drawing a perspective; see `View::sublayerTransform`. It
     /// lasts until the application's window next rebuilds its projection, as after a change of
@@ -105,6 +108,18 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
 
     /// The event's place in points, with the origin at this view's bottom left corner.
     Mivora::Point2 mv_pointForEvent(const Event& event) const;
+
+    /// The height of the bounds.
+    double mv_bridgeViewHostHeight() const override { return bounds().height; }
+
+    /// Brings place and visibility of all native views up to date.
+    void mv_updateBridgeViews();
+
+    /// Takes all native views away.
+    void mv_removeAllBridgeViews();
+
+    /// `mv_updateBridgeViews`: what is placed is placed as the tree says.
+    void subviewsWillBePlaced() override;
 
     /// Sets the GL viewport of the active context to the bounds in pixels, and waits for it.
     void mv_setViewport();
@@ -152,8 +167,9 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     std::shared_ptr<MVRenderContext> context_;
     std::shared_ptr<const Mivora::platform::TrackingArea> trackingArea_;
     bool mouseHoverActive_ = false;
-    std::vector<std::shared_ptr<MVBridgedView>> bridgeViews_;
+    std::vector<std::shared_ptr<MVBridgeView>> bridgeViews_;
     std::shared_ptr<Mivora::platform::View> bridgeViewContainer_;
+    bool saidThatNoneAreShown_ = false;
     std::shared_ptr<MVMouseDispatcher> mouseDispatcher_;
     std::shared_ptr<MVScrollDispatcher> scrollDispatcher_;
     std::shared_ptr<MVMouseToTouchDispatcher> mouseToTouchDispatcher_;

@@ -72,6 +72,10 @@ void Host::registerDesktopHost(const char* name, Factory factory) {
     desktopHost() = {name, factory};
 }
 
+bool Host::showsNativeViews() const {
+    return true;
+}
+
 std::shared_ptr<NativeGLContext> Host::createNativeGLContext() {
     return HeadlessGLContext::create();
 }

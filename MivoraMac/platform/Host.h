@@ -52,6 +52,9 @@ class MIVORA_EXPORT Host {
     /// @param refreshed  what the link calls at every refresh; an empty function is not called
     virtual std::unique_ptr<DisplayLink> createDisplayLink(std::function<void()> refreshed);
 
+    /// Whether native views that are placed in an `OpenGLView` are seen. True here.
+    virtual bool showsNativeViews() const;
+
     /// A window that is not on the screen yet; see `Window::initWithTitle`. Thread: main.
     /// @param content  its size is that of the content, 1 at least
     virtual std::shared_ptr<Window> createWindow(const std::string& title, const Rect& content) = 0;

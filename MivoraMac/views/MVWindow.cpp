@@ -27,6 +27,10 @@ glm::mat4 perspective(float fieldOfView, float aspect, float near, float far) {
 
 MVWindowOwner::~MVWindowOwner() = default;
 
+std::shared_ptr<MVBridgeViewHost> MVWindowOwner::mv_bridgeViewHost() {
+    return nullptr;
+}
+
 std::shared_ptr<MVWindow> MVWindow::init() {
     return MVMake<MVWindow>();
 }

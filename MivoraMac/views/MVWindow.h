@@ -9,6 +9,7 @@
 #include "MivoraMac/views/MVView.h"
 
 class MVApplication;
+class MVBridgeViewHost;
 class MVRenderSurface;
 
 /// Who a window belongs to: told what concerns the world outside the tree.
@@ -28,6 +29,9 @@ class MIVORA_EXPORT MVWindowOwner {
     /// the same perspective: the identity, with -1 / d as what z contributes to w (column 2, row 3
     /// for column vectors), d being the camera's distance in points.
     virtual void mv_windowPerspectiveDidBuild(const glm::dmat4& /*sublayerTransform*/) {}
+
+    /// What holds native views over the drawing of the window; null here, for nothing does.
+    virtual std::shared_ptr<MVBridgeViewHost> mv_bridgeViewHost();
 };
 
 /// The root of a view tree, and the camera it is seen through.

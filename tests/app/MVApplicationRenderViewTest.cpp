@@ -18,8 +18,9 @@
 #include "MivoraMac/platform/headless/HeadlessPointer.h"
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
 #include "MivoraMac/platform/windows/NativeWindow.h"
-#include "MivoraMac/views/MVBridgedView.h"
+#include "MivoraMac/views/MVBridgeView.h"
 #include "MivoraMac/views/MVWindow.h"
+#include "tests/platform/base/LogCapture.h"
 #include "tests/platform/base/ScopedEnvironment.h"
 
 using Mivora::Point2;
@@ -103,10 +104,11 @@ class InputView : public MVView {
     Lines* lines_;
 };
 
-/// An element with a native view that notes when it is to be positioned.
-class Bridge : public MVBridgedView {
+/// A bridge view that notes when its native view is to be positioned.
+class Bridge : public MVBridgeView {
  public:
-    std::shared_ptr<View> bridgeView() const override { return native; }
+    Bridge() : MVBridgeView(View::initWithFrame({0, 0, 10, 10})), native(bridgeView()) {}
+
     void mv_positionBridgeView() override {
         ++positioned;
         if (onPosition) {
@@ -114,7 +116,7 @@ class Bridge : public MVBridgedView {
         }
     }
 
-    std::shared_ptr<View> native = View::initWithFrame({0, 0, 10, 10});
+    std::shared_ptr<View> native;
     int positioned = 0;
     std::function<void()> onPosition;
 };
@@ -634,13 +636,32 @@ TEST_F(MVApplicationRenderViewTest, nativeViewsArePositionedOnceTheContainerHasI
 }
 
 TEST_F(MVApplicationRenderViewTest, nullAndElementsWithoutANativeViewAreIgnored) {
-    const auto bridge = std::make_shared<Bridge>();
-    bridge->native = nullptr;
+    const auto bridge = MVBridgeView::init();
     renderView_->addBridgeView(bridge);
     renderView_->addBridgeView(nullptr);
     renderView_->removeBridgeView(bridge);
     renderView_->removeBridgeView(nullptr);
     EXPECT_THAT(renderView_->mv_bridgeViewContainer()->subviews(), IsEmpty());
+}
+
+TEST_F(MVApplicationRenderViewTest, theLogSaysOnceThatAHostWithoutADesktopShowsNoNativeViews) {
+    const Mivora::tests::LogCapture log("frame");
+    renderView_->addBridgeView(std::make_shared<Bridge>());
+    renderView_->addBridgeView(std::make_shared<Bridge>());
+    EXPECT_THAT(log.lines(), ElementsAre(testing::Pair(
+                                 Mivora::tests::LogCapture::Category::Frame,
+                                 "native views are not seen: the host \"headless\" shows none")));
+}
+
+TEST_F(MVApplicationRenderViewTest, allNativeViewsCanBeTakenAwayAtOnce) {
+    const auto first = std::make_shared<Bridge>();
+    const auto second = std::make_shared<Bridge>();
+    renderView_->addBridgeView(first);
+    renderView_->addBridgeView(second);
+    renderView_->mv_removeAllBridgeViews();
+    EXPECT_THAT(renderView_->mv_bridgeViewContainer()->subviews(), IsEmpty());
+    frame_->setContentSize(71, 60);
+    EXPECT_EQ(first->positioned, 0);
 }
 
 TEST_F(MVApplicationRenderViewTest, theSublayerTransformIsThatOfTheContainer) {

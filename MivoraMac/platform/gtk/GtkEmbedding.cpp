@@ -152,7 +152,7 @@ void GtkEmbedding::placeWidget(const GtkWidgetView& view, const glm::dmat4& toRo
     const Rect bounds = view.bounds();
     const glm::dmat4 matrix =
         flip(height) * toRoot * translation(bounds.x, bounds.y) * flip(bounds.height);
-    const bool isShown = !hidden && isFinite(matrix);
+    const bool isShown = !hidden && bounds.width > 0 && bounds.height > 0 && isFinite(matrix);
     gtk_widget_set_child_visible(widget, isShown ? TRUE : FALSE);
     if (!isShown || gtk_widget_should_layout(widget) == FALSE) {
         return;

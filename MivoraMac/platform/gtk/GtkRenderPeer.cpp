@@ -210,6 +210,7 @@ void GtkRenderPeer::allocated(int width, int height) {
     tellView([width, height](OpenGLView& told) {
         told.setFrame({0, 0, static_cast<double>(width), static_cast<double>(height)});
     });
+    tellView([](OpenGLView& told) { told.subviewsWillBePlaced(); });
     allocating_ = false;
     if (std::exchange(subviewsChanged_, false)) {
         update();

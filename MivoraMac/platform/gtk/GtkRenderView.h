@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "MivoraMac/Export.h"
@@ -33,9 +34,10 @@ MIVORA_EXPORT GtkWidget* GtkWidgetForView(const std::shared_ptr<OpenGLView>& vie
 
 /// A native view that is a widget of the toolkit, to be placed among the native views in an
 /// `OpenGLView`: it is then shown there, above the drawing, where its frame and the transforms of
-/// the views around it say. The widget gets at least its minimum size. Presses over it are its own
-/// (unless its property "can-target" is false), scrolling is if it takes it; hovers are the view's
-/// all the same.
+/// the views around it say. `MVBridgeView` places it in a tree of views. The widget gets at least
+/// its minimum size, but is not shown where the frame has no width or height. Presses over it are
+/// its own (unless its property "can-target" is false), scrolling is if it takes it; hovers are the
+/// view's all the same.
 ///
 /// The view owns the widget, sinking a floating reference. A widget that is in another widget is
 /// not shown until it has been taken from there; windows, and widgets that the `OpenGLView` itself
@@ -45,5 +47,19 @@ MIVORA_EXPORT GtkWidget* GtkWidgetForView(const std::shared_ptr<OpenGLView>& vie
 ///
 /// @return  null for null
 MIVORA_EXPORT std::shared_ptr<View> ViewForGtkWidget(GtkWidget* widget);
+
+/// A native view for a program that runs without a display, too: a widget where the host of this
+/// toolkit runs; elsewhere a plain view, which has a place but shows nothing.
+///
+///     GtkWidget* entry = nullptr;
+///     auto name = MVBridgeView::initWithBridgeView(
+///         ViewForGtkWidget([&] { return entry = gtk_entry_new(); }));
+///     if (entry != nullptr) { … }
+///
+/// Thread: main.
+///
+/// @param makeWidget  called at once, and only where widgets can be made. An empty function, and
+///                    one that yields null, yield null there
+MIVORA_EXPORT std::shared_ptr<View> ViewForGtkWidget(const std::function<GtkWidget*()>& makeWidget);
 
 }  // namespace Mivora::platform

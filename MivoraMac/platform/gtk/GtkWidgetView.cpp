@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/gtk/GtkHostPrivate.h"
 #include "MivoraMac/platform/gtk/GtkKeepPrivate.h"
 #include "MivoraMac/platform/gtk/GtkRenderView.h"
 
@@ -27,6 +28,13 @@ std::shared_ptr<GtkWidgetView> GtkWidgetView::create(GtkWidget* widget) {
         return std::static_pointer_cast<GtkWidgetView>(known->shared_from_this());
     }
     return MVMake<GtkWidgetView>(widget);
+}
+
+std::shared_ptr<View> ViewForGtkWidget(const std::function<GtkWidget*()>& makeWidget) {
+    if (dynamic_cast<GtkHost*>(&Host::current()) == nullptr) {
+        return View::initWithFrame({});
+    }
+    return ViewForGtkWidget(makeWidget ? makeWidget() : nullptr);
 }
 
 GtkWidgetView::GtkWidgetView(GtkWidget* widget) : widget_(widget) {

@@ -17,6 +17,7 @@ class MIVORA_EXPORT HeadlessHost : public Host {
 
     const char* name() const override { return kName; }
     std::shared_ptr<Screen> mainScreen() override { return screen_; }
+    bool showsNativeViews() const override { return false; }
     std::shared_ptr<Window> createWindow(const std::string& title, const Rect& content) override;
 
     /// The main screen, whose scale a program may set.

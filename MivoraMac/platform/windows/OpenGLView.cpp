@@ -85,6 +85,8 @@ void OpenGLView::openGLContextDidAttach() {
     }
 }
 
+void OpenGLView::subviewsWillBePlaced() {}
+
 bool OpenGLView::isOpaque() const {
     return false;
 }

@@ -90,6 +90,10 @@ class MIVORA_EXPORT OpenGLView : public View, public GLContextView {
     /// Tells the peer.
     void openGLContextDidAttach() final;
 
+    /// The native views in this one are about to be placed on the screen: the last moment to change
+    /// them. Nothing here.
+    virtual void subviewsWillBePlaced();
+
     /// Hands an event to the hook of its type: one of entering, of leaving or of moving with no
     /// button held only where a tracking area asks for that. Null is ignored. The view stays alive
     /// for the call; what a hook throws is logged.

@@ -1,0 +1,3 @@
+#include "MivoraMac/views/MVBridgeViewHost.h"
+
+MVBridgeViewHost::~MVBridgeViewHost() = default;

@@ -1,3 +1,0 @@
-#include "MivoraMac/views/MVBridgedView.h"
-
-MVBridgedView::~MVBridgedView() = default;
