@@ -6,11 +6,12 @@
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Color.h"
+#include "MivoraMac/render/MVFilterShader.h"
 #include "MivoraMac/render/MVShader.h"
 
 /// Draws vertices textured with what is bound to texture unit 0, each component multiplied by
 /// that of one colour.
-class MIVORA_EXPORT MVShaderPositionTextureUniformColor : public MVShader {
+class MIVORA_EXPORT MVShaderPositionTextureUniformColor : public MVShader, public MVFilterShader {
  public:
     /// As `init`.
     static std::shared_ptr<MVShaderPositionTextureUniformColor> shader();
@@ -23,7 +24,7 @@ class MIVORA_EXPORT MVShaderPositionTextureUniformColor : public MVShader {
 
     /// Queues the upload of the colour to the program that is current by then: call it after
     /// `use`. Straight alpha, not clamped.
-    void setColor(Mivora::ColorRGBA color);
+    void setColor(Mivora::ColorRGBA color) override;
 
     /// Also points the sampler at texture unit 0, whatever it was before.
     void renderContextBindShader(MVRenderContext& context) override;

@@ -6,10 +6,11 @@
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Color.h"
+#include "MivoraMac/render/MVFilterShader.h"
 #include "MivoraMac/render/MVShader.h"
 
 /// Draws vertices in one colour.
-class MIVORA_EXPORT MVShaderPositionUniformColor : public MVShader {
+class MIVORA_EXPORT MVShaderPositionUniformColor : public MVShader, public MVFilterShader {
  public:
     /// As `init`.
     static std::shared_ptr<MVShaderPositionUniformColor> shader();
@@ -21,7 +22,7 @@ class MIVORA_EXPORT MVShaderPositionUniformColor : public MVShader {
 
     /// Queues the upload of the colour to the program that is current by then: call it after
     /// `use`. Straight alpha, not clamped.
-    void setColor(Mivora::ColorRGBA color);
+    void setColor(Mivora::ColorRGBA color) override;
 
     /// How quads are drawn that are recorded for this shader. Only for a linked one of exactly this
     /// class: a subclass may bind in ways of its own.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "MivoraMac/render/MVFilterShader.h"
+
 // The sources of the standard shaders, without their version line. Kept to the letter, blanks
 // included: drivers cache compiled programs by their text.
 
@@ -24,12 +26,7 @@ inline constexpr const char* kPositionUniformColorFragmentSource =
     " precision lowp float;  uniform vec4 u_color;  void main() {"
     "     gl_FragColor = u_color; }";
 
-inline constexpr const char* kTexturedVertexSource =
-    " precision highp float;  uniform mat4 u_transformProjectionMatrix;"
-    " attribute vec4 a_position; attribute vec2 a_texCoord;"
-    " varying mediump vec2 v_texCoord;  void main() {"
-    "     gl_Position = u_transformProjectionMatrix * a_position;"
-    "     v_texCoord = a_texCoord; }";
+inline constexpr const char* kTexturedVertexSource = MVFilterShaderVertexSource;
 
 inline constexpr const char* kPositionTextureFragmentSource =
     " precision lowp float;  varying vec2 v_texCoord; uniform sampler2D u_sampler;"

@@ -11,7 +11,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
 
-mkdir -p "$work/repository/MivoraMac" "$work/repository/docs"
+mkdir -p "$work/repository/MivoraMac" "$work/repository/docs" "$work/repository/examples/filter"
 cp "$root/docs/Doxyfile" "$root/docs/share-comments.awk" "$work/repository/docs"
 for file in README.md CHANGELOG.md CONTRIBUTING.md; do
     printf '# %s\n' "$file" > "$work/repository/$file"

@@ -180,6 +180,7 @@ GLCallRecorder::GLCallRecorder() {
     MIVORA_WATCH(glTexImage2D);
     MIVORA_WATCH(glTexParameteri);
     MIVORA_WATCH(glUniform1i);
+    MIVORA_WATCH(glUniform2f);
     MIVORA_WATCH(glUniform4f);
     MIVORA_WATCH(glUniformMatrix4fv);
     MIVORA_WATCH(glUseProgram);

@@ -1,0 +1,3 @@
+#include "MivoraMac/images/MVFilterObserver.h"
+
+MVFilterObserver::~MVFilterObserver() = default;
