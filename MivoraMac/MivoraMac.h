@@ -31,6 +31,7 @@
 #include "MivoraMac/images/MVImageCache.h"
 #include "MivoraMac/images/MVImageDispatchQueue.h"
 #include "MivoraMac/images/MVImageFactory.h"
+#include "MivoraMac/images/MVImageProcessor.h"
 #include "MivoraMac/images/MVImageRenderSurfaceBuffer.h"
 #include "MivoraMac/images/MVInvertFilter.h"
 #include "MivoraMac/images/MVInvertShader.h"

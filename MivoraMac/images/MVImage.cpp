@@ -8,8 +8,10 @@
 
 #include "MivoraMac/images/ImageFilePrivate.h"
 #include "MivoraMac/images/ImageRasterPrivate.h"
+#include "MivoraMac/images/MVClearFilter.h"
 #include "MivoraMac/images/MVImageCache.h"
 #include "MivoraMac/images/MVImageDispatchQueue.h"
+#include "MivoraMac/images/MVImageProcessor.h"
 #include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/base/Resources.h"
 #include "MivoraMac/platform/pictures/BitmapImage.h"
@@ -101,8 +103,21 @@ void MVImage::setScale(float scale) {
 }
 
 std::shared_ptr<MVImage> MVImage::copyWithZone() {
-    DebugLog::log(DebugLog::Category::Images, "images cannot be copied");
-    return nullptr;
+    const auto filter = MVClearFilter::init();
+    if (mv_texture() == 0 || !filter->shaderForRenderPass(0)) {
+        DebugLog::log(DebugLog::Category::Images, "no copy: there is %s",
+                      mv_texture() == 0 ? "no texture" : "nothing to draw with");
+        return nullptr;
+    }
+    const auto processor = MVImageProcessor::init();
+    processor->setSourceImage(shared_from_this());
+    processor->setFilter(filter);
+    processor->setDestinationSize(size());
+    auto copied = processor->filterImage();
+    if (!copied) {
+        DebugLog::log(DebugLog::Category::Images, "no copy: the image has no size");
+    }
+    return copied;
 }
 
 void MVImage::use() {

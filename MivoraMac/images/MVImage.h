@@ -44,10 +44,17 @@ class MIVORA_EXPORT MVImage : public MVImageFactory<MVImage, Mivora::platform::O
     /// Whether the picture came with alpha, by which the colours are then multiplied.
     bool premultipliedAlpha() const { return premultipliedAlpha_; }
 
-    /// Makes a new image with a texture of its own by drawing this one.
+    /// Makes a new image with a texture of its own by drawing this one, as an `MVClearFilter` does.
     ///
-    /// Drawing an image into another needs an image processor, which the library does not have:
-    /// null, and a line in the debug log (category `images`).
+    /// The copy has as many pixels as this image has points, at this image's scale: that of an
+    /// image with two pixels a point is half as fine, and half as large. Its coordinate system is
+    /// 1. It says that its colours are not premultiplied, and holds those of this image as they
+    /// are if this image's are; straight ones it holds multiplied by their alpha, as it does the
+    /// alpha itself. Opaque images are copied exactly.
+    ///
+    /// Null, and a line in the debug log (category `images`), for an image that has no size or no
+    /// texture yet, and where there is no GL context or shader cache to draw with. Not from within
+    /// `MVView::draw`.
     std::shared_ptr<MVImage> copy() { return copyWithZone(); }
     virtual std::shared_ptr<MVImage> copyWithZone();
 

@@ -2,12 +2,14 @@
 
 #include <string_view>
 
+#include "MivoraMac/images/MVFilter.h"
 #include "MivoraMac/images/MVImage.h"
 #include "MivoraMac/images/MVMutableImage.h"
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/base/PropertyObservation.h"
 #include "MivoraMac/render/MVShaderCache.h"
 #include "MivoraMac/render/MVShaderPositionTextureUniformColor.h"
+#include "MivoraMac/views/MVFilterStagePrivate.h"
 #include "MivoraMac/views/MVQuadPrivate.h"
 
 using Mivora::platform::ObservableObject;
@@ -64,7 +66,8 @@ std::shared_ptr<MVImageView> MVImageView::initWithImage(const std::shared_ptr<MV
 
 MVImageView::MVImageView(const std::shared_ptr<MVImage>& image)
     : quad_(std::make_unique<MVQuad>(MVQuad::Vertices::PositionAndTexCoord)),
-      observer_(std::make_shared<Observer>(*this)) {
+      observer_(std::make_shared<Observer>(*this)),
+      filterStage_(std::make_unique<MVFilterStage>()) {
     if (const auto cache = MVShaderCache::sharedCache()) {
         shader_ = cache->shaderForKeyAs<MVShaderPositionTextureUniformColor>(
             "MVShaderPositionTextureUniformColor");
@@ -76,6 +79,9 @@ MVImageView::MVImageView(const std::shared_ptr<MVImage>& image)
 }
 
 MVImageView::~MVImageView() {
+    if (const auto& filter = filterStage_->filter()) {
+        filter->removeFilterObserver(this);
+    }
     setImage(nullptr);
 }
 
@@ -95,6 +101,29 @@ void MVImageView::setImage(const std::shared_ptr<MVImage>& image) {
     setNeedsDraw();
 }
 
+const std::shared_ptr<MVFilter>& MVImageView::filter() const {
+    return filterStage_->filter();
+}
+
+void MVImageView::setFilter(const std::shared_ptr<MVFilter>& filter) {
+    if (filterStage_->setFilter(filter, filterObserver())) {
+        setNeedsDraw();
+    }
+}
+
+void MVImageView::filterDidChange(const std::shared_ptr<MVFilter>& /*filter*/) {
+    setNeedsDraw();
+}
+
+/// This view, as filters hold it. Within a constructor nobody owns it yet, and it is told through
+/// something that lives as long as it does.
+std::shared_ptr<MVFilterObserver> MVImageView::filterObserver() {
+    if (const std::shared_ptr<MVView> self = weak_from_this().lock()) {
+        return {self, this};
+    }
+    return {observer_, this};
+}
+
 void MVImageView::setSize3(Mivora::Size3 size) {
     MVView::setSize3(size);
     quad_->setSize({size.width, size.height});
@@ -107,12 +136,15 @@ void MVImageView::mv_buildQuadVertices() {
 }
 
 void MVImageView::prepareForDraw() {
-    setCoordinateSystem(image_ ? image_->coordinateSystem() : 0);
+    filterStage_->prepare(image_, size());
+    const MVImage* const drawn =
+        filterStage_->processedImage() ? filterStage_->processedImage().get() : image_.get();
+    setCoordinateSystem(drawn != nullptr ? drawn->coordinateSystem() : 0);
 }
 
 void MVImageView::draw() {
     if (image_) {
         mv_buildQuadVertices();
-        quad_->drawImage(shader_, image_, effectiveOpacity());
+        filterStage_->draw(*quad_, shader_, image_, effectiveOpacity());
     }
 }

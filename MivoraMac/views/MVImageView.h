@@ -3,13 +3,16 @@
 #include <memory>
 
 #include "MivoraMac/Export.h"
+#include "MivoraMac/images/MVFilterObserver.h"
 #include "MivoraMac/views/MVView.h"
 
+class MVFilterStage;
 class MVImage;
 class MVQuad;
 class MVShaderPositionTextureUniformColor;
 
-/// A view that shows an image, stretched over its width and height.
+/// A view that shows an image, stretched over its width and height, through a filter if it is given
+/// one.
 ///
 /// The view watches its image: when the size changes, or the contents of a mutable image, it is
 /// drawn anew. Only of a plain image that loads in the background nothing tells that its pixels
@@ -20,8 +23,13 @@ class MVShaderPositionTextureUniformColor;
 ///
 /// Blending is always on. Without an image, nothing is drawn.
 ///
+/// A filter draws the image in place of the view. Its last pass is drawn into the window; those
+/// before it are run anew for every frame that is drawn, into textures of at most as many pixels as
+/// the view has points: a filter with several passes makes a picture at most that fine. A filter
+/// that has no shader for its last pass draws nothing.
+///
 /// Thread: main.
-class MIVORA_EXPORT MVImageView : public MVView {
+class MIVORA_EXPORT MVImageView : public MVView, public MVFilterObserver {
  public:
     /// Creates a view of size zero without an image.
     static std::shared_ptr<MVImageView> init();
@@ -41,6 +49,16 @@ class MIVORA_EXPORT MVImageView : public MVView {
     /// size, not with the image: one whose `coordinateSpace` differs from that of the one before
     /// shows that part at first.
     void setImage(const std::shared_ptr<MVImage>& image);
+
+    /// What the image is shown through, or null.
+    const std::shared_ptr<MVFilter>& filter() const;
+
+    /// Shows the image through another filter, whose changes it then follows; null for none. The
+    /// same one does nothing.
+    void setFilter(const std::shared_ptr<MVFilter>& filter);
+
+    /// Asks for a redraw.
+    void filterDidChange(const std::shared_ptr<MVFilter>& filter) override;
 
     void setSize3(Mivora::Size3 size) override;
 
@@ -64,8 +82,11 @@ class MIVORA_EXPORT MVImageView : public MVView {
  private:
     class Observer;
 
+    std::shared_ptr<MVFilterObserver> filterObserver();
+
     std::shared_ptr<MVImage> image_;
     std::unique_ptr<MVQuad> quad_;
     std::shared_ptr<MVShaderPositionTextureUniformColor> shader_;
     std::shared_ptr<Observer> observer_;
+    std::unique_ptr<MVFilterStage> filterStage_;
 };
