@@ -72,8 +72,7 @@ void Carousel::build() {
     stage_->setAnchorPoint({0.5F, 0.5F});
     addSubview(stage_);
 
-    const auto self = std::static_pointer_cast<Carousel>(shared_from_this());
-    const std::weak_ptr<Carousel> weak = self;
+    const auto weak = MVWeakSelf(this);
     for (int i = 0; i < kCards; ++i) {
         const int column = i % kColumns;
         std::shared_ptr<MVImage> picture;
@@ -94,7 +93,7 @@ void Carousel::build() {
     ribbon_ = makeRibbon();
     addSubview(ribbon_);
 
-    pan_ = MVPanGestureRecognizer::initWithTargetAction(self, &Carousel::panned);
+    pan_ = MVPanGestureRecognizer::initWithTargetAction(MVSelf(this), &Carousel::panned);
     addGestureRecognizer(pan_);
     placeCards();
 }
@@ -142,7 +141,7 @@ void Carousel::spin(float velocity) {
 void Carousel::wake() {
     if (!ticking_) {
         ticking_ = true;
-        clock_->startTick(std::static_pointer_cast<Carousel>(shared_from_this()));
+        clock_->startTick(MVSelf(this));
     }
 }
 
@@ -162,7 +161,7 @@ void Carousel::tickVideoSync(double step, double /*sync*/) {
     }
     if (!moves) {
         ticking_ = false;
-        clock_->stopTick(std::static_pointer_cast<Carousel>(shared_from_this()));
+        clock_->stopTick(MVSelf(this));
     }
 }
 
@@ -210,7 +209,7 @@ void Carousel::moveRibbon() {
 }
 
 void Carousel::panned(const std::shared_ptr<MVGestureRecognizer>& /*recognizer*/) {
-    const auto self = std::static_pointer_cast<MVView>(shared_from_this());
+    const auto self = shared_from_this();
     const float translation = pan_->translationInView(self).x;
     switch (pan_->state()) {
         case MVGestureRecognizerStateBegan:

@@ -50,3 +50,24 @@ template <class T, class... Arguments>
 std::shared_ptr<T> MVMake(Arguments&&... arguments) {
     return std::allocate_shared<T>(MVMaker::Allocator<T>(), std::forward<Arguments>(arguments)...);
 }
+
+/// The object that `self` points to under shared ownership, as the class that it is named as: from
+/// within one of its member functions, `MVSelf(this)`. That is how a class hands itself out as a
+/// target or a ticker:
+///
+///     pan_ = MVPanGestureRecognizer::initWithTargetAction(MVSelf(this), &Card::panned);
+///     clock->startTick(MVSelf(this));
+///
+/// @param self  an object made by `MVMake` or an `init` function; not null
+/// @throws std::bad_weak_ptr from within a constructor or a destructor, where nobody owns it
+template <class T>
+std::shared_ptr<T> MVSelf(T* self) {
+    return {self->shared_from_this(), self};
+}
+
+/// As `MVSelf`, without keeping the object alive: for what is called later, if it is still there.
+/// Empty from within a constructor or a destructor.
+template <class T>
+std::weak_ptr<T> MVWeakSelf(T* self) {
+    return std::shared_ptr<T>(self->weak_from_this().lock(), self);
+}

@@ -79,7 +79,50 @@ struct AllocatedAlone {
 };
 int AllocatedAlone::allocations_ = 0;
 
+/// What a client's class looks like: derived, with a second base that others know it by.
+struct Named {
+    virtual ~Named() = default;
+    std::string name = "named";
+};
+class Client : public Guarded, public Named {
+ public:
+    std::shared_ptr<Client> self() { return MVSelf(this); }
+    std::shared_ptr<const Client> constantSelf() const { return MVSelf(this); }
+    std::weak_ptr<Client> weakSelf() { return MVWeakSelf(this); }
+
+    bool hasSelfWhileConstructed = true;
+
+ protected:
+    friend struct ::MVMaker;
+    Client() {
+        EXPECT_THROW(MVSelf(this), std::bad_weak_ptr);
+        hasSelfWhileConstructed = MVWeakSelf(this).lock() != nullptr;
+    }
+};
+
 }  // namespace
+
+TEST(MVSelfTest, isTheObjectAsItsOwnClass) {
+    const auto client = MVMake<Client>();
+    const std::shared_ptr<Named> named = client->self();
+    EXPECT_EQ(named->name, "named");
+    EXPECT_EQ(client->self(), client);
+    EXPECT_EQ(client->constantSelf(), client);
+    EXPECT_EQ(client.use_count(), 2) << "shared with what is held";
+}
+
+TEST(MVSelfTest, theWeakFormDoesNotKeepTheObjectAlive) {
+    auto client = MVMake<Client>();
+    const std::weak_ptr<Client> weak = client->weakSelf();
+    EXPECT_EQ(weak.lock(), client);
+    EXPECT_EQ(client.use_count(), 1);
+    client.reset();
+    EXPECT_TRUE(weak.expired());
+}
+
+TEST(MVSelfTest, thereIsNoneDuringConstruction) {
+    EXPECT_FALSE(MVMake<Client>()->hasSelfWhileConstructed);
+}
 
 TEST(MVMakeTest, makesObjectsWhoseConstructorsAndDestructorAreProtected) {
     static_assert(!std::is_default_constructible_v<Guarded>);
