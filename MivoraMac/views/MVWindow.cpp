@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "MivoraMac/geometry/MVMath.h"
 #include "MivoraMac/platform/base/MVMake.h"
@@ -49,6 +50,34 @@ MVWindow::MVWindow(const std::shared_ptr<MVWindowOwner>& owner) {
 void MVWindow::setSize3(Mivora::Size3 size) {
     MVView::setSize3(size);
     mv_setProjectionMatrixDirty();
+    fitContentView();
+}
+
+std::shared_ptr<MVView> MVWindow::contentView() const {
+    std::shared_ptr<MVView> view = contentView_.lock();
+    return view != nullptr && view->superviewPointer() == this ? view : nullptr;
+}
+
+void MVWindow::setContentView(std::shared_ptr<MVView> view) {
+    const std::shared_ptr<MVView> former = contentView();
+    if (former == nullptr && view != nullptr) {
+        addSubview(view);
+    } else if (view != nullptr && view->superviewPointer() != this) {
+        const std::shared_ptr<const MVViewArray> order = subviews();
+        insertSubviewAtIndex(view,
+                             std::find(order->begin(), order->end(), former) - order->begin());
+    }
+    if (former != nullptr && former != view) {
+        former->removeFromSuperview();
+    }
+    contentView_ = std::move(view);
+    fitContentView();
+}
+
+void MVWindow::fitContentView() {
+    if (const std::shared_ptr<MVView> view = contentView()) {
+        view->setSize(size());
+    }
 }
 
 void MVWindow::setFieldOfView(float fieldOfView) {

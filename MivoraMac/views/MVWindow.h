@@ -62,6 +62,25 @@ class MIVORA_EXPORT MVWindow : public MVView {
     /// Also marks the projection, even for an equal size.
     void setSize3(Mivora::Size3 size) override;
 
+    /// @name Content
+    /// @{
+
+    /// The subview that keeps the window's width and height; null for none.
+    std::shared_ptr<MVView> contentView() const;
+
+    /// Adds a view as a subview, unless it is one already, gives it the window's width and height
+    /// at once and from then on whenever the window gets another size, which is before anything is
+    /// laid out. With an anchor and a position of zero, as a new view has them, it fills the
+    /// window.
+    ///
+    /// Takes the former content view out of the window, and its place in the order of the subviews.
+    /// While the view is placed elsewhere it is not the content view.
+    ///
+    /// @param view  null for none
+    /// @throws MVException `kInvalidArgument` as `addSubview` does, with nothing changed
+    void setContentView(std::shared_ptr<MVView> view);
+
+    /// @}
     /// @name Camera
     /// Setting an equal value does nothing. None of these asks for a redraw; the camera moves when
     /// the projection is next read.
@@ -74,9 +93,9 @@ class MIVORA_EXPORT MVWindow : public MVView {
     void setFieldOfView(float fieldOfView);
 
     /// How far in front of the window's plane, towards the eye, content is still seen, in points;
-    /// 150 by default. What reaches beyond is cut off, as an edge of a view that turns or grows: one
-    /// 400 points wide that turns about its middle comes 200 points nearer. The near plane stays at
-    /// least 0.001 in front of the eye.
+    /// 150 by default. What reaches beyond is cut off, as an edge of a view that turns or grows:
+    /// one 400 points wide that turns about its middle comes 200 points nearer. The near plane
+    /// stays at least 0.001 in front of the eye.
     float nearDistance() const { return nearDistance_; }
     /// Moves the near plane.
     void setNearDistance(float nearDistance);
@@ -146,9 +165,7 @@ class MIVORA_EXPORT MVWindow : public MVView {
     /// Notes that it has been. Thread: any.
     void mv_setDrawClean();
     /// Whether the tree has to be drawn. True for a new window. Thread: any.
-    bool mv_windowNeedsDraw() const {
-        return drawnRequests_.load() < mv_drawRequests();
-    }
+    bool mv_windowNeedsDraw() const { return drawnRequests_.load() < mv_drawRequests(); }
 
     /// How often the tree has asked for a redraw so far. Thread: any.
     std::uint64_t mv_drawRequests() const { return drawRequests_.load(); }
@@ -165,8 +182,11 @@ class MIVORA_EXPORT MVWindow : public MVView {
  private:
     friend struct MVMaker;
 
+    void fitContentView();
+
     std::weak_ptr<MVWindowOwner> owner_;
     std::weak_ptr<MVRenderSurface> surface_;
+    std::weak_ptr<MVView> contentView_;
     glm::mat4 projectionMatrix_{1.0F};
     bool projectionMatrixDirty_ = true;
     std::atomic<bool> needsLayoutVisit_{false};

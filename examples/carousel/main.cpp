@@ -16,10 +16,6 @@
 
 using Mivora::platform::Host;
 using Mivora::platform::MainThread;
-using Mivora::platform::ObservableObject;
-using Mivora::platform::PropertyChange;
-using Mivora::platform::PropertyObserver;
-using Mivora::platform::View;
 using Mivora::platform::Window;
 
 namespace {
@@ -30,21 +26,6 @@ struct Options {
     double width = 1280;
     double height = 800;
     std::string folder = "carousel-frames";
-};
-
-/// Gives a view of the tree the size of the native view, whenever that changes.
-class Filling : public PropertyObserver {
- public:
-    explicit Filling(std::shared_ptr<MVView> view) : view_(std::move(view)) {}
-
-    void observeValueForKeyPathOfObjectChangeContext(std::string_view, ObservableObject& object,
-                                                     PropertyChange, void*) override {
-        const auto& bounds = static_cast<View&>(object).bounds();
-        view_->setSize({static_cast<float>(bounds.width), static_cast<float>(bounds.height)});
-    }
-
- private:
-    std::shared_ptr<MVView> view_;
 };
 
 void printUsage(std::FILE* stream) {
@@ -97,10 +78,8 @@ int run(const Options& options) {
     }
     const auto application = MVApplication::init();
     const auto carousel = Carousel::make(application->animationClock());
-    const auto filling = std::make_shared<Filling>(carousel);
-    application->renderView()->addObserver(filling, "bounds");
     application->window()->setFarDistance(3000);
-    application->window()->addSubview(carousel);
+    application->window()->setContentView(carousel);
 
     const auto window = Window::initWithTitle("Carousel", options.width, options.height);
     window->setContentView(application->renderView());

@@ -53,9 +53,7 @@ class MarkingList : public RowList {
     MarkingList()
         : RowList(
               kRows, kRowHeight, [] { return MVMake<Row>(); },
-              [](MVView& view, int row) { static_cast<Row&>(view).show(row); }) {
-        setSize(kSize);
-    }
+              [](MVView& view, int row) { static_cast<Row&>(view).show(row); }) {}
 
     void mouseBegan(const std::shared_ptr<MVMouse>& mouse) override {
         const Mivora::Point3 place = mouse->locationInView(shared_from_this());
@@ -72,7 +70,7 @@ int run(const char* file) {
     }
     const auto application = MVApplication::init();
     const auto list = MVMake<MarkingList>();
-    application->window()->addSubview(list);
+    application->window()->setContentView(list);
 
     const auto window = Window::initWithTitle("List", kSize.width, kSize.height);
     window->setContentView(application->renderView());

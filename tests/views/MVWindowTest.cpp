@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "MivoraMac/geometry/MVMath.h"
+#include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "tests/views/RecordingView.h"
 
@@ -484,6 +485,85 @@ TEST(MVWindowTest, aViewportWithoutExtentGivesARayOfNaN) {
     const Window window = windowOfSize(800.0F, 600.0F);
     const Ray3 ray = window->mv_unprojectScreenPointViewport({0, 0}, {0, 0, 0, 0});
     EXPECT_TRUE(std::isnan(ray.direction.x));
+}
+
+// Content
+
+TEST(MVWindowContentTest, theContentViewHasTheWindowsSizeAndFollowsIt) {
+    const auto window = MVWindow::init();
+    window->setSize({40.0F, 30.0F});
+    const auto view = RecordingView::make("view", nullptr);
+    view->setSize3({1.0F, 2.0F, 3.0F});
+    window->setContentView(view);
+    EXPECT_EQ(window->contentView(), view);
+    EXPECT_EQ(view->superview(), window);
+    EXPECT_EQ(view->size3(), (Mivora::Size3{40.0F, 30.0F, 3.0F})) << "the depth is its own";
+    window->setSize({50.0F, 20.0F});
+    EXPECT_EQ(view->size(), (Mivora::Size2{50.0F, 20.0F}));
+    view->setSize({5.0F, 5.0F});
+    window->setSize({50.0F, 20.0F});
+    EXPECT_EQ(view->size(), (Mivora::Size2{50.0F, 20.0F})) << "also when told the same again";
+}
+
+TEST(MVWindowContentTest, aNewSizeLaysTheContentOutInTheSameVisit) {
+    CallLog log;
+    const auto window = MVWindow::init();
+    const auto view = RecordingView::make("view", &log);
+    window->setContentView(view);
+    window->mv_layoutVisit();
+    log.clear();
+    window->setSize({50.0F, 20.0F});
+    window->mv_layoutVisit();
+    EXPECT_THAT(log, testing::ElementsAre("view.setSize3", "view.layoutSubviews"));
+}
+
+TEST(MVWindowContentTest, anotherContentViewTakesThePlaceOfTheFormer) {
+    const auto window = MVWindow::init();
+    const auto back = MVView::init();
+    const auto first = MVView::init();
+    const auto front = MVView::init();
+    const auto second = MVView::init();
+    window->addSubview(back);
+    window->setContentView(first);
+    window->addSubview(front);
+    window->setContentView(second);
+    EXPECT_THAT(*window->subviews(), testing::ElementsAre(back, second, front));
+    EXPECT_EQ(first->superview(), nullptr);
+    window->setContentView(front);
+    EXPECT_THAT(*window->subviews(), testing::ElementsAre(back, front)) << "a subview already";
+    window->setContentView(front);
+    EXPECT_THAT(*window->subviews(), testing::ElementsAre(back, front));
+    window->setContentView(nullptr);
+    EXPECT_THAT(*window->subviews(), testing::ElementsAre(back));
+    EXPECT_EQ(window->contentView(), nullptr);
+    window->setContentView(nullptr);
+    EXPECT_THAT(*window->subviews(), testing::ElementsAre(back));
+}
+
+TEST(MVWindowContentTest, aViewThatHasLeftIsNotTheContentViewUntilItIsBack) {
+    const auto window = MVWindow::init();
+    auto view = MVView::init();
+    window->setContentView(view);
+    view->removeFromSuperview();
+    EXPECT_EQ(window->contentView(), nullptr);
+    window->setSize({50.0F, 20.0F});
+    EXPECT_EQ(view->size(), Mivora::Size2::kZero);
+    window->addSubview(view);
+    EXPECT_EQ(window->contentView(), view);
+    view->removeFromSuperview();
+    const std::weak_ptr<MVView> watched = view;
+    view.reset();
+    EXPECT_TRUE(watched.expired()) << "nor does the window keep it";
+}
+
+TEST(MVWindowContentTest, whatCannotBeASubviewIsRefusedAndChangesNothing) {
+    const auto window = MVWindow::init();
+    const auto view = MVView::init();
+    window->setContentView(view);
+    EXPECT_THROW(window->setContentView(window), MVException);
+    EXPECT_THROW(window->setContentView(MVWindow::init()), MVException);
+    EXPECT_EQ(window->contentView(), view);
+    EXPECT_THAT(*window->subviews(), testing::ElementsAre(view));
 }
 
 }  // namespace
