@@ -15,6 +15,7 @@
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "MivoraMac/views/MVFramePrivate.h"
+#include "MivoraMac/views/MVViewTreePrivate.h"
 #include "MivoraMac/views/MVWindow.h"
 
 using Mivora::platform::AtEnd;
@@ -130,10 +131,11 @@ Picture MVCaptureView(const std::shared_ptr<MVView>& givenView, const MVCaptureO
     if (scaleFactor > 0.0F) {
         window->setContentScaleFactor(scaleFactor);
     }
+    const MVViewTree::ContentScaleFactors scaleFactors(*view);
     window->addSubview(view);
     const AtEnd remove([&] {
         view->removeFromSuperview();
-        view->setContentScaleFactor(scaleFactor);
+        scaleFactors.restore();
     });
     return MVCaptureWindow(window, options);
 }

@@ -1,6 +1,7 @@
 #include "MivoraMac/views/MVView.h"
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 #include "MivoraMac/platform/base/MVException.h"
@@ -66,6 +67,7 @@ MVView::~MVView() {
     }
     forgetCurrentDrawing();
     if (stencilView_ != nullptr) {
+        std::erase(stencilView_->masked_, this);
         releaseWithoutRecursion(std::move(stencilView_));
     }
     if (subviews_ != nullptr) {
@@ -81,8 +83,8 @@ std::shared_ptr<MVView> MVView::superview() const {
 }
 
 std::shared_ptr<const MVViewArray> MVView::subviews() const {
-    if (subviews_ != nullptr) {
-        return subviews_;
+    if (const std::shared_ptr<MVViewArray>& array = subviewArray()) {
+        return array;
     }
     static const MVViewArray empty;
     return {std::shared_ptr<void>(), &empty};
@@ -95,9 +97,9 @@ void MVView::addSubview(std::shared_ptr<MVView> view) {
         return;
     }
     // Held, the list is replaced by every change, which is how one made by a hook is noticed.
-    std::shared_ptr<MVViewArray> before = subviews_;
+    std::shared_ptr<MVViewArray> before = subviewArray();
     view->mv_setSuperview(this);
-    if (view->superviewPointer() != this || (subviews_ != before && hasSubview(view.get()))) {
+    if (view->superviewPointer() != this || (subviewArray() != before && hasSubview(view.get()))) {
         return;
     }
     before.reset();
@@ -119,6 +121,9 @@ void MVView::insertSubviewAtIndex(std::shared_ptr<MVView> view, std::int64_t ind
     if (view->superviewPointer() != this) {
         return;
     }
+    if (view->layoutVisitWanted_) {
+        wantLayoutVisit();  // no visit came to a former stencil view that was only placed here
+    }
     MVViewArray& array = subviewsToChange();
     std::erase(array, view);
     // A hook may have removed some of those that the index was checked against.
@@ -139,8 +144,9 @@ void MVView::removeFromSuperview() {
 }
 
 void MVView::removeAllSubviews() {
-    const std::shared_ptr<const MVViewArray> snapshot = subviews();
-    for (const std::shared_ptr<MVView>& view : *snapshot) {
+    // A copy of the list, since one that is held would be replaced by every change.
+    const MVViewArray snapshot = *subviews();
+    for (const std::shared_ptr<MVView>& view : snapshot) {
         view->removeFromSuperview();
     }
 }
@@ -167,20 +173,21 @@ void MVView::mv_setSuperview(MVView* superview) {
     mv_setTransformMatrixDirty();
     mv_setEffectivelyHiddenDirty();
     mv_setEffectiveOpacityDirty();
-    setContentScaleFactor(superview != nullptr ? superview->contentScaleFactor() : 0.0F);
+    inheritContentScaleFactor(superview);
 }
 
 void MVView::mv_removeSubviewFromHierarchy(const MVView* view) {
-    if (subviews_ != nullptr) {
-        const auto found = std::find_if(subviews_->begin(), subviews_->end(), isView(view));
-        if (found != subviews_->end()) {
-            const auto index = found - subviews_->begin();
-            MVViewArray& array = subviewsToChange();
-            array.erase(array.begin() + index);
-        }
-        if (subviews_->empty()) {
-            subviews_ = nullptr;
-        }
+    if (subviews_.use_count() == 1 && (*subviews_)[removedFromFront_].get() == view) {
+        // Its place stays, since moving all the others would make removing one by one quadratic.
+        (*subviews_)[removedFromFront_] = nullptr;
+        ++removedFromFront_;
+    } else if (hasSubview(view)) {
+        MVViewArray& array = subviewsToChange();
+        array.erase(std::find_if(array.begin(), array.end(), isView(view)));
+    }
+    if (subviews_ != nullptr && removedFromFront_ == subviews_->size()) {
+        subviews_ = nullptr;
+        removedFromFront_ = 0;
     }
     mv_setDrawDirty();
 }
@@ -202,26 +209,58 @@ void MVView::checkCanBecomeSubview(const MVView* view, const char* operation) co
     if (view == this) {
         refuse(operation, "a view cannot be its own subview");
     }
+    if (isInside(view)) {
+        refuse(operation, "a view cannot be placed in, or mask, a view inside it");
+    }
+}
+
+/// Whether this view is below another one, going by subviews and stencil views.
+bool MVView::isInside(const MVView* view) const {
     // Only a view that something was ever placed in can be above this one: building a deep tree
     // from the top does not walk up for every leaf.
-    if (view->backPointer_ == nullptr) {
-        return;
+    if (view->backPointer_ == nullptr && view->stencilView_ == nullptr) {
+        return false;
     }
-    for (const MVView* ancestor = superviewPointer(); ancestor != nullptr;
-         ancestor = ancestor->superviewPointer()) {
-        if (ancestor == view) {
-            refuse(operation, "a view cannot become a subview of a view inside it");
+    std::vector<const MVView*> others;  // further ways up
+    std::unordered_set<const MVView*> masking;
+    const MVView* above = this;
+    for (;;) {
+        for (; above != nullptr && above != view; above = above->superviewPointer()) {
+            if (above->masked_.empty()) {
+                continue;
+            }
+            if (!masking.insert(above).second) {
+                above = nullptr;
+                break;
+            }
+            others.insert(others.end(), above->masked_.begin(), above->masked_.end());
         }
+        if (above != nullptr || others.empty()) {
+            return above != nullptr;
+        }
+        above = others.back();
+        others.pop_back();
     }
 }
 
 bool MVView::hasSubview(const MVView* view) const {
-    return subviews_ != nullptr && std::any_of(subviews_->begin(), subviews_->end(), isView(view));
+    return subviews_ != nullptr &&
+           std::any_of(subviews_->begin() + removedFromFront_, subviews_->end(), isView(view));
+}
+
+/// The list of subviews, or null while it is empty. The places of those that were removed from the
+/// front since the list was last asked for are closed now.
+const std::shared_ptr<MVViewArray>& MVView::subviewArray() const {
+    if (removedFromFront_ != 0) {
+        subviews_->erase(subviews_->begin(), subviews_->begin() + removedFromFront_);
+        removedFromFront_ = 0;
+    }
+    return subviews_;
 }
 
 /// The list of subviews for changing: the one there is while nobody else holds it, else a copy.
 MVViewArray& MVView::subviewsToChange() {
-    if (subviews_ == nullptr) {
+    if (subviewArray() == nullptr) {
         subviews_ = std::make_shared<MVViewArray>();
     } else if (subviews_.use_count() > 1) {
         subviews_ = std::make_shared<MVViewArray>(*subviews_);

@@ -105,7 +105,8 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// view that is placed in this one already stays where it is in the order.
     ///
     /// @throws MVException `kInvalidArgument`, with nothing changed, if the view is null, a window,
-    ///         this view, or one that this view is inside
+    ///         this view, or one that this view is inside, be it as a subview or within a stencil
+    ///         view, at any depth
     void addSubview(std::shared_ptr<MVView> view);
 
     /// Adds a view at an index in the order of subviews, taking it from the superview it may have,
@@ -118,7 +119,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     void insertSubviewAtIndex(std::shared_ptr<MVView> view, std::int64_t index);
 
     /// Leaves the superview, if there is one, and with it the window. The view and everything
-    /// below it are then effectively hidden; its own `contentScaleFactor` becomes 0.
+    /// below it are then effectively hidden, with a `contentScaleFactor` of 0.
     void removeFromSuperview();
 
     /// Sends `removeFromSuperview` to each subview, from the back to the front.
@@ -266,11 +267,15 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// The product of the opacities of this view and all above it.
     float effectiveOpacity();
 
-    /// Pixels for each point of the content that this view draws. A new view has that of the main
-    /// screen, asked once for the process; joining a superview takes over the superview's, leaving
-    /// makes it 0. Subviews keep theirs.
+    /// Pixels for each point of the content that this view draws.
+    ///
+    /// A new view has that of the main screen, asked once for the process. One that joins a
+    /// superview takes over the superview's, and each view below takes over that of the view it is
+    /// placed in, unless a value of its own was set. Leaving makes it 0 for the view and everything
+    /// below it, also where it was set.
     float contentScaleFactor() const { return contentScaleFactor_; }
-    /// Only stores the value: no subview is told and no redraw asked for.
+    /// Only stores the value, which is kept until this view itself joins or anything above it
+    /// leaves a superview. No subview is told and no redraw asked for. 0 means no value.
     void setContentScaleFactor(float contentScaleFactor);
 
     /// Asks for the tree to be drawn again in the next frame. While a frame is drawn, from
@@ -323,7 +328,8 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// view; setting null removes it, unless it is a subview or placed elsewhere.
     ///
     /// @throws MVException `kInvalidArgument`, with nothing changed, if the view is a window, this
-    ///         view, or one that this view is inside
+    ///         view, or one that this view is inside, be it as a subview or within a stencil view,
+    ///         at any depth; so two views do not mask each other
     void setStencilView(std::shared_ptr<MVView> view);
 
     /// @}
@@ -446,7 +452,8 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// 2. The new superview is stored.
     /// 3. This view and those below it are given the window of the new superview, or none.
     /// 4. World transform, effective hidden state and effective opacity are marked.
-    /// 5. The content scale factor of the new superview is taken over; 0 when there is none.
+    /// 5. The content scale factor of the new superview is taken over, by this view and those below
+    ///    that have none of their own. When there is none it becomes 0 in all of them.
     ///
     /// The caller puts this view on the new superview's list. Where a hook run by step 3 gives this
     /// view yet another superview, that move stands, and the rest of this one is left out.
@@ -595,8 +602,12 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     MVView* windowPointer() const { return window_ != nullptr ? *window_ : nullptr; }
 
     void checkCanBecomeSubview(const MVView* view, const char* operation) const;
+    bool isInside(const MVView* view) const;
     bool hasSubview(const MVView* view) const;
+    const std::shared_ptr<MVViewArray>& subviewArray() const;
     MVViewArray& subviewsToChange();
+    void storeStencilView(std::shared_ptr<MVView> view);
+    void inheritContentScaleFactor(const MVView* superview);
     void giveWindowOfSuperview();
     std::shared_ptr<MVWindow> windowOfSubviews() const;
     void computeTransformMatrix();
@@ -623,7 +634,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     struct StencilCache;
 
     // What every visit of every frame reads stands together.
-    std::shared_ptr<MVViewArray> subviews_;  ///< Null while empty.
+    mutable std::shared_ptr<MVViewArray> subviews_;  ///< Null while empty; see `subviewArray`.
     std::shared_ptr<MVView> stencilView_;
     bool hidden_ = false;
     std::atomic<bool> layoutDirty_{false};
@@ -636,8 +647,10 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     bool interactionEnabled_ = true;
     bool mouseHoverEnabled_ = false;
     bool effectivelyHidden_ = false;
-    bool layingOut_ = false;          ///< `layoutSubviews` is running.
-    bool layoutVisitWanted_ = false;  ///< This view or one below it may want a layout.
+    bool layingOut_ = false;                      ///< `layoutSubviews` is running.
+    bool layoutVisitWanted_ = false;              ///< This view or one below it may want a layout.
+    bool contentScaleFactorSet_ = false;          ///< By a client, rather than taken over.
+    mutable std::uint32_t removedFromFront_ = 0;  ///< Empty places at the front of `subviews_`.
 
     // And so does, with the flags, what hit testing reads of every view.
     float contentScaleFactor_;
@@ -667,6 +680,8 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
 
     Mivora::Plane interactionPlane_{{0.0F, 0.0F, 1.0F}, 0.0F};
     std::shared_ptr<MVGestureRecognizerArray> gestureRecognizers_;  ///< Null while empty.
+
+    std::vector<MVView*> masked_;  ///< The views whose stencil view this is.
 
     std::unique_ptr<std::string> debugName_;  ///< Null while empty.
 };

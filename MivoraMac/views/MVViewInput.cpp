@@ -59,7 +59,7 @@ bool MVView::findViewForInteraction(const std::shared_ptr<MVView>& self,
     }
     bool covered = false;
     // Held, because asking for a location may run hooks, which may change the list.
-    if (const std::shared_ptr<const MVViewArray> subviews = subviews_) {
+    if (const std::shared_ptr<const MVViewArray> subviews = subviewArray()) {
         for (auto view = subviews->rbegin(); view != subviews->rend() && !found; ++view) {
             if (subviews->rend() - view > kViewsAhead) {
                 view[kViewsAhead]->fetchForHitTest();

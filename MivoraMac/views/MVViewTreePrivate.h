@@ -17,7 +17,7 @@ struct MVViewTree {
     /// tree may change meanwhile; a view that has left it is still returned.
     class Children {
      public:
-        explicit Children(const MVView& view) : subviews_(view.subviews_) {
+        explicit Children(const MVView& view) : subviews_(view.subviewArray()) {
             if (view.stencilView_ != nullptr && view.stencilView_->superviewPointer() == &view &&
                 !view.hasSubview(view.stencilView_.get())) {
                 stencilView_ = view.stencilView_;
@@ -72,6 +72,35 @@ struct MVViewTree {
             }
         }
     }
+
+    /// The content scale factors of a view and everything below it at some time.
+    class ContentScaleFactors {
+     public:
+        explicit ContentScaleFactors(MVView& root) {
+            visitSubtree(root, [this](MVView& view, std::size_t) {
+                views_.push_back(
+                    {view.weak_from_this(), view.contentScaleFactor_, view.contentScaleFactorSet_});
+            });
+        }
+
+        /// Gives them back to those that are still there.
+        void restore() const {
+            for (const Entry& entry : views_) {
+                if (const std::shared_ptr<MVView> view = entry.view.lock()) {
+                    view->contentScaleFactor_ = entry.factor;
+                    view->contentScaleFactorSet_ = entry.set;
+                }
+            }
+        }
+
+     private:
+        struct Entry {
+            std::weak_ptr<MVView> view;
+            float factor;
+            bool set;
+        };
+        std::vector<Entry> views_;
+    };
 
     /// Calls `build` with a view, after those ancestors whose result it depends on, topmost first:
     /// what a `build` that calls itself for the superview would do, without its use of the stack.

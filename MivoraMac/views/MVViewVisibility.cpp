@@ -87,4 +87,17 @@ void MVView::mv_buildEffectiveOpacity() {
 
 void MVView::setContentScaleFactor(float contentScaleFactor) {
     contentScaleFactor_ = contentScaleFactor;
+    contentScaleFactorSet_ = contentScaleFactor != 0.0F;
+}
+
+/// Takes over the factor of a new superview, or gives up what there is, along with those below.
+void MVView::inheritContentScaleFactor(const MVView* superview) {
+    MVViewTree::visitSubtree(*this, [&](MVView& view, std::size_t depth) {
+        if (superview != nullptr && depth > 0 && view.contentScaleFactorSet_) {
+            return;
+        }
+        const MVView* const above = superview != nullptr ? view.superviewPointer() : nullptr;
+        view.contentScaleFactor_ = above != nullptr ? above->contentScaleFactor_ : 0.0F;
+        view.contentScaleFactorSet_ = false;
+    });
 }

@@ -238,7 +238,7 @@ void MVView::mv_drawVisit() {
     if (subviews_ == nullptr) {
         return;
     }
-    const std::shared_ptr<const MVViewArray> snapshot = subviews_;
+    const std::shared_ptr<const MVViewArray> snapshot = subviewArray();
     for (const std::shared_ptr<MVView>& subview : *snapshot) {
         subview->mv_drawVisit();
     }
@@ -259,8 +259,23 @@ void MVView::setStencilView(std::shared_ptr<MVView> view) {
     } else if (stencilView_->superviewPointer() == this && !hasSubview(stencilView_.get())) {
         stencilView_->mv_setSuperview(nullptr);
     }
-    stencilView_ = std::move(view);
+    storeStencilView(std::move(view));
     mv_setDrawDirty();
+}
+
+/// Keeps a stencil view, which knows whom it masks.
+void MVView::storeStencilView(std::shared_ptr<MVView> view) {
+    if (stencilView_ != nullptr) {
+        std::erase(stencilView_->masked_, this);
+    }
+    stencilView_ = std::move(view);
+    if (stencilView_ == nullptr) {
+        return;
+    }
+    stencilView_->masked_.push_back(this);
+    if (stencilView_->layoutVisitWanted_) {
+        wantLayoutVisit();  // no visit came to one that was only placed here
+    }
 }
 
 bool MVView::applyStencil() {

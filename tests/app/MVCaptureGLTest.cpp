@@ -539,6 +539,25 @@ TEST_F(MVCaptureTest, aViewWithoutAWindowIsTakenOutAgain) {
     EXPECT_EQ(MVCaptureView(view, atScale(1.0F)).size, (PixelSize{20, 10}));
 }
 
+TEST_F(MVCaptureTest, whatIsBelowAViewWithoutAWindowKeepsItsScales) {
+    const auto window = MVWindow::init();
+    window->setContentScaleFactor(3.0F);
+    const auto view = box(kRed, 0.0F, 0.0F, 20.0F, 10.0F);
+    const auto below = box(kBlue, 0.0F, 0.0F, 10.0F, 10.0F);
+    const auto set = box(kBlue, 10.0F, 0.0F, 10.0F, 10.0F);
+    view->setContentScaleFactor(2.0F);
+    view->addSubview(below);
+    view->addSubview(set);
+    set->setContentScaleFactor(5.0F);
+    MVCaptureView(view, atScale(1.0F));
+    EXPECT_EQ(view->contentScaleFactor(), 2.0F);
+    EXPECT_EQ(below->contentScaleFactor(), 2.0F);
+    EXPECT_EQ(set->contentScaleFactor(), 5.0F);
+    window->addSubview(view);
+    EXPECT_EQ(below->contentScaleFactor(), 3.0F) << "taken over";
+    EXPECT_EQ(set->contentScaleFactor(), 5.0F) << "set";
+}
+
 TEST_F(MVCaptureTest, aViewThatLeftATreeIsShownAtTheScaleOfTheScreen) {
     const auto view = box(kRed, 0.0F, 0.0F, 20.0F, 10.0F);
     window_->addSubview(view);

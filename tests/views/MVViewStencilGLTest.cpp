@@ -632,22 +632,4 @@ TEST_F(MVViewStencilTest, aSurfaceThatGoesWhileTheOwnerIsDrawnGivesTheLevelBack)
                                             stateReturns(usual_)));
 }
 
-TEST_F(MVViewStencilTest, anOwnerThatIsInsideItsOwnStencilViewStopsAtTheLastLevel) {
-    const auto outside = view(1);
-    const auto owner = view(2);
-    outside->addSubview(owner);
-    window_->addSubview(outside);
-    const auto stencil = view(3);
-    window_->addSubview(stencil);
-    owner->setStencilView(stencil);
-    stencil->addSubview(owner);
-    drawing();
-    EXPECT_EQ(gl_->callsOf("glClear").size(), 8U);
-    const Texts first = gl_->texts();
-    setState(usual_);
-    setDepthMask(GL_TRUE);
-    EXPECT_EQ(drawing().size(), first.size()) << "every level was given back";
-    owner->setStencilView(nullptr);  // each of the two keeps the other alive
-}
-
 }  // namespace

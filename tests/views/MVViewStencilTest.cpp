@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/views/MVView.h"
@@ -186,6 +188,117 @@ INSTANTIATE_TEST_SUITE_P(
                     Refused{"oneAbove", [](const View& root, const View&) { return root; }},
                     Refused{"aWindow", [](const View&, const View&) { return MVWindow::init(); }}),
     [](const auto& instance) { return instance.param.name; });
+
+// Cycles
+
+/// Three relations between some of three views, the last of which closes a cycle.
+struct Cycle {
+    const char* name;
+    struct Step {
+        enum { Subview, Stencil } relation;
+        int above;
+        int below;
+    };
+    std::vector<Step> steps;
+};
+
+class MVViewStencilCycleTest : public testing::TestWithParam<Cycle> {};
+
+TEST_P(MVViewStencilCycleTest, isRefusedByItsLastStepWhicheverThatIs) {
+    const std::vector<Cycle::Step>& steps = GetParam().steps;
+    for (std::size_t last = 0; last < steps.size(); ++last) {
+        const auto root = MVView::init();
+        const std::vector<View> views = {MVView::init(), MVView::init(), MVView::init()};
+        // So that a stencil view stays where it is and a cycle is one of stencils alone.
+        for (const View& view : views) {
+            root->addSubview(view);
+        }
+        const auto apply = [&](const Cycle::Step& step) {
+            const View& above = views[static_cast<std::size_t>(step.above)];
+            const View& below = views[static_cast<std::size_t>(step.below)];
+            if (step.relation == Cycle::Step::Subview) {
+                above->addSubview(below);
+            } else {
+                above->setStencilView(below);
+            }
+        };
+        for (std::size_t i = 1; i < steps.size(); ++i) {
+            apply(steps[(last + i) % steps.size()]);
+        }
+        const std::string before = root->describe();
+        EXPECT_THROW(apply(steps[last]), MVException) << "closed by step " << last;
+        EXPECT_EQ(root->describe(), before);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, MVViewStencilCycleTest,
+                         testing::Values(Cycle{"twoThatMaskEachOther",
+                                               {{Cycle::Step::Stencil, 0, 1},  //
+                                                {Cycle::Step::Stencil, 1, 0}}},
+                                         Cycle{"threeThatMaskEachOther",
+                                               {{Cycle::Step::Stencil, 0, 1},
+                                                {Cycle::Step::Stencil, 1, 2},
+                                                {Cycle::Step::Stencil, 2, 0}}},
+                                         Cycle{"anOwnerInItsStencilView",
+                                               {{Cycle::Step::Stencil, 0, 1},  //
+                                                {Cycle::Step::Subview, 1, 0}}},
+                                         Cycle{"anOwnerDeepInItsStencilView",
+                                               {{Cycle::Step::Stencil, 0, 1},
+                                                {Cycle::Step::Subview, 1, 2},
+                                                {Cycle::Step::Subview, 2, 0}}},
+                                         Cycle{"aStencilViewThatIsMaskedByWhatContainsTheOwner",
+                                               {{Cycle::Step::Stencil, 0, 1},
+                                                {Cycle::Step::Stencil, 1, 2},
+                                                {Cycle::Step::Subview, 2, 0}}}),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST(MVViewStencilTest, relationsThatWereGivenUpCloseNoCycle) {
+    const auto first = MVView::init();
+    const auto second = MVView::init();
+    const auto root = MVView::init();
+    root->addSubview(first);
+    root->addSubview(second);
+    first->setStencilView(second);
+    first->setStencilView(nullptr);
+    second->setStencilView(first);
+    second->setStencilView(MVView::init());
+    first->addSubview(second);
+    second->removeFromSuperview();
+    second->addSubview(first);
+    EXPECT_EQ(first->superview(), second);
+    {
+        const auto owner = MVView::init();
+        owner->setStencilView(second);
+    }
+    root->addSubview(second);
+    EXPECT_EQ(second->superview(), root);
+}
+
+TEST(MVViewStencilTest, manyMasksOfManyOwnersAreCheckedOnce) {
+    // Each of 60 layers masks both views of the one above: 2^60 ways from the bottom to the top.
+    std::vector<View> layer = {MVView::init(), MVView::init()};
+    const std::vector<View> top = layer;
+    std::vector<View> kept = layer;
+    const auto root = MVView::init();
+    for (int i = 0; i < 60; ++i) {
+        const auto shared = MVView::init();
+        root->addSubview(shared);
+        layer[0]->setStencilView(shared);
+        layer[1]->setStencilView(shared);
+        layer = {MVView::init(), MVView::init()};
+        for (const View& view : layer) {
+            shared->addSubview(view);
+            kept.push_back(view);
+        }
+    }
+    EXPECT_THROW(layer[0]->setStencilView(top[0]), MVException);
+    EXPECT_THROW(layer[0]->addSubview(top[1]), MVException);
+    const auto free = MVView::init();
+    const auto above = MVView::init();
+    above->addSubview(free);
+    layer[0]->setStencilView(above);
+    EXPECT_EQ(layer[0]->stencilView(), above);
+}
 
 // Lists
 

@@ -5,8 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/platform/windows/Screen.h"
@@ -172,6 +175,81 @@ TEST(MVViewTest, removingAllSubviewsDetachesThemFromTheBackToTheFront) {
     }
 }
 
+TEST(MVViewTest, theListIsRightAfterEachOfManyRemovals) {
+    const View parent = MVView::init();
+    std::vector<View> left;
+    for (int i = 0; i < 12; ++i) {
+        left.push_back(MVView::init());
+        parent->addSubview(left.back());
+    }
+    const auto remove = [&](std::size_t index) {
+        left[index]->removeFromSuperview();
+        left.erase(left.begin() + static_cast<std::ptrdiff_t>(index));
+    };
+    remove(0);
+    remove(0);
+    remove(3);  // with empty places at the front
+    remove(0);
+    const View last = MVView::init();
+    parent->addSubview(last);
+    left.push_back(last);
+    remove(0);
+    const View first = MVView::init();
+    parent->insertSubviewAtIndex(first, 0);
+    left.insert(left.begin(), first);
+    remove(0);
+    remove(0);
+    // The walk over the tree is the first to look at the list.
+    const std::string description = parent->describe();
+    EXPECT_EQ(std::count(description.begin(), description.end(), '\n'), left.size() + 1);
+    EXPECT_THAT(*parent->subviews(), testing::ElementsAreArray(left));
+    while (!left.empty()) {
+        remove(0);
+    }
+    EXPECT_THAT(*parent->subviews(), IsEmpty());
+    parent->addSubview(last);
+    EXPECT_THAT(*parent->subviews(), ElementsAre(last));
+}
+
+TEST(MVViewTest, aViewThatIsRemovedFromTheFrontIsNotKept) {
+    const Family family;
+    std::weak_ptr<MVView> watched;
+    {
+        const View view = MVView::init();
+        watched = view;
+        family.parent->insertSubviewAtIndex(view, 0);
+        const auto held = family.parent->subviews();
+        view->removeFromSuperview();
+    }
+    EXPECT_TRUE(watched.expired());
+    auto front = MVView::init();
+    watched = front;
+    family.parent->insertSubviewAtIndex(front, 0);
+    front->removeFromSuperview();
+    front = nullptr;
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST(MVViewTest, whileAllSubviewsAreRemovedHooksSeeThoseThatAreLeft) {
+    CallLog log;
+    const auto window = MVWindow::init();
+    std::vector<std::size_t> counts;
+    std::vector<std::shared_ptr<RecordingView>> views;
+    for (int i = 0; i < 4; ++i) {
+        views.push_back(RecordingView::make("view", nullptr));
+        window->addSubview(views.back());
+        views.back()->onWindowDidChange = [&] { counts.push_back(window->subviews()->size()); };
+    }
+    views[1]->onWindowDidChange = [&] {
+        counts.push_back(window->subviews()->size());
+        views[2]->removeFromSuperview();
+        window->addSubview(MVView::init());
+    };
+    window->removeAllSubviews();
+    EXPECT_THAT(counts, ElementsAre(3, 2, 1, 1));
+    EXPECT_EQ(window->subviews()->size(), 1U) << "what was added meanwhile stays";
+}
+
 TEST(MVViewTest, aSnapshotOfTheSubviewsOutlivesEveryChange) {
     const Family family;
     const auto three = family.parent->subviews();
@@ -295,15 +373,63 @@ TEST(MVViewTest, afterRemovalTheWholeSubtreeIsEffectivelyHiddenAndWithoutWindow)
     const auto window = MVWindow::init();
     const Family family;
     window->addSubview(family.parent);
-    const float scale = family.a->contentScaleFactor();
+    family.b->setContentScaleFactor(3.0F);
     EXPECT_FALSE(family.a->isEffectivelyHidden());
     family.parent->removeFromSuperview();
     for (const View& view : {family.parent, family.a, family.b, family.c}) {
         EXPECT_TRUE(view->isEffectivelyHidden());
         EXPECT_EQ(view->mv_window(), nullptr);
+        EXPECT_EQ(view->contentScaleFactor(), 0.0F);
     }
-    EXPECT_EQ(family.parent->contentScaleFactor(), 0.0F);
-    EXPECT_EQ(family.a->contentScaleFactor(), scale) << "nobody passes the factor on";
+}
+
+TEST(MVViewTest, aSubtreeThatComesBackTakesTheFactorOverAgain) {
+    const auto window = MVWindow::init();
+    window->setContentScaleFactor(2.0F);
+    const Family family;
+    const View below = MVView::init();
+    const View mask = MVView::init();
+    family.a->addSubview(below);
+    family.b->setStencilView(mask);
+    window->addSubview(family.parent);
+    family.parent->removeFromSuperview();
+    EXPECT_EQ(below->contentScaleFactor(), 0.0F);
+    EXPECT_EQ(mask->contentScaleFactor(), 0.0F);
+    const View added = MVView::init();
+    family.c->addSubview(added);
+    EXPECT_EQ(added->contentScaleFactor(), 0.0F) << "that of the view it joined";
+    window->setContentScaleFactor(3.0F);
+    window->addSubview(family.parent);
+    for (const View& view : {family.parent, family.a, family.b, family.c, below, mask, added}) {
+        EXPECT_EQ(view->contentScaleFactor(), 3.0F);
+    }
+}
+
+TEST(MVViewTest, aSubtreeBuiltBeforeItsRootJoinsTakesTheFactorOverExceptWhereItWasSet) {
+    const auto window = MVWindow::init();
+    window->setContentScaleFactor(2.0F);
+    const Family family;
+    const View belowSet = MVView::init();
+    const View belowZero = MVView::init();
+    family.parent->setContentScaleFactor(5.0F);
+    family.b->setContentScaleFactor(4.0F);
+    family.b->addSubview(belowSet);
+    family.c->setContentScaleFactor(0.0F);
+    family.c->addSubview(belowZero);
+    window->addSubview(family.parent);
+    EXPECT_EQ(family.parent->contentScaleFactor(), 2.0F) << "the view that joins";
+    EXPECT_EQ(family.a->contentScaleFactor(), 2.0F);
+    EXPECT_EQ(family.b->contentScaleFactor(), 4.0F) << "set";
+    EXPECT_EQ(belowSet->contentScaleFactor(), 4.0F) << "taken over from there";
+    EXPECT_EQ(family.c->contentScaleFactor(), 2.0F) << "0 is no value";
+    EXPECT_EQ(belowZero->contentScaleFactor(), 2.0F);
+
+    family.b->setContentScaleFactor(2.0F);
+    const auto other = MVWindow::init();
+    other->setContentScaleFactor(1.5F);
+    other->addSubview(family.parent);
+    EXPECT_EQ(family.a->contentScaleFactor(), 1.5F);
+    EXPECT_EQ(family.b->contentScaleFactor(), 2.0F) << "set, though to what it had";
 }
 
 TEST(MVViewTest, joiningASuperviewTakesOverItsContentScaleFactor) {

@@ -129,6 +129,29 @@ TEST(MVWindowLayoutVisitTest, aStencilViewsWishIsFound) {
     EXPECT_FALSE(tree.window->mv_needsLayoutVisit());
 }
 
+TEST(MVWindowLayoutVisitTest, aWishOfAFormerStencilViewIsFoundWhenItIsVisitedAgain) {
+    for (const bool asSubview : {false, true}) {
+        Tree tree;
+        const auto former = RecordingView::make("former", &tree.log);
+        tree.outer->setStencilView(former);
+        tree.outer->setStencilView(MVView::init());
+        former->setNeedsLayout();
+        tree.visit();
+        tree.visit();
+        ASSERT_FALSE(tree.window->mv_needsLayoutVisit());
+        if (asSubview) {
+            tree.outer->insertSubviewAtIndex(former, 0);
+        } else {
+            tree.outer->setStencilView(former);
+        }
+        tree.log.clear();
+        EXPECT_TRUE(tree.window->mv_needsLayoutVisit());
+        tree.visit();
+        EXPECT_THAT(tree.log,
+                    ElementsAre("former.prepareForLayoutSubviews", "former.layoutSubviews"));
+    }
+}
+
 TEST(MVWindowLayoutVisitTest, aWishMadeWhereTheVisitHasBeenNeedsAnotherVisit) {
     Tree tree;
     const auto last = RecordingView::make("last", &tree.log);
