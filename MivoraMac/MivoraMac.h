@@ -77,6 +77,7 @@
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
 #include "MivoraMac/platform/pictures/BitmapContext.h"
 #include "MivoraMac/platform/pictures/BitmapImage.h"
+#include "MivoraMac/platform/pictures/ImageLimits.h"
 #include "MivoraMac/platform/pictures/ImageSource.h"
 #include "MivoraMac/platform/pictures/Picture.h"
 #include "MivoraMac/platform/pictures/PixelBuffer.h"

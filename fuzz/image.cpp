@@ -10,13 +10,15 @@
 #include <cstdlib>
 #include <span>
 #include <string>
-#include <string_view>
 
 #include "MivoraMac/images/MVImage.h"
 #include "MivoraMac/platform/pictures/BitmapImage.h"
+#include "MivoraMac/platform/pictures/ImageFormatPrivate.h"
 #include "MivoraMac/platform/pictures/ImageSource.h"
 
 using Mivora::platform::BitmapImage;
+using Mivora::platform::ImageFormat;
+using Mivora::platform::imageFormatOf;
 using Mivora::platform::ImageSource;
 
 namespace {
@@ -31,14 +33,11 @@ void require(bool condition) {
     }
 }
 
-/// Whether the bytes begin as those of a format that the library promises to read. There may be
-/// decoders for others on the machine, which are not looked into here.
-bool isPromised(std::span<const std::uint8_t> bytes) {
-    constexpr std::string_view kSignatures[] = {"\x89PNG", "\xFF\xD8", "GIF8", "BM",
-                                                "RIFF",    "II*",      "MM"};
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    return std::any_of(std::begin(kSignatures), std::end(kSignatures),
-                       [text](std::string_view signature) { return text.starts_with(signature); });
+/// Whether the bytes are of a kind that is looked into. There may be decoders for others on the
+/// machine, which are none of ours. Vector pictures have a target of their own.
+bool isLookedInto(std::span<const std::uint8_t> bytes) {
+    const ImageFormat format = imageFormatOf(bytes);
+    return format != ImageFormat::Other && format != ImageFormat::SVG;
 }
 
 void readEveryPixel(const BitmapImage& image) {
@@ -86,7 +85,7 @@ extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** /*arguments*/) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::span bytes(data, size);
-    if (!isPromised(bytes)) {
+    if (!isLookedInto(bytes)) {
         return 0;
     }
     const ImageSource::Result result = ImageSource::firstImageOfBytes(bytes, kMaximumExtent);

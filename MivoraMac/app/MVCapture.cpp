@@ -103,7 +103,10 @@ Picture MVCaptureWindow(const std::shared_ptr<MVWindow>& givenWindow,
     }
     window->mv_setDrawClean();
     if (picture.isEmpty()) {
-        return refuse("the driver offers no framebuffer of that size");
+        DebugLog::warnOnce(DebugLog::Category::Frame,
+                           "no picture: the driver offers no framebuffer of %d x %d pixels",
+                           size.width, size.height);
+        return {};
     }
     if (options.alpha == MVCaptureAlpha::Opaque) {
         for (std::size_t i = 3; i < picture.rgba.size(); i += 4) {

@@ -15,8 +15,8 @@ namespace Mivora {
 namespace {
 
 void logFailure(const std::string& path, const std::string& reason, const std::string& tried) {
-    DebugLog::log(DebugLog::Category::Images, "%s: %s (tried %s)", path.c_str(), reason.c_str(),
-                  tried.c_str());
+    DebugLog::warnOnce(DebugLog::Category::Images, "%s: %s (tried %s)", path.c_str(),
+                       reason.c_str(), tried.c_str());
 }
 
 /// The files looked for until `chosen` was found, each once, the chosen one last.
@@ -47,7 +47,7 @@ ImageFile imageOfFile(const std::string& path) {
 ImageFile imageOfBestFile(const std::string& path) {
     const ImageVariant variant = highResolutionImagePath(path);
     ImageSource::Result result = ImageSource::firstImageOfFile(variant.path);
-    if (!result.image && DebugLog::isEnabled(DebugLog::Category::Images)) {
+    if (!result.image) {
         logFailure(path, result.failure, filesTried(path, variant.path));
     }
     return {std::move(result.image), variant.scale};

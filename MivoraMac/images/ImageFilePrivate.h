@@ -15,8 +15,8 @@ struct ImageFile {
 
 /// The first picture of exactly the file at `path`, at a scale of 1.
 ///
-/// A failure is one line in the debug log (category `images`): the path, the reason and the files
-/// that were looked for, the last of which is the one that could not be read. Thread: any.
+/// A failure is one warning line, once for the same file and reason: the path, the reason and the
+/// files that were looked for, the last of which is the one that could not be read. Thread: any.
 ImageFile imageOfFile(const std::string& path);
 
 /// The first picture of the file that takes the place of the one at `path` on the main screen, see

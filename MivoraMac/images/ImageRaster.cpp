@@ -53,8 +53,8 @@ std::shared_ptr<const std::uint8_t> rasterizedImage(const std::shared_ptr<const 
         pixels.get(), size, bytesPerRow,
         hasAlpha(image->alphaInfo()) ? AlphaInfo::PremultipliedLast : AlphaInfo::NoneSkipLast);
     if (!context) {
-        DebugLog::log(DebugLog::Category::Images, "no memory for %d x %d pixels", size.width,
-                      size.height);
+        DebugLog::warnOnce(DebugLog::Category::Images, "no memory for %d x %d pixels", size.width,
+                           size.height);
         return nullptr;
     }
     if (coordinateSystem == kImageBottomRowFirst) {

@@ -19,7 +19,7 @@ enum ImageCoordinateSystem : std::int32_t {
 /// may be the image's own pixels.
 /// @param image             not null
 /// @param coordinateSystem  1 for the bottom row first; anything else for the top row
-/// @return null when there is not the memory, which the debug log (category `images`) notes
+/// @return null when there is not the memory, which a warning line notes
 std::shared_ptr<const std::uint8_t> rasterizedImage(
     const std::shared_ptr<const platform::BitmapImage>& image, std::int32_t coordinateSystem);
 

@@ -15,9 +15,11 @@
 #include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/base/Resources.h"
 #include "MivoraMac/platform/pictures/BitmapImage.h"
+#include "MivoraMac/platform/pictures/ExtentCheckPrivate.h"
 #include "MivoraMac/platform/threads/MainThread.h"
 #include "MivoraMac/render/MVRenderContext.h"
 
+using Mivora::platform::areExtentsBorne;
 using Mivora::platform::DebugLog;
 using Mivora::platform::MainThread;
 using Mivora::platform::Resources;
@@ -156,20 +158,38 @@ void MVImage::mv_storeWidthHeightScaleCoordinateSystemPremultipliedAlpha(
     premultipliedAlpha_ = premultiplied;
 }
 
-void MVImage::mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+bool MVImage::mv_bears(std::uint64_t width, std::uint64_t height) {
+    const auto context = MVRenderContext::activeContext();
+    return !context || areExtentsBorne("texture", width, height, context->mv_largestExtent());
+}
+
+bool MVImage::mv_bears(const BitmapImagePointer& bitmap) {
+    return mv_bears(static_cast<std::uint64_t>(bitmap->size().width),
+                    static_cast<std::uint64_t>(bitmap->size().height));
+}
+
+bool MVImage::mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
     const void* data, std::uint64_t width, std::uint64_t height, float scale,
     std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
+    if (!mv_bears(width, height)) {
+        return false;
+    }
     mv_storeWidthHeightScaleCoordinateSystemPremultipliedAlpha(width, height, scale,
                                                                coordinateSystem, premultiplied);
     mv_upload(data, GL_RGBA, pixelFormat, TextureName::New);
+    return true;
 }
 
-void MVImage::mv_loadPixelsWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+bool MVImage::mv_loadPixelsWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
     std::shared_ptr<const void> pixels, std::uint64_t width, std::uint64_t height, float scale,
     std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
+    if (!mv_bears(width, height)) {
+        return false;
+    }
     mv_storeWidthHeightScaleCoordinateSystemPremultipliedAlpha(width, height, scale,
                                                                coordinateSystem, premultiplied);
     mv_uploadLater(std::move(pixels), GL_RGBA, pixelFormat, TextureName::New);
+    return true;
 }
 
 void MVImage::mv_upload(const void* data, std::uint32_t internalFormat, std::uint32_t pixelFormat,
@@ -206,23 +226,22 @@ bool MVImage::mv_initWithContentsOfFile(const std::string& path, std::int32_t co
 
 bool MVImage::mv_initWithCGImage(const BitmapImagePointer& bitmap, float scale,
                                  std::int32_t coordinateSystem) {
-    if (!bitmap) {
+    if (!bitmap || !mv_bears(bitmap)) {
         return false;
     }
     const auto pixels = Mivora::rasterizedImage(bitmap, coordinateSystem);
     if (!pixels) {
         return false;
     }
-    mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    return mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         pixels.get(), static_cast<std::uint64_t>(bitmap->size().width),
         static_cast<std::uint64_t>(bitmap->size().height), scale, coordinateSystem,
         hasAlpha(bitmap->alphaInfo()), GL_RGBA);
-    return true;
 }
 
 bool MVImage::mv_initWithCGImage(const BitmapImagePointer& bitmap, float scale,
                                  std::int32_t coordinateSystem, CompletionBlock completionBlock) {
-    if (!bitmap) {
+    if (!bitmap || !mv_bears(bitmap)) {
         call(completionBlock, nullptr, false);
         return false;
     }
@@ -230,7 +249,7 @@ bool MVImage::mv_initWithCGImage(const BitmapImagePointer& bitmap, float scale,
         bitmap, scale, coordinateSystem,
         [](MVImage& image, const void* data, std::uint64_t width, std::uint64_t height,
            float itsScale, std::int32_t itsSystem, bool premultiplied) {
-            image.mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+            return image.mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
                 data, width, height, itsScale, itsSystem, premultiplied, GL_RGBA);
         },
         std::move(completionBlock));
@@ -259,11 +278,13 @@ void MVImage::mv_loadInBackground(const BitmapImagePointer& bitmap, float scale,
         };
         auto image = weak.lock();
         if (image && pixels) {
+            bool isLoaded = false;
             MainThread::performAndWait([&] {
-                load(*image, pixels.get(), width, height, scale, coordinateSystem, premultiplied);
+                isLoaded = load(*image, pixels.get(), width, height, scale, coordinateSystem,
+                                premultiplied);
             });
             pixels.reset();
-            finish(image, true);
+            finish(image, isLoaded);
         } else {
             pixels.reset();
             finish(image, false);
@@ -282,7 +303,7 @@ std::shared_ptr<MVImage> MVImageNameLookup::imageNamed(
     }
     const auto path = Resources::pathForResource(name, "");
     if (!path) {
-        DebugLog::log(DebugLog::Category::Images, "%s: no such resource", name.c_str());
+        DebugLog::warnOnce(DebugLog::Category::Images, "%s: no such resource", name.c_str());
         return nullptr;
     }
     auto image = make(*path);
@@ -301,7 +322,7 @@ std::shared_ptr<MVImage> MVImageNameLookup::imageNamedCompletionBlock(
     }
     const auto path = Resources::pathForResource(name, "");
     if (!path) {
-        DebugLog::log(DebugLog::Category::Images, "%s: no such resource", name.c_str());
+        DebugLog::warnOnce(DebugLog::Category::Images, "%s: no such resource", name.c_str());
         return nullptr;
     }
     auto image = allocate();

@@ -78,13 +78,14 @@ class MIVORA_EXPORT MVImage : public MVImageFactory<MVImage, Mivora::platform::O
     /// Replaces all fields and uploads pixels into a new texture, whose name takes the place of an
     /// earlier one; that one is not deleted. See the initialiser of the same arguments. Returns
     /// when it is done.
-    void mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    /// @return false, and nothing is changed, for extents that the driver does not bear
+    bool mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         const void* data, std::uint64_t width, std::uint64_t height, float scale,
         std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat);
 
     /// As above with pixels that the caller shares: they are kept, unchanged, until they have been
     /// uploaded, and nobody waits for that.
-    void mv_loadPixelsWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    bool mv_loadPixelsWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         std::shared_ptr<const void> pixels, std::uint64_t width, std::uint64_t height, float scale,
         std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat);
 
@@ -106,8 +107,8 @@ class MIVORA_EXPORT MVImage : public MVImageFactory<MVImage, Mivora::platform::O
     /// What an upload does with the texture there is.
     enum class TextureName { New, Kept };
 
-    /// How the pixels of a background load reach the image, on the main thread.
-    using LoadPixels = void (*)(MVImage& image, const void* data, std::uint64_t width,
+    /// How the pixels of a background load reach the image, on the main thread; whether they did.
+    using LoadPixels = bool (*)(MVImage& image, const void* data, std::uint64_t width,
                                 std::uint64_t height, float scale, std::int32_t coordinateSystem,
                                 bool premultiplied);
 
@@ -124,6 +125,10 @@ class MIVORA_EXPORT MVImage : public MVImageFactory<MVImage, Mivora::platform::O
                                                                     float scale,
                                                                     std::int32_t coordinateSystem,
                                                                     bool premultiplied);
+
+    /// Whether the driver bears a texture of so many pixels; a warning line says so if not.
+    static bool mv_bears(std::uint64_t width, std::uint64_t height);
+    static bool mv_bears(const BitmapImagePointer& bitmap);
 
     /// Uploads pixels of the stored size. Returns when it is done.
     void mv_upload(const void* data, std::uint32_t internalFormat, std::uint32_t pixelFormat,

@@ -45,8 +45,13 @@ struct MIVORA_EXPORT MVImageNameLookup {
 /// itself is looked for first and otherwise the variant of the screen's scale; then come `@4x`,
 /// `@3x` and `@2x`. The variant's number becomes the image's scale.
 ///
-/// Failing, all of them yield null. Where a file or memory is the reason, the debug log (category
-/// `images`) says what was tried and why it failed.
+/// Failing, all of them yield null. Where a file, memory or the driver is the reason, a warning
+/// line says what was tried and why it failed, once for the same file and reason, and every time
+/// where the debug log (category `images`) is on. Pictures that measure more than the driver bears
+/// a side (GL_MAX_TEXTURE_SIZE) fail, too. How much a file may ask for:
+/// `Mivora::platform::ImageLimits`.
+///
+/// Photographs are turned as their EXIF data says, in size and pixels.
 ///
 /// The forms with a completion block yield an image without pixels whose size is right. Its pixels
 /// are made on `MVImageDispatchQueue` and uploaded on the main thread, which has to run its loop.
@@ -126,9 +131,10 @@ class MVImageFactory : public Base {
         const void* data, std::uint64_t width, std::uint64_t height, float scale,
         std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
         auto image = init();
-        image->mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
-            data, width, height, scale, coordinateSystem, premultiplied, pixelFormat);
-        return image;
+        return image->mv_loadDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+                   data, width, height, scale, coordinateSystem, premultiplied, pixelFormat)
+                   ? image
+                   : nullptr;
     }
 
     /// As the initialisers of the same arguments.

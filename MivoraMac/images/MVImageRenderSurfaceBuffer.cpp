@@ -23,7 +23,8 @@ MVImageRenderSurfaceBuffer::~MVImageRenderSurfaceBuffer() = default;
 
 std::shared_ptr<MVImageRenderSurfaceBuffer> MVImageRenderSurfaceBuffer::initWithStorageSizeScale(
     Mivora::Size2I storageSize, float scale) {
-    return MVMake<MVImageRenderSurfaceBuffer>(storageSize, scale);
+    auto buffer = MVMake<MVImageRenderSurfaceBuffer>(storageSize, scale);
+    return buffer->image() ? buffer : nullptr;
 }
 
 std::shared_ptr<MVImageRenderSurfaceBuffer>
@@ -34,7 +35,7 @@ MVImageRenderSurfaceBuffer::initWithStorageSizeStorageFormatMultisampleFormat(
 }
 
 void MVImageRenderSurfaceBuffer::mv_attach(std::uint32_t attachment) {
-    if (context_) {
+    if (context_ && image_) {
         // The closure keeps the image, and with it the texture, as long as it waits.
         context_->dispatchBlock([image = image_, attachment] {
             glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, GL_TEXTURE_2D, image->mv_texture(),
@@ -44,5 +45,7 @@ void MVImageRenderSurfaceBuffer::mv_attach(std::uint32_t attachment) {
 }
 
 void MVImageRenderSurfaceBuffer::renderSurfaceDidRenderToBuffer(MVRenderSurface& /*surface*/) {
-    image_->setUpdateIndex(image_->updateIndex() + 1);
+    if (image_) {
+        image_->setUpdateIndex(image_->updateIndex() + 1);
+    }
 }

@@ -21,6 +21,7 @@ class MIVORA_EXPORT MVImageRenderSurfaceBuffer : public MVRenderSurfaceBuffer {
     /// Waits for the GL queue.
     /// @param storageSize  in pixels; negative extents count as 0
     /// @param scale        pixels per point
+    /// @return null for an extent above what the driver bears, with a warning line
     static std::shared_ptr<MVImageRenderSurfaceBuffer> initWithStorageSizeScale(
         Mivora::Size2I storageSize, float scale);
 

@@ -72,18 +72,17 @@ bool MVMutableImage::replaceWithCGImageScale(const BitmapImagePointer& bitmap, f
 bool MVMutableImage::replaceWithCGImageScaleCoordinateSystem(const BitmapImagePointer& bitmap,
                                                              float scale,
                                                              std::int32_t coordinateSystem) {
-    if (!bitmap) {
+    if (!bitmap || !mv_bears(bitmap)) {
         return false;
     }
     const auto pixels = Mivora::rasterizedImage(bitmap, coordinateSystem);
     if (!pixels) {
         return false;
     }
-    mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    return mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         pixels.get(), static_cast<std::uint64_t>(bitmap->size().width),
         static_cast<std::uint64_t>(bitmap->size().height), scale, coordinateSystem,
         hasAlpha(bitmap->alphaInfo()), GL_RGBA);
-    return true;
 }
 
 bool MVMutableImage::replaceWithCGImageScaleCompletionBlock(const BitmapImagePointer& bitmap,
@@ -96,7 +95,7 @@ bool MVMutableImage::replaceWithCGImageScaleCompletionBlock(const BitmapImagePoi
 bool MVMutableImage::replaceWithCGImageScaleCoordinateSystemCompletionBlock(
     const BitmapImagePointer& bitmap, float scale, std::int32_t coordinateSystem,
     CompletionBlock completionBlock) {
-    if (!bitmap) {
+    if (!bitmap || !mv_bears(bitmap)) {
         if (completionBlock) {
             completionBlock(shared_from_this(), false);
         }
@@ -106,7 +105,7 @@ bool MVMutableImage::replaceWithCGImageScaleCoordinateSystemCompletionBlock(
         bitmap, scale, coordinateSystem,
         [](MVImage& image, const void* data, std::uint64_t width, std::uint64_t height,
            float itsScale, std::int32_t itsSystem, bool premultiplied) {
-            static_cast<MVMutableImage&>(image)
+            return static_cast<MVMutableImage&>(image)
                 .mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
                     data, width, height, itsScale, itsSystem, premultiplied, GL_RGBA);
         },
@@ -114,10 +113,10 @@ bool MVMutableImage::replaceWithCGImageScaleCoordinateSystemCompletionBlock(
     return true;
 }
 
-void MVMutableImage::replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+bool MVMutableImage::replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
     const void* data, std::uint64_t width, std::uint64_t height, float scale,
     std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
-    mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    return mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         data, width, height, scale, coordinateSystem, premultiplied, pixelFormat);
 }
 
@@ -127,15 +126,17 @@ bool MVMutableImage::replaceWithCVPixelBuffer(const std::shared_ptr<PixelBuffer>
     }
     pixelBuffer->lockBaseAddress();
     const AtEnd unlock([buffer = pixelBuffer] { buffer->unlockBaseAddress(); });
-    mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    return mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         pixelBuffer->baseAddress(), pixelBuffer->width(), pixelBuffer->height(), scale(),
         coordinateSystem(), premultipliedAlpha(), pixelFormatOf(*pixelBuffer));
-    return true;
 }
 
 template <class Upload>
-void MVMutableImage::replace(std::uint64_t width, std::uint64_t height, float scale,
+bool MVMutableImage::replace(std::uint64_t width, std::uint64_t height, float scale,
                              std::int32_t coordinateSystem, bool premultiplied, Upload upload) {
+    if (!mv_bears(width, height)) {
+        return false;
+    }
     const bool changesSize = width != mv_width() || height != mv_height() || scale != this->scale();
     const bool changesSystem = coordinateSystem != this->coordinateSystem();
     const bool changesAlpha = premultiplied != premultipliedAlpha();
@@ -162,22 +163,23 @@ void MVMutableImage::replace(std::uint64_t width, std::uint64_t height, float sc
     if (changesAlpha) {
         didChangeValueForKey("premultipliedAlpha");
     }
+    return true;
 }
 
-void MVMutableImage::
+bool MVMutableImage::
     mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         const void* data, std::uint64_t width, std::uint64_t height, float scale,
         std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
-    replace(width, height, scale, coordinateSystem, premultiplied, [&] {
+    return replace(width, height, scale, coordinateSystem, premultiplied, [&] {
         mv_upload(data, internalFormatFor(pixelFormat), pixelFormat, TextureName::Kept);
     });
 }
 
-void MVMutableImage::
+bool MVMutableImage::
     mv_replaceWithPixelsWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         std::shared_ptr<const void> pixels, std::uint64_t width, std::uint64_t height, float scale,
         std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat) {
-    replace(width, height, scale, coordinateSystem, premultiplied, [&] {
+    return replace(width, height, scale, coordinateSystem, premultiplied, [&] {
         mv_uploadLater(std::move(pixels), internalFormatFor(pixelFormat), pixelFormat,
                        TextureName::Kept);
     });

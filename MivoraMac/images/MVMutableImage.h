@@ -18,8 +18,8 @@ class PixelBuffer;
 /// The arguments of the replacing functions are those of the initialisers, see `MVImageFactory`.
 /// Each replacement announces, around storing and uploading, those of "size", "coordinateSystem"
 /// and "premultipliedAlpha" that change, and raises `updateIndex` by one. The functions return
-/// whether the pixels are, or are going to be, replaced; where not, the image stays as it was and
-/// the debug log (category `images`) says why.
+/// whether the pixels are, or are going to be, replaced; where not, the image stays as it was and,
+/// where a file, memory or the driver is the reason, a warning line says why: see `MVImageFactory`.
 ///
 /// The forms with a completion block store the size, scale, coordinate system and alpha of what is
 /// to come at once and announce none of it; only the raised `updateIndex` tells of the pixels. Of
@@ -65,7 +65,7 @@ class MIVORA_EXPORT MVMutableImage : public MVImageFactory<MVMutableImage, MVIma
                                                                 CompletionBlock completionBlock);
 
     /// Pixels in memory, uploaded as they are.
-    void replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    bool replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         const void* data, std::uint64_t width, std::uint64_t height, float scale,
         std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat);
 
@@ -78,11 +78,11 @@ class MIVORA_EXPORT MVMutableImage : public MVImageFactory<MVMutableImage, MVIma
 
     /// Internal to the library: as the form below with pixels that the caller shares; they are
     /// kept, unchanged, until they have been uploaded, and nobody waits for that.
-    void mv_replaceWithPixelsWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    bool mv_replaceWithPixelsWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         std::shared_ptr<const void> pixels, std::uint64_t width, std::uint64_t height, float scale,
         std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat);
     /// Internal to the library: the way in which pixels are replaced.
-    void mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+    bool mv_replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         const void* data, std::uint64_t width, std::uint64_t height, float scale,
         std::int32_t coordinateSystem, bool premultiplied, std::uint32_t pixelFormat);
 
@@ -92,7 +92,7 @@ class MIVORA_EXPORT MVMutableImage : public MVImageFactory<MVMutableImage, MVIma
 
  private:
     template <class Upload>
-    void replace(std::uint64_t width, std::uint64_t height, float scale,
+    bool replace(std::uint64_t width, std::uint64_t height, float scale,
                  std::int32_t coordinateSystem, bool premultiplied, Upload upload);
 
     std::uint32_t updateIndex_ = 0;

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/gl/Drawable.h"
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/gl/PixelFormat.h"
 #include "MivoraMac/platform/windows/DisplayLink.h"
@@ -20,6 +21,7 @@
 #include "MivoraMac/render/MVShader.h"
 
 using Mivora::platform::DebugLog;
+using Mivora::platform::Drawable;
 using Mivora::platform::GLContext;
 using Mivora::platform::PixelFormat;
 using Mivora::platform::SerialQueue;
@@ -148,6 +150,7 @@ void MVRenderContext::readExtensions() {
     if (GLContext::currentContext() == nullptr) {
         return;
     }
+    largestExtent_ = Drawable::largestExtent();
     GLint count = 0;
     glGetIntegerv(GL_NUM_EXTENSIONS, &count);
     glExtensions_.reserve(static_cast<std::size_t>(count > 0 ? count : 0));

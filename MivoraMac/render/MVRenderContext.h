@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -184,6 +186,10 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     /// Whether the driver reported an extension of exactly this name.
     bool supportsGLExtension(std::string_view name) const;
 
+    /// The most pixels a side of what is drawn into or from. It has no end where there is no GL
+    /// context, as nothing is made there.
+    std::uint64_t mv_largestExtent() const { return largestExtent_; }
+
     /// Clears one pending GL error flag; reports nothing.
     void mv_logGLError();
 
@@ -256,6 +262,7 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     std::shared_ptr<Mivora::platform::PixelFormat> pixelFormat_;
     std::shared_ptr<Mivora::platform::GLContext> context_;
     std::unordered_set<std::string> glExtensions_;
+    std::uint64_t largestExtent_ = std::numeric_limits<std::uint64_t>::max();
     std::shared_ptr<MVShader> shader_;
     bool batching_ = true;
     std::unique_ptr<MVQuadRecorder> recorder_;

@@ -4,7 +4,10 @@
 
 #include <algorithm>
 
+#include "MivoraMac/platform/pictures/ExtentCheckPrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
+
+using Mivora::platform::areExtentsBorne;
 
 MVRenderSurfaceBuffer::MVRenderSurfaceBuffer() {
     mv_renderSurfaceBufferInit();
@@ -27,6 +30,11 @@ MVRenderSurfaceBuffer::initWithStorageSizeStorageFormatMultisampleFormat(
     auto buffer = MVMake<MVRenderSurfaceBuffer>();
     const Mivora::Size2I size = {std::max(storageSize.width, 0), std::max(storageSize.height, 0)};
     if (buffer->context_) {
+        if (!areExtentsBorne("surface buffer", static_cast<std::uint64_t>(size.width),
+                             static_cast<std::uint64_t>(size.height),
+                             buffer->context_->mv_largestExtent())) {
+            return nullptr;
+        }
         buffer->context_->dispatchBlock([buffer, storageFormat, size] {
             glGenRenderbuffers(1, &buffer->renderbuffer_);
             glBindRenderbuffer(GL_RENDERBUFFER, buffer->renderbuffer_);

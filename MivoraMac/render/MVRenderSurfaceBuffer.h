@@ -29,6 +29,8 @@ class MIVORA_EXPORT MVRenderSurfaceBuffer
     /// @param storageSize        in pixels; negative extents count as 0
     /// @param storageFormat      a GL internal format
     /// @param multisampleFormat  ignored: the storage is always single-sampled
+    /// @return null for an extent above what the driver bears (GL_MAX_TEXTURE_SIZE or
+    ///         GL_MAX_RENDERBUFFER_SIZE, whichever is less), with a warning line
     static std::shared_ptr<MVRenderSurfaceBuffer> initWithStorageSizeStorageFormatMultisampleFormat(
         Mivora::Size2I storageSize, std::uint32_t storageFormat, std::int32_t multisampleFormat);
 

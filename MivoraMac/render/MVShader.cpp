@@ -38,8 +38,8 @@ std::optional<std::string> readSource(const std::string& file) {
     }
     const std::optional<std::string> path = Resources::pathForResource(file, "");
     if (!path) {
-        DebugLog::log(DebugLog::Category::GL, "no shader source \"%s\" among the resources",
-                      file.c_str());
+        DebugLog::warnOnce(DebugLog::Category::GL, "no shader source \"%s\" among the resources",
+                           file.c_str());
         return std::nullopt;
     }
     return Resources::readTextFile(*path);

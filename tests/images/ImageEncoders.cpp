@@ -166,11 +166,11 @@ void writeTIFF(const std::string& path, platform::PixelSize size, const TIFFOpti
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, size.width);
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, size.height);
     TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, options.samplesPerPixel);
+    TIFFSetField(tiff, TIFFTAG_ORIENTATION, options.orientation);
     TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, options.bitsPerSample);
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, options.photometric);
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, options.compression);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP,
                  options.rowsPerStrip != 0 ? options.rowsPerStrip : size.height);
     if (options.extraSample != 0) {

@@ -55,6 +55,7 @@ struct TIFFOptions {
     int extraSample = 0;   ///< 1 premultiplied alpha, 2 straight alpha
     int rowsPerStrip = 0;  ///< 0 for all
     bool isBigEndian = false;
+    int orientation = 1;
     std::vector<std::uint16_t> palette = {};  ///< all reds, all greens, all blues
 };
 void writeTIFF(const std::string& path, platform::PixelSize size, const TIFFOptions& options,

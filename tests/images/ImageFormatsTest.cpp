@@ -18,6 +18,7 @@
 
 #include "MivoraMac/platform/pictures/ImageSource.h"
 #include "tests/images/ImageEncoders.h"
+#include "tests/images/SmallFormats.h"
 #include "tests/platform/base/TemporaryFolder.h"
 #include "tests/platform/pictures/ImageFiles.h"
 
@@ -29,17 +30,27 @@ using Mivora::platform::AlphaInfo;
 using Mivora::platform::ImageSource;
 using Mivora::platform::Picture;
 using Mivora::platform::PixelSize;
+using Mivora::tests::alphasOf;
+using Mivora::tests::aniFile;
 using Mivora::tests::appendLittleEndian;
 using Mivora::tests::Bytes;
 using Mivora::tests::encoded;
 using Mivora::tests::GIFOptions;
+using Mivora::tests::icnsColors;
+using Mivora::tests::icnsFile;
+using Mivora::tests::icoFile;
+using Mivora::tests::iconBitmap;
 using Mivora::tests::JPEGOptions;
 using Mivora::tests::pictureOf;
 using Mivora::tests::PNGOptions;
+using Mivora::tests::pnmFile;
 using Mivora::tests::premultiplied;
+using Mivora::tests::qtifFile;
 using Mivora::tests::Samples;
+using Mivora::tests::svgFile;
 using Mivora::tests::TemporaryFolder;
 using Mivora::tests::testPicture;
+using Mivora::tests::tgaFile;
 using Mivora::tests::TIFFOptions;
 using Mivora::tests::WebP;
 using Mivora::tests::writeAnimatedWebP;
@@ -48,6 +59,8 @@ using Mivora::tests::writeJPEG;
 using Mivora::tests::writePNG;
 using Mivora::tests::writeTIFF;
 using Mivora::tests::writeWebP;
+using Mivora::tests::xbmFile;
+using Mivora::tests::xpmFile;
 using testing::IsEmpty;
 
 enum class Alpha { No, Yes };
@@ -499,6 +512,31 @@ Picture writeWebPOfTwoFrames(const std::string& path, PixelSize size) {
     return picture;
 }
 
+// Formats that are made by hand
+
+Format handmade(const char* name, PixelSize size, const Picture& picture,
+                const std::function<Bytes(const Picture&)>& make, int tolerance = 0) {
+    const bool isTranslucent = [&] {
+        for (std::size_t i = 3; i < picture.rgba.size(); i += 4) {
+            if (picture.rgba[i] != 255) {
+                return true;
+            }
+        }
+        return false;
+    }();
+    return {name, size, isTranslucent ? Alpha::Yes : Alpha::No, tolerance,
+            [=](const std::string& path, PixelSize /*size*/) {
+                std::ofstream(path, std::ios::binary) << make(picture);
+                return picture;
+            }};
+}
+
+/// The same, where the decoder gives opaque pictures alpha as well.
+Format withAlpha(Format format) {
+    format.alpha = Alpha::Yes;
+    return format;
+}
+
 constexpr PixelSize kOne{1, 1};
 constexpr PixelSize kOdd{37, 23};
 constexpr PixelSize kEven{64, 48};
@@ -593,6 +631,69 @@ std::vector<Format> formats() {
         {"animatedWebP", kOdd, Alpha::Yes, 0, writeWebPOfTwoFrames<true>},
         {"opaqueAnimatedWebP", kOdd, Alpha::No, 0, writeWebPOfTwoFrames<false>},
     };
+    const auto addPNM = [&](const char* name, int kind) {
+        const Picture picture = kind == 1 || kind == 4   ? greyPicture(kOdd, 2)
+                                : kind == 2 || kind == 5 ? greyPicture(kOdd, 256)
+                                                         : testPicture(37, 23, false);
+        all.push_back(handmade(name, kOdd, picture,
+                               [kind](const Picture& from) { return pnmFile(from, kind); }));
+    };
+    addPNM("pnmOfBitsAsText", 1);
+    addPNM("pnmOfGreysAsText", 2);
+    addPNM("pnmOfColorsAsText", 3);
+    addPNM("pnmOfBits", 4);
+    addPNM("pnmOfGreys", 5);
+    addPNM("pnmOfColors", 6);
+    const auto addTGA = [&](const char* name, bool hasAlpha, bool hasRuns, bool isTopRowFirst) {
+        all.push_back(handmade(name, kOdd, testPicture(37, 23, hasAlpha), [=](const Picture& from) {
+            return tgaFile(from, hasAlpha, hasRuns, isTopRowFirst);
+        }));
+    };
+    addTGA("tgaOfColors", false, false, false);
+    addTGA("tgaWithAlpha", true, false, false);
+    addTGA("tgaTopRowFirst", false, false, true);
+    addTGA("tgaOfRuns", false, true, false);
+    addTGA("tgaOfRunsWithAlpha", true, true, true);
+    all.push_back(handmade("xpm", {19, 13}, testPicture(19, 13, false), xpmFile));
+    all.push_back(handmade("xbm", kOdd, greyPicture(kOdd, 2), xbmFile));
+    all.push_back(withAlpha(handmade("svg", {19, 13}, testPicture(19, 13, false), svgFile)));
+
+    const Picture small = testPicture(5, 4, true);
+    const Picture card = testPicture(37, 23, false);
+    const Picture pane = testPicture(37, 23, true);
+    const auto icon = [small](const Picture& picture, bool hasAlpha) {
+        return icoFile({{iconBitmap(small, true), small.size},
+                        {iconBitmap(picture, hasAlpha), picture.size},
+                        {iconBitmap(small, true), small.size}});
+    };
+    const auto iconOfPNG = [small](const Picture& picture) {
+        return icoFile(
+            {{iconBitmap(small, true), small.size}, {encoded(picture, "png", true), picture.size}});
+    };
+    all.push_back(withAlpha(
+        handmade("ico", kOdd, card, [=](const Picture& from) { return icon(from, false); })));
+    all.push_back(handmade("icoWithAlpha", kOdd, pane,
+                           [=](const Picture& from) { return icon(from, true); }));
+    all.push_back(handmade("icoOfAPNG", kOdd, pane, iconOfPNG));
+    all.push_back(handmade("cur", kOdd, pane, [](const Picture& from) {
+        return icoFile({{iconBitmap(from, true), from.size}}, true);
+    }));
+    all.push_back(handmade("ani", kOdd, pane, [=](const Picture& from) {
+        return aniFile({icon(from, true), icon(small, true)});
+    }));
+    all.push_back(handmade("icns", {16, 16}, testPicture(16, 16, true), [](const Picture& from) {
+        return icnsFile({{"TOC ", "1234"}, {"is32", icnsColors(from)}, {"s8mk", alphasOf(from)}});
+    }));
+    all.push_back(handmade("icnsOfAPNG", kOdd, pane, [=](const Picture& from) {
+        return icnsFile({{"is32", icnsColors(testPicture(16, 16, false))},
+                         {"ic07", encoded(from, "png", true)},
+                         {"ic08", encoded(small, "png", true)}});
+    }));
+    all.push_back(handmade("qtifOfAPNG", kOdd, pane, [](const Picture& from) {
+        return qtifFile(encoded(from, "png", true));
+    }));
+    all.push_back(handmade("qtifOfAnIcon", kOdd, pane,
+                           [=](const Picture& from) { return qtifFile(iconOfPNG(from)); }));
     return all;
 }
 

@@ -266,6 +266,49 @@ TEST_F(MVImageGLTest, whatIsNoPictureYieldsNothingAndOneLine) {
     EXPECT_THAT(gl_->calls(), IsEmpty());
 }
 
+TEST_F(MVImageGLTest, aFailureIsWrittenOnceForTheSameFileAndReasonWithoutTheLog) {
+    const std::string missing = (folder_.path() / "missing.png").string();
+    const std::string broken = folder_.write("broken.png", "not a picture");
+    const LogCapture log("");
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(MVImage::initWithContentsOfFile(missing), nullptr);
+        EXPECT_EQ(MVImage::initWithContentsOfFile(broken), nullptr);
+        EXPECT_EQ(MVImage::imageNamed("no such card.png"), nullptr);
+        const auto image = MVMutableImage::init();
+        EXPECT_FALSE(image->replaceWithContentsOfFile(broken));
+    }
+    EXPECT_THAT(log.lines(), SizeIs(3));
+    folder_.write("broken.png", "");
+    EXPECT_EQ(MVImage::initWithContentsOfFile(broken), nullptr);
+    EXPECT_THAT(log.lines(), SizeIs(4)) << "another reason";
+}
+
+TEST_F(MVImageGLTest, aTurnedPhotographHasTheSizeThatIsSeen) {
+    std::string jpeg = encoded(testPicture(9, 5, false), "jpeg", false);
+    const std::string exif(
+        "\xFF\xE1\0\x22"
+        "Exif\0\0MM\0*\0\0\0\x08\0\1\x01\x12\0\3\0\0\0\1\0\6\0\0\0\0\0\0",
+        36);
+    jpeg.insert(2, exif);
+    folder_.write("a@2x.jpg", jpeg);
+    const std::string path = (folder_.path() / "a.jpg").string();
+    const ScopedScreenScale scale(2);
+    const auto image = MVImage::initWithContentsOfFile(path);
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(image->size(), (Size2{2.5F, 4.5F}));
+    EXPECT_EQ(textureOf(*image).size, (Mivora::platform::PixelSize{5, 9}));
+    Completion completion;
+    const auto loading = MVImage::initWithContentsOfFileCompletionBlock(path, completion.block());
+    ASSERT_NE(loading, nullptr);
+    EXPECT_EQ(loading->size(), (Size2{2.5F, 4.5F})) << "before its pixels are there";
+    ASSERT_TRUE(completion.wait());
+    EXPECT_EQ(textureOf(*loading).rgba, textureOf(*image).rgba);
+    const auto replaced = MVMutableImage::init();
+    ASSERT_TRUE(replaced->replaceWithContentsOfFile((folder_.path() / "a@2x.jpg").string()));
+    EXPECT_EQ(replaced->size(), (Size2{5, 9}));
+    EXPECT_EQ(textureOf(*replaced).rgba, textureOf(*image).rgba);
+}
+
 TEST_F(MVImageGLTest, theLineOfAFailureEndsWithTheVariantThatCouldNotBeRead) {
     const std::string path = (folder_.path() / "a.png").string();
     const std::string base = path.substr(0, path.size() - 4);

@@ -1,9 +1,11 @@
 #include "MivoraMac/platform/base/DebugLog.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <mutex>
 #include <utility>
 
@@ -52,6 +54,32 @@ void write(DebugLog::Category category, const std::string& text) {
         // Without a sink, or from within it.
         std::fprintf(stderr, "MivoraMac[%s]: %s\n", categoryName(category), text.c_str());
     }
+}
+
+/// Remembers texts, the last thousand or so, by what they hash to.
+class WrittenTexts {
+ public:
+    /// @return whether the text is new
+    bool add(std::string_view text) {
+        const std::size_t hash = std::hash<std::string_view>()(text) | 1U;  // 0 is an empty place
+        const std::lock_guard lock(mutex_);
+        if (std::find(hashes_.begin(), hashes_.end(), hash) != hashes_.end()) {
+            return false;
+        }
+        hashes_[next_] = hash;
+        next_ = (next_ + 1) % hashes_.size();
+        return true;
+    }
+
+ private:
+    std::mutex mutex_;
+    std::array<std::size_t, 1024> hashes_{};
+    std::size_t next_ = 0;
+};
+
+WrittenTexts& writtenTexts() {
+    static WrittenTexts* texts = new WrittenTexts;  // outlives every thread that may still log
+    return *texts;
 }
 
 void printHelp() {
@@ -122,6 +150,16 @@ void DebugLog::warn(Category category, const char* format, ...) {
     va_start(arguments, format);
     write(category, formatted(format, arguments));
     va_end(arguments);
+}
+
+void DebugLog::warnOnce(Category category, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const std::string text = formatted(format, arguments);
+    va_end(arguments);
+    if (writtenTexts().add(text) || isEnabled(category)) {
+        write(category, text);
+    }
 }
 
 void DebugLog::setSink(Sink sink) {

@@ -42,6 +42,13 @@ class MIVORA_EXPORT DebugLog {
     static void warn(Category category, const char* format, ...)
         __attribute__((format(printf, 2, 3)));
 
+    /// Writes one line whatever `MIVORA_DEBUG` says, but the same text only once: for what goes
+    /// wrong outside the program, such as a file that is missing, and may go wrong at every frame.
+    /// Of the last thousand texts it is known that they were written. Where the category is on,
+    /// every line is.
+    static void warnOnce(Category category, const char* format, ...)
+        __attribute__((format(printf, 2, 3)));
+
     /// Sends lines to `sink` instead of the standard error stream; null restores it. For tests.
     static void setSink(Sink sink);
 

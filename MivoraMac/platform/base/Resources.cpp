@@ -77,14 +77,14 @@ std::optional<std::string> Resources::readTextFile(const std::string& path) {
     gsize length = 0;
     GError* error = nullptr;
     if (g_file_get_contents(path.c_str(), &contents, &length, &error) == FALSE) {
-        DebugLog::log(DebugLog::Category::GL, "%s", error->message);
+        DebugLog::warnOnce(DebugLog::Category::GL, "%s", error->message);
         g_error_free(error);
         return std::nullopt;
     }
     std::string text(contents, length);
     g_free(contents);
     if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) == FALSE) {
-        DebugLog::log(DebugLog::Category::GL, "%s is not UTF-8 text", path.c_str());
+        DebugLog::warnOnce(DebugLog::Category::GL, "%s is not UTF-8 text", path.c_str());
         return std::nullopt;
     }
     return text;

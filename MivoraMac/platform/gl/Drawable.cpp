@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/pictures/ExtentCheckPrivate.h"
 
 namespace Mivora::platform {
 
@@ -51,6 +52,11 @@ class KeptPixelStore {
 
 }  // namespace
 
+std::uint64_t Drawable::largestExtent() {
+    return static_cast<std::uint64_t>(
+        std::max(std::min(integer(GL_MAX_TEXTURE_SIZE), integer(GL_MAX_RENDERBUFFER_SIZE)), 0));
+}
+
 Drawable::Drawable(int samples) : samples_(samples) {}
 
 Drawable::~Drawable() = default;
@@ -82,7 +88,9 @@ void Drawable::build(PixelSize size) {
     releaseMultisampled();
     builtSize_ = size;
     isPublished_ = false;
-    if (size.width > 0 && size.height > 0) {
+    if (size.width > 0 && size.height > 0 &&
+        areExtentsBorne("default framebuffer", static_cast<std::uint64_t>(size.width),
+                        static_cast<std::uint64_t>(size.height), largestExtent())) {
         const int samples = samples_ > 1 ? std::min(samples_, integer(GL_MAX_SAMPLES)) : 0;
         isPublished_ = buildMultisampled(size, samples);
     }
@@ -112,9 +120,9 @@ bool Drawable::buildMultisampled(PixelSize size, int samples) {
     if (status == GL_FRAMEBUFFER_COMPLETE) {
         return true;
     }
-    DebugLog::warn(DebugLog::Category::GL,
-                   "no default framebuffer of %d x %d pixels, %d samples (status 0x%x)", size.width,
-                   size.height, samples, status);
+    DebugLog::warnOnce(DebugLog::Category::GL,
+                       "no default framebuffer of %d x %d pixels, %d samples (status 0x%x)",
+                       size.width, size.height, samples, status);
     releaseMultisampled();
     return false;
 }

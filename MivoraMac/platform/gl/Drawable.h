@@ -74,6 +74,10 @@ class MIVORA_EXPORT Drawable {
     /// Reads the newest published frame; an empty picture before the first. Thread: GL.
     Picture readLatestFrame() const;
 
+    /// The most pixels a side of a texture or buffer, as the driver of the current context says.
+    /// Thread: GL.
+    static std::uint64_t largestExtent();
+
     /// Whether there is anything to release. Thread: that of the owner, while nobody draws.
     bool hasGLObjects() const { return framebuffer_ != 0 || latest_.texture != 0; }
 

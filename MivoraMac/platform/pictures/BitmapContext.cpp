@@ -4,6 +4,8 @@
 #include <bit>
 #include <cstring>
 
+#include "MivoraMac/platform/pictures/ExtentCheckPrivate.h"
+
 namespace Mivora::platform {
 
 namespace {
@@ -178,6 +180,10 @@ std::optional<BitmapContext> BitmapContext::create(std::uint8_t* data, PixelSize
         alphaInfo == AlphaInfo::PremultipliedLast || alphaInfo == AlphaInfo::NoneSkipLast;
     if (data == nullptr || size.width <= 0 || size.height <= 0 || !isSupported ||
         bytesPerRow / 4 < static_cast<std::size_t>(size.width)) {
+        return std::nullopt;
+    }
+    if (!areExtentsBorne("bitmap context", static_cast<std::uint64_t>(size.width),
+                         static_cast<std::uint64_t>(size.height), kLargestBitmapExtent)) {
         return std::nullopt;
     }
     return BitmapContext(data, size, bytesPerRow, alphaInfo);

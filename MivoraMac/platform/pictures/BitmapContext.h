@@ -23,7 +23,7 @@ class MIVORA_EXPORT BitmapContext {
     };
 
     /// @param data         the memory, which outlives the context: `size.height` rows
-    /// @param size         in pixels, both above 0
+    /// @param size         in pixels, both above 0 and at most 32,767
     /// @param bytesPerRow  at least four times the width
     /// @param alphaInfo    premultiplied-last: colours are stored multiplied by alpha, rounded to
     ///                     the nearest; none-skip-last: the same with an alpha of 255 everywhere

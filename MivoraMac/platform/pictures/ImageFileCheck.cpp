@@ -3,72 +3,16 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstring>
 #include <string_view>
+
+#include "MivoraMac/platform/pictures/ByteWalkPrivate.h"
 
 namespace Mivora::platform {
 
 namespace {
 
-/// Walks through bytes; beyond the end everything reads as 0 and `isPast` holds.
-class Walk {
- public:
-    explicit Walk(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
-
-    bool isPast() const { return isPast_; }
-    /// How many bytes have been walked through; 0 beyond the end.
-    std::size_t reached() const { return isPast_ ? 0 : at_; }
-
-    void skip(std::size_t count) {
-        isPast_ = isPast_ || count > bytes_.size() - at_;
-        at_ = isPast_ ? bytes_.size() : at_ + count;
-    }
-    std::uint32_t byte() {
-        const std::size_t at = at_;
-        skip(1);
-        return isPast_ ? 0 : bytes_[at];
-    }
-    std::uint32_t bigEndian(int count) {
-        std::uint32_t value = 0;
-        for (int i = 0; i < count; ++i) {
-            value = value << 8 | byte();
-        }
-        return value;
-    }
-    std::uint32_t littleEndian(int count) {
-        std::uint32_t value = 0;
-        for (int i = 0; i < count; ++i) {
-            value |= byte() << (8 * i);
-        }
-        return value;
-    }
-    /// Goes to the next byte of that value, or past the end.
-    void find(std::uint8_t value) {
-        const std::size_t left = bytes_.size() - at_;
-        // The whole of a picture may be searched: memchr is ten times as fast as a loop.
-        const void* const found =
-            left > 0 ? std::memchr(bytes_.data() + at_, value, left) : nullptr;
-        isPast_ = isPast_ || found == nullptr;
-        at_ =
-            isPast_
-                ? bytes_.size()
-                : static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - bytes_.data());
-    }
-
- private:
-    std::span<const std::uint8_t> bytes_;
-    std::size_t at_ = 0;
-    bool isPast_ = false;
-};
-
-bool startsWith(std::span<const std::uint8_t> bytes, std::string_view signature) {
-    return bytes.size() >= signature.size() &&
-           std::equal(signature.begin(), signature.end(), bytes.begin(),
-                      [](char a, std::uint8_t b) { return static_cast<std::uint8_t>(a) == b; });
-}
-
 /// Chunk after chunk, of length, type, contents and checksum, up to the one called IEND.
-std::size_t endOfPNG(Walk walk) {
+std::size_t endOfPNG(ByteWalk walk) {
     constexpr std::uint32_t kIEND = 0x49454E44;
     constexpr std::size_t kSignature = 8;
     constexpr std::size_t kChecksum = 4;
@@ -85,7 +29,7 @@ std::size_t endOfPNG(Walk walk) {
 
 /// Markers up to the end of the image; scan data in between hides none, as its 255s are followed
 /// by a 0 or a restart marker.
-std::size_t endOfJPEG(Walk walk) {
+std::size_t endOfJPEG(ByteWalk walk) {
     while (!walk.isPast()) {
         walk.find(0xFF);
         std::uint32_t marker = 0xFF;
@@ -105,14 +49,14 @@ std::size_t endOfJPEG(Walk walk) {
 }
 
 /// Goes through blocks, each headed by its length, up to the empty one.
-void skipBlocks(Walk& walk) {
+void skipBlocks(ByteWalk& walk) {
     while (const std::uint32_t length = walk.byte()) {
         walk.skip(length);
     }
 }
 
 /// Extensions up to the first picture, and its blocks.
-std::size_t endOfGIF(Walk walk) {
+std::size_t endOfGIF(ByteWalk walk) {
     const auto skipColors = [&walk](std::uint32_t flags) {
         constexpr std::uint32_t kHasColors = 0x80;
         if ((flags & kHasColors) != 0) {
@@ -156,18 +100,18 @@ std::size_t endOfGIF(Walk walk) {
 /// What lies before the pixels, for which decoders take as much memory as the head says, and runs
 /// of pixels, row by row, up to the mark at the end of the picture. Nothing where the rows are
 /// stored one by one, as decoders do report those.
-std::optional<std::size_t> endOfBMP(const Walk& file) {
+std::optional<std::size_t> endOfBMP(const ByteWalk& file) {
     constexpr std::uint32_t kOldestHeader = 12;
     constexpr std::uint32_t kRunsOfBytes = 1;
     constexpr std::uint32_t kRunsOfHalfBytes = 2;
-    Walk head = file;
+    ByteWalk head = file;
     head.skip(10);
-    Walk walk = file;
+    ByteWalk walk = file;
     walk.skip(head.littleEndian(4));
     if (walk.isPast()) {
         return 0;
     }
-    Walk colors = head;
+    ByteWalk colors = head;
     const std::uint32_t headerSize = head.littleEndian(4);
     if (headerSize <= kOldestHeader) {
         return std::nullopt;  // which knows neither a number of colours nor runs
@@ -207,7 +151,7 @@ std::optional<std::size_t> endOfBMP(const Walk& file) {
 }
 
 /// The size that the head of the file says is there.
-std::size_t endOfWebP(Walk walk) {
+std::size_t endOfWebP(ByteWalk walk) {
     walk.skip(4);
     const std::uint32_t size = walk.littleEndian(4);
     walk.skip(size);
@@ -233,7 +177,7 @@ std::optional<WebPExtension> extensionOfWebP(std::span<const std::uint8_t> bytes
     if (!isWebP(bytes) || !startsWith(bytes.subspan(kWebPHeaderSize), "VP8X")) {
         return std::nullopt;
     }
-    Walk walk(bytes);
+    ByteWalk walk(bytes);
     walk.skip(kWebPHeaderSize + 8);
     const std::uint32_t flags = walk.littleEndian(4);
     const std::uint32_t width = walk.littleEndian(3);
@@ -254,10 +198,10 @@ void append(std::vector<std::uint8_t>& bytes, std::string_view text) {
 
 /// The directory of the first picture and the values it refers to; of the pixels the decoder does
 /// tell when they are missing.
-bool isWholeTIFF(const Walk& file) {
-    Walk walk = file;
+bool isWholeTIFF(const ByteWalk& file) {
+    ByteWalk walk = file;
     const bool isBigEndian = walk.byte() == 'M';
-    const auto number = [isBigEndian](Walk& from, int count) {
+    const auto number = [isBigEndian](ByteWalk& from, int count) {
         return isBigEndian ? from.bigEndian(count) : from.littleEndian(count);
     };
     walk.skip(3);
@@ -273,7 +217,7 @@ bool isWholeTIFF(const Walk& file) {
         const std::size_t size = type < kSizes.size() ? count * kSizes[type] : 0;
         const std::uint32_t offset = number(walk, kInPlace);
         if (size > kInPlace) {
-            Walk values = file;
+            ByteWalk values = file;
             values.skip(offset);
             values.skip(size);
             if (values.isPast()) {
@@ -288,34 +232,27 @@ bool isWholeTIFF(const Walk& file) {
 
 std::optional<std::size_t> firstImageEnd(std::span<const std::uint8_t> bytes) {
     if (startsWith(bytes, "\x89PNG\r\n\x1A\n")) {
-        return endOfPNG(Walk(bytes));
+        return endOfPNG(ByteWalk(bytes));
     }
     if (startsWith(bytes, "\xFF\xD8\xFF")) {
-        return endOfJPEG(Walk(bytes));
+        return endOfJPEG(ByteWalk(bytes));
     }
     if (startsWith(bytes, "GIF8")) {
-        return endOfGIF(Walk(bytes));
+        return endOfGIF(ByteWalk(bytes));
     }
     // A sound directory says nothing of the pixels.
     if ((startsWith(bytes, std::string_view("II*\0", 4)) ||
          startsWith(bytes, std::string_view("MM\0*", 4))) &&
-        !isWholeTIFF(Walk(bytes))) {
+        !isWholeTIFF(ByteWalk(bytes))) {
         return 0;
     }
     if (startsWith(bytes, "BM")) {
-        return endOfBMP(Walk(bytes));
+        return endOfBMP(ByteWalk(bytes));
     }
     if (isWebP(bytes)) {
-        return endOfWebP(Walk(bytes));
+        return endOfWebP(ByteWalk(bytes));
     }
     return std::nullopt;
-}
-
-std::optional<PixelSize> claimedSizeOfWebP(std::span<const std::uint8_t> bytes) {
-    const std::optional<WebPExtension> extension = extensionOfWebP(bytes);
-    return extension ? std::optional(PixelSize{static_cast<int>(extension->width) + 1,
-                                               static_cast<int>(extension->height) + 1})
-                     : std::nullopt;
 }
 
 std::optional<std::vector<std::uint8_t>> firstFrameOfWebP(std::span<const std::uint8_t> bytes) {
@@ -328,7 +265,7 @@ std::optional<std::vector<std::uint8_t>> firstFrameOfWebP(std::span<const std::u
     if (!extension || (extension->flags & kAnimated) == 0) {
         return std::nullopt;
     }
-    Walk walk(bytes);
+    ByteWalk walk(bytes);
     walk.skip(kWebPHeaderSize);
     std::uint32_t tag = walk.bigEndian(4);
     std::size_t length = walk.littleEndian(4);
@@ -342,7 +279,7 @@ std::optional<std::vector<std::uint8_t>> firstFrameOfWebP(std::span<const std::u
     if (walk.isPast() || length < kFrameHeaderSize) {
         return std::vector<std::uint8_t>();
     }
-    Walk frame(bytes.subspan(begin, length));
+    ByteWalk frame(bytes.subspan(begin, length));
     const std::uint32_t x = frame.littleEndian(3);
     const std::uint32_t y = frame.littleEndian(3);
     const std::uint32_t frameWidth = frame.littleEndian(3);

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "MivoraMac/Export.h"
-#include "MivoraMac/platform/pictures/Picture.h"
 
 namespace Mivora::platform {
 
@@ -17,20 +16,14 @@ namespace Mivora::platform {
 ///
 /// Only the structure is read: what lies within it is for the decoder to judge.
 /// @return 0 when the bytes are over before, when what the picture is made with, such as its
-/// colours
-///         or the directory of a TIFF file, would lie behind them, and for a GIF picture beyond its
-///         screen; nothing for any other file
+///         colours or the directory of a TIFF file, would lie behind them, and for a GIF picture
+///         beyond its screen; nothing for any other file
 MIVORA_EXPORT std::optional<std::size_t> firstImageEnd(std::span<const std::uint8_t> bytes);
-
-/// The size that the head of a WebP file claims for its picture, and for which the decoder takes
-/// memory without asking. Nothing for other files, and for those whose size takes at most 14 bits.
-MIVORA_EXPORT std::optional<PixelSize> claimedSizeOfWebP(std::span<const std::uint8_t> bytes);
 
 /// The first frame of an animated WebP file as a WebP file of its own. The decoder takes several
 /// times the memory for a whole animation, however little of it there is, and trusts the frames.
 /// @return nothing for other files; no bytes where there is no frame, or the first one does not
-/// cover
-///         the picture
+///         cover the picture
 MIVORA_EXPORT std::optional<std::vector<std::uint8_t>> firstFrameOfWebP(
     std::span<const std::uint8_t> bytes);
 

@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <cstddef>
 #include <initializer_list>
+#include <memory>
+#include <mutex>
 #include <new>
 #include <optional>
 #include <span>
@@ -17,8 +19,16 @@
 #include <vector>
 
 #include "MivoraMac/platform/pictures/BitmapContext.h"
+#include "MivoraMac/platform/pictures/ByteWalkPrivate.h"
+#include "MivoraMac/platform/pictures/DeadlinePrivate.h"
+#include "MivoraMac/platform/pictures/ImageClaimPrivate.h"
+#include "MivoraMac/platform/pictures/ImageContainerPrivate.h"
 #include "MivoraMac/platform/pictures/ImageFileCheckPrivate.h"
+#include "MivoraMac/platform/pictures/ImageFormatPrivate.h"
+#include "MivoraMac/platform/pictures/ImageOrientationPrivate.h"
 #include "MivoraMac/platform/pictures/LargePagesPrivate.h"
+#include "MivoraMac/platform/pictures/TextImagePrivate.h"
+#include "MivoraMac/platform/pictures/VectorCheckPrivate.h"
 
 namespace Mivora::platform {
 
@@ -78,50 +88,41 @@ std::string read(const std::string& path, FileContents& contents) {
     return {};
 }
 
+/// The most that a picture may measure.
+struct Bounds {
+    int maximumExtent;
+    std::uint64_t mostPixels;
+
+    /// @return an empty text, or why it is too large
+    std::string refusal(std::uint64_t width, std::uint64_t height) const {
+        const auto extent = static_cast<std::uint64_t>(std::max(maximumExtent, 0));
+        if (width > extent || height > extent) {
+            return "the image is larger than " + std::to_string(maximumExtent) + " pixels";
+        }
+        if (width * height > mostPixels) {
+            return "the image of " + std::to_string(width) + " x " + std::to_string(height) +
+                   " pixels is larger than the limit of " + std::to_string(mostPixels);
+        }
+        return {};
+    }
+};
+
 /// What a decoder is told and what it reports while it works.
 struct Progress {
-    int maximumExtent;
-    std::size_t fileSize;
+    Bounds bounds;
     std::string refusal;      ///< why the decoder is to stop; empty if it is not
     int firstRow = G_MAXINT;  ///< of those decoded
     int endRow = 0;
 };
 
-bool isOneOf(GdkPixbufFormat* format, std::initializer_list<const char*> names) {
-    gchar* const name = format != nullptr ? gdk_pixbuf_format_get_name(format) : nullptr;
-    const bool isNamed = std::any_of(names.begin(), names.end(), [name](const char* candidate) {
-        return g_strcmp0(name, candidate) == 0;
-    });
-    g_free(name);
-    return isNamed;
-}
-
-/// Whether so small a file cannot hold a picture that large.
-bool isMoreThanBytesHold(GdkPixbufFormat* format, gint width, gint height, std::size_t fileSize) {
-    // The most that a byte of these formats says: 1,032 bytes of single bits, in a PNG. In others
-    // nothing bounds the size of a picture of one colour.
-    constexpr std::size_t kPixelsPerByte = std::size_t{1032} * 8;
-    const auto pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-    return pixels / kPixelsPerByte > fileSize && isOneOf(format, {"png", "jpeg", "gif", "bmp"});
-}
-
-std::string tooLarge(int maximumExtent) {
-    return "the image is larger than " + std::to_string(maximumExtent) + " pixels";
-}
-
 /// Called when the size is known and nothing has been allocated for the pixels.
 void sizePrepared(GdkPixbufLoader* loader, gint width, gint height, gpointer data) {
     auto* progress = static_cast<Progress*>(data);
-    if (width > progress->maximumExtent || height > progress->maximumExtent) {
-        progress->refusal = tooLarge(progress->maximumExtent);
-    } else if (isMoreThanBytesHold(gdk_pixbuf_loader_get_format(loader), width, height,
-                                   progress->fileSize)) {
-        progress->refusal = "the file is too small for its picture of " + std::to_string(width) +
-                            " x " + std::to_string(height) + " pixels";
-    } else {
-        return;
+    progress->refusal = progress->bounds.refusal(static_cast<std::uint64_t>(std::max(width, 0)),
+                                                 static_cast<std::uint64_t>(std::max(height, 0)));
+    if (!progress->refusal.empty()) {
+        gdk_pixbuf_loader_set_size(loader, 0, 0);  // makes the decoder stop
     }
-    gdk_pixbuf_loader_set_size(loader, 0, 0);  // makes the decoder stop
 }
 
 /// Called when the memory for the pixels is there, which most decoders have not written to yet.
@@ -144,13 +145,13 @@ std::string take(GError* error) {
 }
 
 /// @return an empty text, or why not
-std::string decode(GdkPixbufLoader* loader, std::span<const std::uint8_t> bytes) {
+std::string decode(GdkPixbufLoader* loader, ImageFormat format,
+                   std::span<const std::uint8_t> bytes) {
     GError* writeError = nullptr;
     GError* closeError = nullptr;
     bool written =
         gdk_pixbuf_loader_write(loader, bytes.data(), bytes.size(), &writeError) != FALSE;
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    if (written && text.starts_with("GIF8")) {
+    if (written && format == ImageFormat::GIF) {
         // There may be more frames until the file says that there are none.
         constexpr guchar kEnd = ';';
         written = gdk_pixbuf_loader_write(loader, &kEnd, 1, &writeError) != FALSE;
@@ -179,11 +180,18 @@ bool isOpaque(const BitmapImage& image) {
     return true;
 }
 
-std::shared_ptr<const BitmapImage> imageOfPixbuf(GdkPixbuf* pixbuf, GdkPixbufFormat* format,
-                                                 int maximumExtent) {
+bool isOneOf(ImageFormat format, std::initializer_list<ImageFormat> formats) {
+    return std::find(formats.begin(), formats.end(), format) != formats.end();
+}
+
+std::shared_ptr<const BitmapImage> imageOfPixbuf(GdkPixbuf* pixbuf, ImageFormat format,
+                                                 const Bounds& bounds) {
     const PixelSize size = {gdk_pixbuf_get_width(pixbuf), gdk_pixbuf_get_height(pixbuf)};
-    if (gdk_pixbuf_get_bits_per_sample(pixbuf) != 8 || size.width > maximumExtent ||
-        size.height > maximumExtent) {
+    if (gdk_pixbuf_get_bits_per_sample(pixbuf) != 8 ||
+        !bounds
+             .refusal(static_cast<std::uint64_t>(size.width),
+                      static_cast<std::uint64_t>(size.height))
+             .empty()) {
         return nullptr;
     }
     const std::shared_ptr<GdkPixbuf> owner(GDK_PIXBUF(g_object_ref(pixbuf)), Unref());
@@ -197,11 +205,12 @@ std::shared_ptr<const BitmapImage> imageOfPixbuf(GdkPixbuf* pixbuf, GdkPixbufFor
         return image;
     }
     // These decoders add alpha to pictures that have none.
-    if (isOneOf(format, {"jpeg", "gif", "bmp", "tiff"}) && isOpaque(*image)) {
+    using enum ImageFormat;
+    if (isOneOf(format, {JPEG, GIF, BMP, TIFF}) && isOpaque(*image)) {
         return BitmapImage::create(size, AlphaInfo::NoneSkipLast, bytesPerRow, pixels);
     }
     // The decoder of TIFF files multiplies the colours by alpha, all others leave them straight.
-    if (!isOneOf(format, {"tiff"})) {
+    if (format != TIFF) {
         // In place: nobody else has seen these pixels, and new memory would cost as much again.
         auto context =
             BitmapContext::create(bytes, size, bytesPerRow, AlphaInfo::PremultipliedLast);
@@ -213,51 +222,121 @@ std::shared_ptr<const BitmapImage> imageOfPixbuf(GdkPixbuf* pixbuf, GdkPixbufFor
     return BitmapImage::create(size, AlphaInfo::PremultipliedLast, bytesPerRow, pixels);
 }
 
+/// What the decoder has found out of a TIFF file, having mirrored its picture already as far as
+/// that goes.
+ImageOrientation reportedOrientation(GdkPixbuf* pixbuf) {
+    const char* const option = gdk_pixbuf_get_option(pixbuf, "orientation");
+    const guint64 number = option != nullptr ? g_ascii_strtoull(option, nullptr, 10) : 0;
+    return number >= 1 && number <= 8 ? static_cast<ImageOrientation>(number)
+                                      : ImageOrientation::TopLeft;
+}
+
 ImageSource::Result failure(std::string reason) {
     return {nullptr, std::move(reason)};
 }
 
-}  // namespace
+/// A file with one picture on its way to the decoder.
+struct Candidate {
+    ImageFormat format = ImageFormat::Other;
+    std::span<const std::uint8_t> bytes;
+    std::vector<std::uint8_t> own;  ///< what the bytes are of, where they were written anew
+    bool reportsRows = true;        ///< whether the decoder is to report every row
 
-ImageSource::Result ImageSource::firstImageOfFile(const std::string& path) {
-    FileContents contents;
-    if (std::string reason = read(path, contents); !reason.empty()) {
-        return failure(std::move(reason));
+    void take(ImagePart&& part) {
+        format = part.format;
+        if (part.own.empty()) {
+            bytes = part.bytes;
+        } else {
+            own = std::move(part.own);
+            bytes = own;
+            reportsRows = false;
+        }
     }
-    return firstImageOfBytes({contents.bytes.get(), contents.size});
+};
+
+/// Finds the file of one picture in a file of several. @return an empty text, or why there is none
+std::string unwrap(Candidate& candidate, const Bounds& bounds) {
+    constexpr int kMostLayers = 3;  // a wrapped animation of icons that are PNG files
+    for (int layer = 0; candidate.own.empty(); ++layer) {
+        std::optional<ImagePart> part = unwrappedImage(candidate.format, candidate.bytes);
+        if (!part) {
+            return {};
+        }
+        if (!part->failure.empty() || layer == kMostLayers) {
+            return layer == kMostLayers ? "files are wrapped in too many others" : part->failure;
+        }
+        const PixelSize size = part->size;
+        candidate.take(std::move(*part));
+        if (std::string reason = bounds.refusal(static_cast<std::uint64_t>(size.width),
+                                                static_cast<std::uint64_t>(size.height));
+            !reason.empty()) {
+            return reason;
+        }
+    }
+    return {};
 }
 
-ImageSource::Result ImageSource::firstImageOfBytes(std::span<const std::uint8_t> bytes,
-                                                   int maximumExtent) {
-    if (bytes.empty()) {
-        return failure("the file is empty");
-    }
-    const std::optional<std::size_t> end = firstImageEnd(bytes);
-    if (end == 0U) {
-        return failure("the file is cut short or damaged");
-    }
-    bytes = bytes.first(end.value_or(bytes.size()));
-    maximumExtent = std::min(maximumExtent, kMaximumExtent);
-    if (const std::optional<PixelSize> size = claimedSizeOfWebP(bytes);
-        size && std::max(size->width, size->height) > maximumExtent) {
-        return failure(tooLarge(maximumExtent));
-    }
-    const std::optional<std::vector<std::uint8_t>> frame = firstFrameOfWebP(bytes);
-    if (frame) {
-        if (frame->empty()) {
-            return failure("the animation has no first frame that covers it");
+/// Checks what the file claims and that it is whole, as far as that is to be seen.
+/// @return an empty text, or why it is refused
+std::string check(Candidate& candidate, const Bounds& bounds) {
+    if (isOneOf(candidate.format, {ImageFormat::XPM, ImageFormat::XBM})) {
+        ImagePart part = rewrittenTextImage(candidate.format, candidate.bytes, bounds.mostPixels);
+        if (!part.failure.empty()) {
+            return part.failure;
         }
-        bytes = *frame;
+        std::string reason = bounds.refusal(static_cast<std::uint64_t>(part.size.width),
+                                            static_cast<std::uint64_t>(part.size.height));
+        candidate.take(std::move(part));
+        return reason;
     }
+    const std::optional<std::size_t> end = firstImageEnd(candidate.bytes);
+    if (end == 0U) {
+        return "the file is cut short or damaged";
+    }
+    if (end) {
+        candidate.bytes = candidate.bytes.first(*end);
+        candidate.reportsRows = false;
+    }
+    const std::optional<ImageClaim> claim = imageClaim(candidate.format, candidate.bytes);
+    if (!claim) {
+        return "the head of the file is damaged, or says what is not read";
+    }
+    if (std::string reason = bounds.refusal(claim->width, claim->height); !reason.empty()) {
+        return reason;
+    }
+    if (claim->pixelsAtATime > bounds.mostPixels) {
+        return "the image has tiles larger than the limit of " + std::to_string(bounds.mostPixels) +
+               " pixels";
+    }
+    if (claim->fewestBytes > candidate.bytes.size()) {
+        return "the file is too small for its picture of " + std::to_string(claim->width) + " x " +
+               std::to_string(claim->height) + " pixels, or cut short";
+    }
+    if (std::optional<std::vector<std::uint8_t>> frame = firstFrameOfWebP(candidate.bytes)) {
+        if (frame->empty()) {
+            return "the animation has no first frame that covers it";
+        }
+        candidate.own = std::move(*frame);
+        candidate.bytes = candidate.own;
+    }
+    return {};
+}
 
-    const Loader loader(gdk_pixbuf_loader_new());
-    Progress progress{maximumExtent, bytes.size(), {}};
+ImageSource::Result decoded(const Candidate& candidate, const Bounds& bounds) {
+    const char* const name = decoderNameOf(candidate.format);
+    GError* error = nullptr;
+    const Loader loader(name != nullptr ? gdk_pixbuf_loader_new_with_type(name, &error)
+                                        : gdk_pixbuf_loader_new());
+    if (!loader) {
+        return failure(take(error));
+    }
+    Progress progress{bounds, {}};
     g_signal_connect(loader.get(), "size-prepared", G_CALLBACK(sizePrepared), &progress);
     g_signal_connect(loader.get(), "area-prepared", G_CALLBACK(areaPrepared), nullptr);
-    if (!end.has_value()) {
+    if (candidate.reportsRows) {
         g_signal_connect(loader.get(), "area-updated", G_CALLBACK(areaUpdated), &progress);
     }
-    std::string reason = decode(loader.get(), bytes);
+    std::string reason = decode(loader.get(), candidate.format, candidate.bytes);
     if (!progress.refusal.empty()) {
         return failure(std::move(progress.refusal));
     }
@@ -268,13 +347,116 @@ ImageSource::Result ImageSource::firstImageOfBytes(std::span<const std::uint8_t>
     if (pixbuf == nullptr) {
         return failure("the file holds no picture");
     }
-    if (!end.has_value() &&
+    if (candidate.reportsRows &&
         (progress.firstRow > 0 || progress.endRow < gdk_pixbuf_get_height(pixbuf))) {
         return failure("the file is cut short");
     }
-    std::shared_ptr<const BitmapImage> image =
-        imageOfPixbuf(pixbuf, gdk_pixbuf_loader_get_format(loader.get()), progress.maximumExtent);
-    return image ? Result{std::move(image), {}} : failure("pixels of an unknown format");
+    const ImageOrientation orientation = candidate.format == ImageFormat::TIFF
+                                             ? reportedOrientation(pixbuf)
+                                             : ImageOrientation::TopLeft;
+    const auto image = imageOfPixbuf(pixbuf, candidate.format, bounds);
+    if (!image) {
+        return failure("pixels of an unknown format");
+    }
+    auto oriented = orientedImage(image, orientation);
+    return oriented ? ImageSource::Result{std::move(oriented), {}}
+                    : failure("no memory for the turned picture");
+}
+
+/// Draws a vector picture for as long as it may take.
+ImageSource::Result drawn(std::span<const std::uint8_t> bytes, Bounds bounds,
+                          const ImageLimits& limits) {
+    // Layers as large as the picture may take this many times the pixels of a picture.
+    constexpr std::uint64_t kMostSurfaces = 16;
+    VectorClaim claim = vectorClaim(textOf(bytes), limits);
+    if (!claim.failure.empty()) {
+        return failure(std::move(claim.failure));
+    }
+    bounds.mostPixels = std::min(
+        {bounds.mostPixels, limits.vectorPixels,
+         limits.vectorPixels * kMostSurfaces / std::max<std::uint64_t>(claim.surfaces, 1)});
+
+    struct Drawing {
+        std::vector<std::uint8_t> file;
+        ImageSource::Result result;
+    };
+    const auto drawing = std::make_shared<Drawing>();
+    drawing->file.assign(bytes.begin(), bytes.end());
+    const DeadlineOutcome outcome = runWithin(limits.vectorSeconds, [drawing, bounds] {
+        Candidate candidate;
+        candidate.format = ImageFormat::SVG;
+        candidate.bytes = drawing->file;
+        drawing->result = decoded(candidate, bounds);
+    });
+    switch (outcome) {
+        case DeadlineOutcome::Done:
+            return std::move(drawing->result);
+        case DeadlineOutcome::Late:
+            return failure("drawing it takes longer than " + std::to_string(limits.vectorSeconds) +
+                           " s");
+        default:
+            return failure("no thread to draw it on, or too many pictures that take too long");
+    }
+}
+
+struct Limits {
+    std::mutex mutex;
+    ImageLimits value;
+};
+
+Limits& currentLimits() {
+    static Limits* limits = new Limits;  // read from threads that outlive statics
+    return *limits;
+}
+
+}  // namespace
+
+ImageLimits ImageSource::limits() {
+    const std::lock_guard lock(currentLimits().mutex);
+    return currentLimits().value;
+}
+
+void ImageSource::setLimits(const ImageLimits& limits) {
+    const std::lock_guard lock(currentLimits().mutex);
+    currentLimits().value = limits;
+}
+
+ImageSource::Result ImageSource::firstImageOfFile(const std::string& path) {
+    FileContents contents;
+    if (std::string reason = read(path, contents); !reason.empty()) {
+        return failure(std::move(reason));
+    }
+    return firstImageOfBytes({contents.bytes.get(), contents.size});
+}
+
+ImageSource::Result ImageSource::firstImageOfBytes(std::span<const std::uint8_t> bytes,
+                                                   int maximumExtent) try {
+    if (bytes.empty()) {
+        return failure("the file is empty");
+    }
+    const ImageLimits limits = ImageSource::limits();
+    const Bounds bounds{std::min(maximumExtent, kMaximumExtent), limits.pixels};
+    Candidate candidate;
+    candidate.format = imageFormatOf(bytes);
+    candidate.bytes = bytes;
+    if (std::string reason = unwrap(candidate, bounds); !reason.empty()) {
+        return failure(std::move(reason));
+    }
+    if (candidate.format == ImageFormat::SVG) {
+        return drawn(candidate.bytes, bounds, limits);
+    }
+    const ImageOrientation orientation = exifOrientation(candidate.format, candidate.bytes);
+    if (std::string reason = check(candidate, bounds); !reason.empty()) {
+        return failure(std::move(reason));
+    }
+    Result result = decoded(candidate, bounds);
+    if (result.image && orientation != ImageOrientation::TopLeft) {
+        result.image = orientedImage(result.image, orientation);
+        result.failure = result.image ? "" : "no memory for the turned picture";
+    }
+    return result;
+} catch (const std::bad_alloc&) {
+    return failure("no memory for the file");
 }
 
 }  // namespace Mivora::platform

@@ -29,7 +29,7 @@ bool Picture::writePNG(const std::string& path) const {
     GError* error = nullptr;
     const bool written = gdk_pixbuf_save(pixbuf, path.c_str(), "png", &error, nullptr) != FALSE;
     if (!written) {
-        DebugLog::log(DebugLog::Category::Images, "%s: %s", path.c_str(), error->message);
+        DebugLog::warnOnce(DebugLog::Category::Images, "%s: %s", path.c_str(), error->message);
         g_error_free(error);
     }
     g_object_unref(pixbuf);

@@ -35,8 +35,8 @@ struct MIVORA_EXPORT Picture {
     std::array<std::uint8_t, 4> pixel(int x, int y) const;
 
     /// Writes a PNG file. The colours are taken as straight alpha.
-    /// @return false when the picture is empty or the file cannot be written; the debug log
-    ///         (category `images`) says why
+    /// @return false when the picture is empty or the file cannot be written; a line in the
+    ///         log says why
     bool writePNG(const std::string& path) const;
 };
 

@@ -6,6 +6,7 @@
 
 #include "MivoraMac/platform/pictures/BitmapContext.h"
 #include "MivoraMac/platform/pictures/BitmapImage.h"
+#include "MivoraMac/platform/pictures/ExtentCheckPrivate.h"
 #include "MivoraMac/platform/pictures/LargePagesPrivate.h"
 #include "MivoraMac/platform/text/PixelCanvasPrivate.h"
 
@@ -23,7 +24,9 @@ void PixelCanvas::DestroyContext::operator()(cairo_t* context) const {
 }
 
 std::optional<PixelCanvas> PixelCanvas::create(PixelSize size) {
-    if (size.width <= 0 || size.height <= 0) {
+    if (size.width <= 0 || size.height <= 0 ||
+        !areExtentsBorne("canvas", static_cast<std::uint64_t>(size.width),
+                         static_cast<std::uint64_t>(size.height), kLargestBitmapExtent)) {
         return std::nullopt;
     }
     const std::size_t bytes = static_cast<std::size_t>(size.width) *

@@ -133,6 +133,40 @@ TEST(DebugLogTest, aWarningIsAlwaysWritten) {
     EXPECT_EQ(log.lines(), (std::vector<LogCapture::Line>{{Category::Gestures, "no view (pan)"}}));
 }
 
+TEST(DebugLogTest, aWarningForOnceIsWrittenOnceForTheSameText) {
+    const LogCapture log("");
+    for (int i = 0; i < 3; ++i) {
+        DebugLog::warnOnce(DebugLog::Category::Images, "%s: missing", "a card");
+        DebugLog::warnOnce(DebugLog::Category::Images, "%s: missing", "another card");
+    }
+    ASSERT_EQ(log.lines().size(), 2U);
+    EXPECT_EQ(log.lines()[0].second, "a card: missing");
+    EXPECT_EQ(log.lines()[1].second, "another card: missing");
+}
+
+TEST(DebugLogTest, aWarningForOnceIsWrittenEveryTimeWhileItsCategoryIsOn) {
+    const LogCapture log("images");
+    for (int i = 0; i < 3; ++i) {
+        DebugLog::warnOnce(DebugLog::Category::Images, "a broken card");
+    }
+    EXPECT_EQ(log.lines().size(), 3U);
+}
+
+TEST(DebugLogTest, ofVeryManyWarningsForOnceTheOldestAreForgotten) {
+    const LogCapture log("");
+    const auto warn = [](int i) {
+        DebugLog::warnOnce(DebugLog::Category::Images, "card %d of many", i);
+    };
+    for (int i = 0; i < 3000; ++i) {
+        warn(i);
+    }
+    EXPECT_EQ(log.lines().size(), 3000U);
+    warn(2500);
+    EXPECT_EQ(log.lines().size(), 3000U) << "one of the last thousand";
+    warn(0);
+    EXPECT_EQ(log.lines().size(), 3001U) << "one long ago";
+}
+
 TEST(DebugLogTest, textsOfAnyLengthAreWrittenWhole) {
     const LogCapture log("");
     const std::string text(100'000, 'x');

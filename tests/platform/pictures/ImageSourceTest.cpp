@@ -314,10 +314,10 @@ TEST_F(ImageSourceTest, absurdDimensionsFailBeforeMemoryIsTakenForThem) {
 TEST_F(ImageSourceTest, aPictureThatItsFileIsTooSmallForFailsBeforeMemoryIsTakenForIt) {
     rusage before{};
     ::getrusage(RUSAGE_SELF, &before);
-    expectFailure(load(PNGFile(16384, 16384, 8, PNGFile::ColorAlpha).pixels("x").end()),
-                  "too small for its picture of 16384 x 16384 pixels");
-    expectFailure(load(bmpFile(16000, 16000)), "too small");
-    expectFailure(load(gifFile(16384, 0, {{1, 2, 3}}).replace(8, 2, 2, '\x40')));
+    expectFailure(load(PNGFile(8192, 8192, 8, PNGFile::ColorAlpha).pixels("x").end()),
+                  "too small for its picture of 8192 x 8192 pixels");
+    expectFailure(load(bmpFile(8000, 8000)), "too small");
+    expectFailure(load(gifFile(8192, 0, {{1, 2, 3}}).replace(8, 2, 2, '\x20')));
     rusage after{};
     ::getrusage(RUSAGE_SELF, &after);
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024) << "kilobytes";
@@ -453,15 +453,6 @@ TEST(ImageFileCheckTest, theFirstFrameOfAnAnimatedWebPBecomesAFileOfItsOwn) {
     EXPECT_EQ(frameOf(webP(opaque)), std::nullopt);
     EXPECT_EQ(frameOf(webP("")), std::nullopt);
     EXPECT_EQ(frameOf(""), std::nullopt);
-
-    const auto claimed = [](const Bytes& file) {
-        return Mivora::platform::claimedSizeOfWebP(
-            {reinterpret_cast<const std::uint8_t*>(file.data()), file.size()});
-    };
-    EXPECT_EQ(claimed(webP(animated)), (PixelSize{8, 5}));
-    EXPECT_EQ(claimed(webP(extended(0x10, '\xFF'))), (PixelSize{256, 5}));
-    EXPECT_EQ(claimed(webP(opaque)), std::nullopt);
-    EXPECT_EQ(claimed(""), std::nullopt);
 
     EXPECT_EQ(frameOf(webP(animated)), "");
     EXPECT_EQ(frameOf(webP(animated + other)), "");
