@@ -52,7 +52,7 @@ void MVFilterStage::prepare(const std::shared_ptr<MVImage>& image,
     processedImage_ = imageProcessor_->filterImageWithoutFinalPass();
 }
 
-void MVFilterStage::draw(const MVQuad& quad,
+void MVFilterStage::draw(MVQuad& quad,
                          const std::shared_ptr<MVShaderPositionTextureUniformColor>& plainShader,
                          const std::shared_ptr<MVImage>& image, float opacity) const {
     const std::shared_ptr<MVFilter> filter = filter_;

@@ -45,7 +45,7 @@ class MVFilterStage {
     /// is no shader.
     /// @param image    decides about blending, whatever is drawn
     /// @param opacity  of the view
-    void draw(const MVQuad& quad,
+    void draw(MVQuad& quad,
               const std::shared_ptr<MVShaderPositionTextureUniformColor>& shader,
               const std::shared_ptr<MVImage>& image, float opacity) const;
 
