@@ -21,12 +21,14 @@
 #include "MivoraMac/app/MVApplicationRenderView.h"
 #include "MivoraMac/input/MVFingerDispatcher.h"
 #include "MivoraMac/input/MVGestureRecognizerDelegate.h"
+#include "MivoraMac/input/MVLongPressGestureRecognizer.h"
 #include "MivoraMac/input/MVMouse.h"
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/input/MVPanGestureRecognizer.h"
 #include "MivoraMac/input/MVPinchGestureRecognizer.h"
 #include "MivoraMac/input/MVRotationGestureRecognizer.h"
 #include "MivoraMac/input/MVScroll.h"
+#include "MivoraMac/input/MVTapGestureRecognizer.h"
 #include "MivoraMac/input/MVTouch.h"
 #include "MivoraMac/input/MVTouchDispatch.h"
 #include "MivoraMac/platform/base/DebugLog.h"
@@ -384,7 +386,7 @@ class World {
             case 27:
                 return changeTarget();
             case 28:
-                return depth_ == 0 ? settle() : void();
+                return isOther ? passTime() : depth_ == 0 ? settle() : void();
             case 29:
                 return isOther ? landFingers() : beginFingers();
             case 30:
@@ -522,7 +524,19 @@ class World {
             return;
         }
         Recognizer recognizer;
-        switch (take() % 6) {
+        const std::uint8_t kind = take();
+        if (kind >= 0x80) {
+            recognizer = makeStill(kind);
+        } else {
+            recognizer = makeMoving(kind);
+        }
+        recognizer->addTargetAction(target_, &Target::told);
+        recognizers_.push_back(recognizer);
+        attach(recognizer);
+    }
+    Recognizer makeMoving(std::uint8_t kind) {
+        Recognizer recognizer;
+        switch (kind % 6) {
             case 0:
                 recognizer = MVPinchGestureRecognizer::init();
                 break;
@@ -535,9 +549,30 @@ class World {
             default:
                 recognizer = MVPanGestureRecognizer::init();
         }
-        recognizer->addTargetAction(target_, &Target::told);
-        recognizers_.push_back(recognizer);
-        attach(recognizer);
+        return recognizer;
+    }
+    /// One that waits for a time, which passes at once or when the bytes say so.
+    Recognizer makeStill(std::uint8_t kind) {
+        const double seconds = (kind & 2) != 0 ? 0.0 : 1000.0;
+        if ((kind & 1) != 0) {
+            const auto press = MVLongPressGestureRecognizer::init();
+            press->setMinimumDuration(seconds);
+            press->setNumberOfTouchesRequired(1U + (kind >> 2 & 1U));
+            return press;
+        }
+        const auto tap = MVTapGestureRecognizer::init();
+        tap->setMaximumDuration(seconds + 1000.0);
+        tap->setMaximumInterval(seconds);
+        tap->setNumberOfTouchesRequired(1U + (kind >> 2 & 1U));
+        tap->setNumberOfTapsRequired(1U + (kind >> 3 & 1U));
+        tap->setWaitsFor(std::dynamic_pointer_cast<MVTapGestureRecognizer>(takeOne(recognizers_)));
+        return tap;
+    }
+    void passTime() {
+        if (const auto still =
+                std::dynamic_pointer_cast<MVStillGestureRecognizer>(takeOne(recognizers_))) {
+            still->mv_timeDidPass();
+        }
     }
     void attach(const Recognizer& recognizer) {
         if (const std::shared_ptr<MVView> view = takeSuperview()) {

@@ -147,7 +147,7 @@ class MIVORA_EXPORT MVGestureRecognizer : public std::enable_shared_from_this<MV
 
     /// The middle of the touches it is bound to, in a view. NaN in every component where there is
     /// none.
-    Mivora::Point3 locationInView(const std::shared_ptr<MVView>& view) const;
+    virtual Mivora::Point3 locationInView(const std::shared_ptr<MVView>& view) const;
 
     /// @name Hooks
     /// Touches arrive here only while the recognizer is enabled. All empty here.

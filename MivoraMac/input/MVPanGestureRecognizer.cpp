@@ -7,13 +7,6 @@ using Mivora::Point2;
 using Mivora::Point3;
 using Mivora::platform::Clock;
 
-namespace {
-
-/// How far touches have to come along an axis of the screen, in points.
-constexpr float kThreshold = 10.0F;
-
-}  // namespace
-
 std::shared_ptr<MVPanGestureRecognizer> MVPanGestureRecognizer::init() {
     return MVMake<MVPanGestureRecognizer>();
 }

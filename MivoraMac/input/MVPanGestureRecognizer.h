@@ -23,6 +23,9 @@
 /// Thread: main.
 class MIVORA_EXPORT MVPanGestureRecognizer : public MVGestureRecognizer {
  public:
+    /// How far touches have to come along an axis of the screen, in points.
+    static constexpr float kThreshold = 10.0F;
+
     /// A recognizer without targets.
     static std::shared_ptr<MVPanGestureRecognizer> init();
 

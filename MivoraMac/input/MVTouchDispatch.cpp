@@ -203,6 +203,27 @@ void MVDispatchSelectorToTouches(MVTouchSet touches, MVTouchPhase phase) {
     all.rethrow();
 }
 
+void MVRecognizeWithoutTouches(const Recognizer& recognizer, const std::function<void()>& action) {
+    if (!recognizer) {
+        return;
+    }
+    const Recognizer kept = recognizer;
+    kept->mv_deliveryBegan();
+    const AtEnd end([&] { kept->mv_deliveryEnded(); });
+    const bool couldRecognize = kept->mv_canRecognize();
+    RunAll all;
+    all.run(action);
+    const bool wins = couldRecognize && kept->mv_didRecognize();
+    if (wins) {
+        beat(kept, all);
+    }
+    all.run([&] { kept->mv_dispatchStateChangesIfNecessary(); });
+    if (wins) {
+        all.run([&] { deliverToViews({}, MVTouchPhase::Moved, kept); });
+    }
+    all.rethrow();
+}
+
 void MVFinishTouches(MVTouchSet touches) {
     const AtEnd finish([&] {
         for (const std::shared_ptr<MVTouch>& touch : touches) {

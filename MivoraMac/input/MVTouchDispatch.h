@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -68,6 +69,14 @@ MIVORA_EXPORT void MVDispatchTouchSelectorToTrackedViews(const MVTouchSet& touch
 /// behind it hear of that end only. Recognizers that have finished stay so until the delivery is
 /// over, even if one of these runs the main loop.
 MIVORA_EXPORT void MVDispatchSelectorToTouches(MVTouchSet touches, MVTouchPhase phase);
+
+/// Lets a recognizer do something that no touch has caused, as when some time has passed. If it
+/// recognizes by that, it wins as in a delivery: those it competes with for its touches fail, its
+/// targets are told, and the views that track its touches are told that they are cancelled.
+/// @param recognizer  null does nothing
+/// @param action      calls the recognizer's `setState`
+MIVORA_EXPORT void MVRecognizeWithoutTouches(const std::shared_ptr<MVGestureRecognizer>& recognizer,
+                                             const std::function<void()>& action);
 
 /// Unbinds touches that are over from the recognizers that are found for them by now. One that was
 /// bound and is not found any more, as after it was detached or while another has recognized, keeps

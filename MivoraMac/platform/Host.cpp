@@ -84,6 +84,10 @@ std::unique_ptr<DisplayLink> Host::createDisplayLink(std::function<void()> refre
     return std::make_unique<HeadlessDisplayLink>(std::move(refreshed));
 }
 
+ClickSettings Host::clickSettings() {
+    return {};
+}
+
 Screen::~Screen() = default;
 
 std::shared_ptr<Screen> Screen::mainScreen() {

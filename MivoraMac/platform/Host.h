@@ -5,6 +5,7 @@
 #include <string>
 
 #include "MivoraMac/Export.h"
+#include "MivoraMac/platform/ClickSettings.h"
 #include "MivoraMac/platform/base/Rect.h"
 
 /// What the library needs of the system below it: windows and native views, events, GL contexts,
@@ -54,6 +55,9 @@ class MIVORA_EXPORT Host {
 
     /// Whether native views that are placed in an `OpenGLView` are seen. True here.
     virtual bool showsNativeViews() const;
+
+    /// What the desktop calls a click. Thread: main.
+    virtual ClickSettings clickSettings();
 
     /// A window that is not on the screen yet; see `Window::initWithTitle`. Thread: main.
     /// @param content  its size is that of the content, 1 at least

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <gtk/gtk.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "MivoraMac/platform/gtk/GtkDisplayLinkPrivate.h"
@@ -71,6 +72,23 @@ std::shared_ptr<NativeGLContext> GtkHost::createNativeGLContext() {
     std::shared_ptr<NativeGLContext> context;
     MainThread::performAndWait([&] { context = GtkGLContext::create(); });
     return context ? context : Host::createNativeGLContext();
+}
+
+ClickSettings GtkHost::clickSettings() {
+    ClickSettings click;
+    GtkSettings* const settings = gtk_settings_get_default();
+    if (settings == nullptr) {
+        return click;
+    }
+    int milliseconds = 0;
+    int distance = 0;
+    guint longPress = 0;
+    g_object_get(settings, "gtk-double-click-time", &milliseconds, "gtk-double-click-distance",
+                 &distance, "gtk-long-press-time", &longPress, nullptr);
+    click.doubleClickSeconds = std::max(milliseconds, 0) / 1e3;
+    click.doubleClickDistance = std::max(distance, 0);
+    click.longPressSeconds = longPress / 1e3;
+    return click;
 }
 
 std::unique_ptr<DisplayLink> GtkHost::createDisplayLink(std::function<void()> refreshed) {

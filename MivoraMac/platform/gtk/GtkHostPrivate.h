@@ -32,6 +32,7 @@ class GtkHost : public Host {
     /// it.
     std::shared_ptr<NativeGLContext> createNativeGLContext() override;
 
+    ClickSettings clickSettings() override;
     std::unique_ptr<DisplayLink> createDisplayLink(std::function<void()> refreshed) override;
     std::shared_ptr<Window> createWindow(const std::string& title, const Rect& content) override;
 
