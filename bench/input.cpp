@@ -15,6 +15,8 @@
 //
 // A drag goes over a chain of ten views, each with a pan that has one target. A delegate lets all
 // of them recognize together, so that each of the 1,000 moves reaches all ten and all ten tell.
+// Ten fingers go over the flat tree, each of whose views has a pan: each move is one event of all
+// ten, reaches ten pans on ten views, and all ten tell.
 
 #include <cmath>
 #include <cstdio>
@@ -27,6 +29,7 @@
 #include <vector>
 
 #include "MivoraMac/geometry/Plane.h"
+#include "MivoraMac/input/MVFingerDispatcher.h"
 #include "MivoraMac/input/MVGestureRecognizerDelegate.h"
 #include "MivoraMac/input/MVMouse.h"
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
@@ -259,6 +262,58 @@ void measureDragging(Report& report) {
     report.add("drag_us_per_move", median(times), "ten pans, each with a target; median of 101");
 }
 
+/// Ten fingers, each on a view of its own.
+void measureFingers(Report& report) {
+    constexpr int kFingers = 10;
+    const auto target = std::make_shared<CountingTarget>();
+    const View superview = makeFlatTree();
+    const auto window = makeWindow(superview);
+    for (const View& view : *superview->subviews()) {
+        view->addGestureRecognizer(
+            MVPanGestureRecognizer::initWithTargetAction(target, &CountingTarget::panned));
+    }
+    // On views of the flat tree in a row; the moves go to and fro.
+    const auto eventAtStep = [](Mivora::platform::Event::Type type, int step) {
+        auto event = std::make_shared<Mivora::platform::Event>();
+        event->type = type;
+        for (int i = 0; i < kFingers; ++i) {
+            const double way = step % 100 < 50 ? step % 100 : 100 - step % 100;
+            event->touches.push_back(
+                {static_cast<std::uint64_t>(i), {3.0 + 70.0 * i + way, 1200.0 - 555.0}});
+        }
+        return event;
+    };
+    using Type = Mivora::platform::Event::Type;
+    std::vector<MVFingerDispatcher::EventPointer> moves;
+    for (int i = 0; i < kMoves; ++i) {
+        moves.push_back(eventAtStep(Type::TouchesMoved, i + 1));
+    }
+    const auto dispatcher = MVFingerDispatcher::initWithWindow(window);
+    std::vector<double> times;
+    for (int i = 0; i <= kRepetitions; ++i) {
+        target->calls = 0;
+        dispatcher->systemTouchesBeganWithEvent(eventAtStep(Type::TouchesBegan, 0));
+        const Stopwatch watch;
+        for (const auto& move : moves) {
+            dispatcher->systemTouchesMovedWithEvent(move);
+        }
+        const double time = watch.nanoseconds();
+        dispatcher->systemTouchesEndedWithEvent(eventAtStep(Type::TouchesEnded, 0));
+        Mivora::platform::MainThread::runUntil([] { return false; }, 0.0);
+        // A pan begins with the tenth move, and its end is told, too.
+        if (target->calls != (kMoves - 9 + 1) * kFingers) {
+            std::fprintf(stderr, "the fingers are not what they are meant to be: %d\n",
+                         target->calls);
+            std::exit(1);
+        }
+        if (i > 0) {
+            times.push_back(time / 1e3 / kMoves);
+        }
+    }
+    report.add("drag10_us_per_move", median(times),
+               "ten fingers at once; target: at most ten times drag_us_per_move");
+}
+
 }  // namespace
 
 int main() {
@@ -266,7 +321,9 @@ int main() {
     report.condition("flat tree", "10,000 subviews of one view, in a window");
     report.condition("deep tree", "1,000 chains of ten views below one view, in a window");
     report.condition("drag", "1,000 moves over ten views in each other, each with a pan");
+    report.condition("ten fingers", "1,000 moves of all; the flat tree, each view with a pan");
     measureHitTesting(report);
     measureDragging(report);
+    measureFingers(report);
     return report.finish();
 }
