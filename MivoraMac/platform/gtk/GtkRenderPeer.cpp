@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdint>
+#include <optional>
 #include <utility>
 
 #include "MivoraMac/platform/gl/GLContext.h"
@@ -145,6 +147,8 @@ void GtkRenderPeer::viewIsGoing() {
     embedding_.update(nullptr);
     pointer_.cancel();
     scroll_.cancel({});
+    fingers_.cancelAll();
+    pinch_.cancel();
     gtk_widget_queue_draw(widget_);
 }
 
@@ -186,7 +190,8 @@ void GtkRenderPeer::realized() {
 }
 
 void GtkRenderPeer::disabled() {
-    touch_ = nullptr;
+    deliver(fingers_.cancelAll());
+    deliver(pinch_.cancel());
     deliver(scroll_.cancel(pointer_.location()));
     deliver(pointer_.cancel());
 }
@@ -295,9 +300,11 @@ gboolean GtkRenderPeer::handle(GdkEvent* event) {
         case GDK_TOUCH_UPDATE:
         case GDK_TOUCH_END:
         case GDK_TOUCH_CANCEL:
-            return locate(event, location) ? touch(event, location) : FALSE;
+            return touch(event);
         case GDK_SCROLL:
             return scroll(event);
+        case GDK_TOUCHPAD_PINCH:
+            return pinch(event);
         default:
             return FALSE;
     }
@@ -329,25 +336,61 @@ void GtkRenderPeer::press(PointerTracker::Button button, Point location, guint32
     deliver(pointer_.press(button, location, clicks_.press(number, location, time, clickLimits())));
 }
 
-/// One finger on a screen is the primary button.
-gboolean GtkRenderPeer::touch(GdkEvent* event, Point location) {
-    GdkEventSequence* const sequence = gdk_event_get_event_sequence(event);
-    const GdkEventType type = gdk_event_get_event_type(event);
-    if (type == GDK_TOUCH_BEGIN && touch_ == nullptr && !pointer_.isAnyHeld() &&
-        !isOverEmbedded(location)) {
-        touch_ = sequence;
-        press(PointerTracker::Button::Primary, location, gdk_event_get_time(event));
+/// A finger is told by its sequence. One that lands on an embedded widget is that widget's.
+gboolean GtkRenderPeer::touch(GdkEvent* event) {
+    const auto finger = static_cast<std::uint64_t>(
+        reinterpret_cast<std::uintptr_t>(gdk_event_get_event_sequence(event)));
+    Point location;
+    const bool isLocated = locate(event, location);
+    if (gdk_event_get_event_type(event) == GDK_TOUCH_BEGIN) {
+        if (!isLocated || isOverEmbedded(location)) {
+            return FALSE;
+        }
+        deliver(scroll_.interrupt(location));
+        deliver(fingers_.land(finger, location));
         return TRUE;
     }
-    if (touch_ == nullptr || sequence != touch_) {
+    if (!fingers_.isDown(finger)) {
         return FALSE;
     }
-    if (type == GDK_TOUCH_UPDATE) {
-        deliver(pointer_.move(location));
-    } else {
-        touch_ = nullptr;
-        deliver(type == GDK_TOUCH_END ? pointer_.release(PointerTracker::Button::Primary, location)
-                                      : pointer_.cancel());
+    switch (gdk_event_get_event_type(event)) {
+        case GDK_TOUCH_UPDATE:
+            if (isLocated) {
+                deliver(fingers_.move(finger, location));
+            }
+            break;
+        case GDK_TOUCH_END:
+            deliver(fingers_.lift(finger, isLocated ? std::optional(location) : std::nullopt));
+            break;
+        default:
+            deliver(fingers_.cancel(finger));
+    }
+    return TRUE;
+}
+
+/// Gestures on a touchpad do not say where either.
+gboolean GtkRenderPeer::pinch(GdkEvent* event) {
+    if (!isInOwnWindow(event)) {
+        return FALSE;
+    }
+    double x = 0;
+    double y = 0;
+    switch (gdk_touchpad_event_get_gesture_phase(event)) {
+        case GDK_TOUCHPAD_GESTURE_PHASE_BEGIN:
+            deliver(scroll_.interrupt(pointer_.location()));
+            deliver(pinch_.begin(pointer_.location()));
+            break;
+        case GDK_TOUCHPAD_GESTURE_PHASE_UPDATE:
+            gdk_touchpad_event_get_deltas(event, &x, &y);
+            deliver(pinch_.update(gdk_touchpad_event_get_pinch_scale(event),
+                                  gdk_touchpad_event_get_pinch_angle_delta(event), {x, -y}));
+            break;
+        case GDK_TOUCHPAD_GESTURE_PHASE_END:
+            deliver(pinch_.end());
+            break;
+        case GDK_TOUCHPAD_GESTURE_PHASE_CANCEL:
+            deliver(pinch_.cancel());
+            break;
     }
     return TRUE;
 }
@@ -409,7 +452,9 @@ void GtkRenderPeer::moveOn() {
 }
 
 void GtkRenderPeer::pointerEntered(GtkEventController* controller, double x, double y) {
-    modifiers_ = modifiersOf(gtk_event_controller_get_current_event_state(controller));
+    if (gtk_event_controller_get_current_event(controller) != nullptr) {
+        modifiers_ = modifiersOf(gtk_event_controller_get_current_event_state(controller));
+    }
     deliver(pointer_.enter(location(x, y)));
 }
 
@@ -417,9 +462,7 @@ void GtkRenderPeer::pointerMoved(GtkEventController* controller, double x, doubl
     const Kept kept(widget_);
     const GdkModifierType state = gtk_event_controller_get_current_event_state(controller);
     modifiers_ = modifiersOf(state);
-    if (touch_ == nullptr) {
-        releaseWhatIsNotHeld(state);
-    }
+    releaseWhatIsNotHeld(state);
     if (!pointer_.isAnyHeld() && (state & (kPrimaryMask | kOtherMask)) != 0) {
         return;  // what is embedded holds the pointer
     }

@@ -6,11 +6,13 @@
 #include <vector>
 
 #include "MivoraMac/platform/gtk/ClickCounterPrivate.h"
+#include "MivoraMac/platform/gtk/FingerTrackerPrivate.h"
 #include "MivoraMac/platform/gtk/GtkEmbeddingPrivate.h"
 #include "MivoraMac/platform/gtk/GtkFrameSinkPrivate.h"
 #include "MivoraMac/platform/gtk/PointerTrackerPrivate.h"
 #include "MivoraMac/platform/gtk/ScrollTrackerPrivate.h"
 #include "MivoraMac/platform/windows/OpenGLView.h"
+#include "MivoraMac/platform/windows/PinchTracker.h"
 
 namespace Mivora::platform {
 
@@ -74,8 +76,9 @@ class GtkRenderPeer : public OpenGLView::Peer {
 
     gboolean handle(GdkEvent* event);
     gboolean button(GdkEvent* event, Point location);
-    gboolean touch(GdkEvent* event, Point location);
+    gboolean touch(GdkEvent* event);
     gboolean scroll(GdkEvent* event);
+    gboolean pinch(GdkEvent* event);
     void press(PointerTracker::Button button, Point location, guint32 time);
     void pointerEntered(GtkEventController* controller, double x, double y);
     void pointerMoved(GtkEventController* controller, double x, double y);
@@ -110,7 +113,8 @@ class GtkRenderPeer : public OpenGLView::Peer {
     PointerTracker pointer_;
     ClickCounter clicks_;
     ScrollTracker scroll_;
-    GdkEventSequence* touch_ = nullptr;  // the one that stands for the pointer
+    FingerTracker fingers_;
+    PinchTracker pinch_;
     guint momentumTick_ = 0;
 };
 
