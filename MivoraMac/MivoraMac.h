@@ -121,6 +121,7 @@
 #include "MivoraMac/views/MVBridgeViewHost.h"
 #include "MivoraMac/views/MVColorView.h"
 #include "MivoraMac/views/MVCoreGraphicsView.h"
+#include "MivoraMac/views/MVFilterView.h"
 #include "MivoraMac/views/MVImageView.h"
 #include "MivoraMac/views/MVScrollView.h"
 #include "MivoraMac/views/MVScrollViewDelegate.h"

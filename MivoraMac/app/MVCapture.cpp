@@ -122,10 +122,16 @@ Picture MVCaptureView(const std::shared_ptr<MVView>& givenView, const MVCaptureO
     if (!view) {
         return refuse("no view was given");
     }
-    if (const std::shared_ptr<MVWindow> window = view->mv_window()) {
+    // The top of the tree is not always the window that the view names: a filter view has one of
+    // its own for the views below it.
+    std::shared_ptr<MVView> top = view;
+    while (std::shared_ptr<MVView> above = top->superview()) {
+        top = std::move(above);
+    }
+    if (const auto window = std::dynamic_pointer_cast<MVWindow>(top)) {
         return MVCaptureWindow(window, options);
     }
-    if (view->superview()) {
+    if (top != view) {
         return refuse("the view is a subview of one without a window");
     }
     const auto window = MVWindow::init();

@@ -189,7 +189,7 @@ void MVView::forgetCurrentDrawing() {
 void MVView::mv_readQuadMatrices(glm::mat4& projection, glm::mat4& transform) {
     // The projection comes first: building it moves the window, and with it everything below.
     if (const std::shared_ptr<MVWindow> window = mv_window()) {
-        projection = window->projectionMatrix();
+        projection = window->mv_drawingProjectionMatrix();
     }
     transform = transformMatrix();
 }

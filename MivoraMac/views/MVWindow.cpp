@@ -48,9 +48,17 @@ MVWindow::MVWindow(const std::shared_ptr<MVWindowOwner>& owner) {
 }
 
 void MVWindow::setSize3(Mivora::Size3 size) {
+    const bool changes = this->size() != Mivora::Size2{size.width, size.height};
+    const std::shared_ptr<MVView> kept = changes ? weak_from_this().lock() : nullptr;
+    if (changes) {
+        willChangeValueForKey("size");
+    }
     MVView::setSize3(size);
     mv_setProjectionMatrixDirty();
     fitContentView();
+    if (changes) {
+        didChangeValueForKey("size");
+    }
 }
 
 std::shared_ptr<MVView> MVWindow::contentView() const {

@@ -2,13 +2,16 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Ray.h"
 #include "MivoraMac/geometry/Viewport.h"
+#include "MivoraMac/platform/base/PropertyObservation.h"
 #include "MivoraMac/views/MVView.h"
 
 class MVApplication;
+class MVFilterView;
 class MVBridgeViewHost;
 class MVRenderSurface;
 
@@ -44,8 +47,10 @@ class MIVORA_EXPORT MVWindowOwner {
 ///
 /// Every view below a window asks it for redraws; whoever draws frames polls `mv_windowNeedsDraw`.
 ///
+/// Observable property: "size".
+///
 /// Thread: main.
-class MIVORA_EXPORT MVWindow : public MVView {
+class MIVORA_EXPORT MVWindow : public MVView, public Mivora::platform::ObservableObject {
  public:
     /// Creates a window of size zero.
     static std::shared_ptr<MVWindow> init();
@@ -59,7 +64,13 @@ class MIVORA_EXPORT MVWindow : public MVView {
     static std::shared_ptr<MVWindow> initWithApplication(
         const std::shared_ptr<MVApplication>& application);
 
-    /// Also marks the projection, even for an equal size.
+    /// Creates a window of size zero whose redraws are those of a filter view.
+    /// @param filterView  held weakly; may be null
+    static std::shared_ptr<MVWindow> initWithFilterView(
+        const std::shared_ptr<MVFilterView>& filterView);
+
+    /// Also marks the projection, even for an equal size. Announces a change of width or height to
+    /// observers of "size".
     void setSize3(Mivora::Size3 size) override;
 
     /// @name Content
@@ -132,6 +143,15 @@ class MIVORA_EXPORT MVWindow : public MVView {
     /// may make the matrix infinite or NaN.
     void mv_buildProjectionMatrix();
 
+    /// What the tree is drawn with: `projectionMatrix`, unless another one is set.
+    glm::mat4 mv_drawingProjectionMatrix() {
+        return drawingProjectionMatrix_ ? *drawingProjectionMatrix_ : projectionMatrix();
+    }
+    /// Has the tree drawn with another projection, for an owner that shows another part of it.
+    void mv_setDrawingProjectionMatrix(const glm::mat4& matrix) {
+        drawingProjectionMatrix_ = matrix;
+    }
+
     /// The ray from the eye through a point of the screen, in the world space of this window's
     /// tree.
     ///
@@ -144,6 +164,9 @@ class MIVORA_EXPORT MVWindow : public MVView {
 
     /// The application that the window belongs to, or null.
     std::shared_ptr<MVApplication> mv_application() const;
+
+    /// The filter view that the window belongs to, or null.
+    std::shared_ptr<MVFilterView> mv_filterView() const;
 
     /// Who the window belongs to, or null.
     std::shared_ptr<MVWindowOwner> mv_owner() const { return owner_.lock(); }
@@ -188,6 +211,7 @@ class MIVORA_EXPORT MVWindow : public MVView {
     std::weak_ptr<MVRenderSurface> surface_;
     std::weak_ptr<MVView> contentView_;
     glm::mat4 projectionMatrix_{1.0F};
+    std::optional<glm::mat4> drawingProjectionMatrix_;
     bool projectionMatrixDirty_ = true;
     std::atomic<bool> needsLayoutVisit_{false};
     std::atomic<std::uint64_t> drawRequests_{0};

@@ -77,6 +77,8 @@ int main(int argumentCount, char** arguments) {
 
     const std::string folder = arguments[1];
     bool written = write(folder, "carousel", buildCarousel);
+    written = write(folder, "filters", buildFilters) && written;
+    written = write(folder, "frosted", buildFrosted) && written;
     written = write(folder, "mosaic", buildMosaic) && written;
     written = write(folder, "town", buildTown) && written;
     written = write(folder, "wave", buildWave) && written;

@@ -15,6 +15,13 @@ constexpr Mivora::Size2 kSceneSize{960, 600};
 /// coordinate system that turns a mirror image over.
 void buildCarousel(const std::shared_ptr<MVWindow>& window);
 
+/// A photograph as it is, inverted, softened by a filter of one's own, blurred twice, and blurred
+/// and inverted.
+void buildFilters(const std::shared_ptr<MVWindow>& window);
+
+/// A turning wheel of cards, as it is and below a blurring filter view.
+void buildFrosted(const std::shared_ptr<MVWindow>& window);
+
 /// Mosaics cut out by stars, each within the one before: nested stencils.
 void buildMosaic(const std::shared_ptr<MVWindow>& window);
 
