@@ -188,7 +188,10 @@ void MVView::forgetCurrentDrawing() {
 
 void MVView::mv_readQuadMatrices(glm::mat4& projection, glm::mat4& transform) {
     // The projection comes first: building it moves the window, and with it everything below.
-    if (const std::shared_ptr<MVWindow> window = mv_window()) {
+    if (MVView* const stored = windowPointer()) {
+        // Saves every drawn view the reference that `mv_window` takes.
+        projection = static_cast<MVWindow*>(stored)->mv_drawingProjectionMatrix();
+    } else if (const std::shared_ptr<MVWindow> window = mv_window()) {
         projection = window->mv_drawingProjectionMatrix();
     }
     transform = transformMatrix();

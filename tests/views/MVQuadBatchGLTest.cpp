@@ -1,0 +1,382 @@
+// Drawings that are recorded and drawn together, against the calls that they stand for.
+
+#include <epoxy/gl.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "MivoraMac/app/MVCapture.h"
+#include "MivoraMac/images/MVImage.h"
+#include "MivoraMac/render/MVShader.h"
+#include "MivoraMac/views/MVColorView.h"
+#include "MivoraMac/views/MVFramePrivate.h"
+#include "MivoraMac/views/MVImageView.h"
+#include "MivoraMac/views/MVWindow.h"
+#include "tests/platform/base/ScopedEnvironment.h"
+#include "tests/support/PixelTest.h"
+#include "tests/support/QueueGate.h"
+
+using Mivora::ColorRGBA;
+using Mivora::platform::Picture;
+using Mivora::tests::PixelTest;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace {
+
+constexpr float kExtent = 160;
+
+/// What of GL's state drawings of views have to do with.
+std::vector<double> currentState() {
+    std::vector<double> state;
+    GLint program = 0;
+    glGetIntegerv(GL_CURRENT_PROGRAM, &program);
+    for (const GLenum name :
+         {GL_CURRENT_PROGRAM, GL_BLEND_SRC_RGB, GL_BLEND_DST_RGB, GL_BLEND_SRC_ALPHA,
+          GL_BLEND_DST_ALPHA, GL_VERTEX_ARRAY_BINDING, GL_ARRAY_BUFFER_BINDING, GL_ACTIVE_TEXTURE,
+          GL_TEXTURE_BINDING_2D, GL_STENCIL_FUNC, GL_STENCIL_REF, GL_STENCIL_FAIL,
+          GL_STENCIL_PASS_DEPTH_FAIL, GL_STENCIL_PASS_DEPTH_PASS, GL_STENCIL_CLEAR_VALUE,
+          GL_DEPTH_WRITEMASK}) {
+        GLint value = 0;
+        glGetIntegerv(name, &value);
+        state.push_back(value);
+    }
+    for (const GLenum name : {GL_STENCIL_WRITEMASK, GL_STENCIL_VALUE_MASK}) {
+        GLint value = 0;
+        glGetIntegerv(name, &value);
+        state.push_back(value & 0xFF);
+    }
+    for (const GLenum name : {GL_BLEND, GL_DEPTH_TEST, GL_STENCIL_TEST, GL_SCISSOR_TEST}) {
+        state.push_back(glIsEnabled(name));
+    }
+    if (program != 0) {
+        for (const char* const name : {"u_transformProjectionMatrix", "u_color", "u_sampler"}) {
+            std::array<float, 16> values{};
+            const GLint location = glGetUniformLocation(static_cast<GLuint>(program), name);
+            if (location >= 0) {
+                glGetUniformfv(static_cast<GLuint>(program), location, values.data());
+            }
+            state.insert(state.end(), values.begin(), values.end());
+        }
+    }
+    return state;
+}
+
+/// Notes the state that it meets, changes some of it and clears a small rectangle.
+class MeddlingView : public MVView {
+ public:
+    explicit MeddlingView(unsigned seed) : seed_(seed) {}
+
+    std::vector<std::vector<double>> states;  // the GL queue's
+
+    void draw() override {
+        const auto context = MVRenderContext::activeContext();
+        context->dispatchBlock([this] {
+            states.push_back(currentState());
+            const auto x = static_cast<GLint>(seed_ * 37 % 120);
+            const auto y = static_cast<GLint>(seed_ * 53 % 120);
+            glEnable(GL_SCISSOR_TEST);
+            glScissor(x, y, 20, 12);
+            glClearColor(0.2F, 0.6F, 0.4F, 1.0F);
+            glClear(GL_COLOR_BUFFER_BIT);
+            if (seed_ % 3 == 0) {
+                glClear(GL_STENCIL_BUFFER_BIT);
+            }
+            glDisable(GL_SCISSOR_TEST);
+            if (seed_ % 2 == 0) {
+                glEnable(GL_DEPTH_TEST);
+                glEnable(GL_BLEND);
+                glBlendFunc(GL_ZERO, GL_SRC_COLOR);
+                glBindTexture(GL_TEXTURE_2D, 0);
+            }
+        });
+    }
+
+ private:
+    unsigned seed_;
+};
+
+/// Windows with everything in them that views draw.
+class RandomWindow {
+ public:
+    explicit RandomWindow(unsigned seed) : generator_(seed) {
+        window_->setSize({kExtent, kExtent});
+        window_->setNearDistance(between(20, 160));
+        for (int i = 0; i < 5; ++i) {
+            images_.push_back(image());
+        }
+        MVView* above = window_.get();
+        for (int i = 0; i < 30; ++i) {
+            auto view = chance(0.1F) ? meddler() : quad();
+            place(*view);
+            if (chance(0.25F)) {
+                auto stencil = chance(0.2F) ? meddler() : quad();
+                place(*stencil);
+                view->setStencilView(stencil);
+            }
+            views_.push_back(view);
+            above->addSubview(view);
+            above = chance(0.6F) ? window_.get() : view.get();
+        }
+    }
+
+    MVWindow& window() { return *window_; }
+    const std::shared_ptr<MVWindow>& shared() const { return window_; }
+
+    std::vector<std::vector<double>> takeStates() {
+        std::vector<std::vector<double>> all;
+        for (const auto& view : meddlers_) {
+            all.insert(all.end(), view->states.begin(), view->states.end());
+            view->states.clear();
+        }
+        return all;
+    }
+
+ private:
+    bool chance(float probability) { return between(0, 1) < probability; }
+    float between(float low, float high) {
+        return low + (high - low) * static_cast<float>(generator_() >> 8U) /
+                         static_cast<float>(1U << 24U);
+    }
+
+    std::shared_ptr<MVImage> image() {
+        constexpr std::uint64_t kPixels = 16;
+        std::array<std::uint8_t, kPixels * kPixels * 4> pixels{};
+        for (std::uint8_t& byte : pixels) {
+            byte = static_cast<std::uint8_t>(generator_());
+        }
+        const bool premultiplied = chance(0.5F);
+        for (std::size_t i = 0; premultiplied && i < pixels.size(); ++i) {
+            pixels[i] = std::min(pixels[i], pixels[i | 3U]);
+        }
+        return MVImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+            pixels.data(), kPixels, kPixels, 1.0F, chance(0.5F) ? 1 : 0, premultiplied, GL_RGBA);
+    }
+
+    std::shared_ptr<MVView> meddler() {
+        auto view = MVMake<MeddlingView>(static_cast<unsigned>(generator_() % 1000));
+        meddlers_.push_back(view);
+        return view;
+    }
+
+    std::shared_ptr<MVView> quad() {
+        if (chance(0.4F)) {
+            return MVImageView::initWithImage(images_[generator_() % images_.size()]);
+        }
+        return MVColorView::initWithColor(
+            {between(0, 1), between(0, 1), between(0, 1), chance(0.5F) ? 1.0F : between(0, 1)});
+    }
+
+    void place(MVView& view) {
+        view.setPosition3(
+            {between(0, kExtent), between(0, kExtent), chance(0.3F) ? between(-150, 300) : 0.0F});
+        view.setSize3({between(5, 100), between(5, 100), 0.0F});
+        view.setRotation3({chance(0.4F) ? between(-2, 2) : 0.0F,
+                           chance(0.4F) ? between(-2, 2) : 0.0F, between(-2, 2)});
+        view.setAnchorPoint({0.5F, 0.5F});
+        view.setOpacity(chance(0.6F) ? 1.0F : between(0, 1));
+    }
+
+    std::mt19937 generator_;
+    std::shared_ptr<MVWindow> window_ = MVWindow::init();
+    std::vector<std::shared_ptr<MVImage>> images_;
+    std::vector<std::shared_ptr<MVView>> views_;
+    std::vector<std::shared_ptr<MeddlingView>> meddlers_;
+};
+
+class MVQuadBatchTest : public PixelTest {
+ protected:
+    Picture captureWith(bool batching, const std::shared_ptr<MVWindow>& window, int samples) {
+        context_->setBatching(batching);
+        // What a meddler of the frame before has left is not to make a difference.
+        onQueue([] {
+            glDisable(GL_BLEND);
+            glDisable(GL_DEPTH_TEST);
+            glBlendFunc(GL_ONE, GL_ZERO);
+            glUseProgram(0);
+            glBindTexture(GL_TEXTURE_2D, 0);
+            glClearStencil(0);
+        });
+        return MVCaptureWindow(window, {.scale = 1.0F, .samples = samples});
+    }
+
+    void expectIdentity(int samples, unsigned scenes) {
+        std::size_t different = 0;
+        std::size_t compared = 0;
+        for (unsigned seed = 1; seed <= scenes; ++seed) {
+            RandomWindow scene(seed);
+            captureWith(false, scene.shared(), samples);  // names are made
+            scene.takeStates();
+            const Picture expected = captureWith(false, scene.shared(), samples);
+            const auto states = scene.takeStates();
+            const Picture picture = captureWith(true, scene.shared(), samples);
+            EXPECT_EQ(scene.takeStates(), states) << "scene " << seed;
+            ASSERT_EQ(picture.rgba.size(), expected.rgba.size());
+            int worst = 0;
+            for (std::size_t i = 0; i < picture.rgba.size(); i += 4) {
+                int difference = 0;
+                for (std::size_t channel = 0; channel < 4; ++channel) {
+                    difference = std::max(difference, std::abs(picture.rgba[i + channel] -
+                                                               expected.rgba[i + channel]));
+                }
+                worst = std::max(worst, difference);
+                different += difference != 0 ? 1 : 0;
+            }
+            compared += picture.rgba.size() / 4;
+            EXPECT_LE(worst, 2) << "scene " << seed;
+        }
+        EXPECT_LE(different * 10'000, compared) << different << " of " << compared;
+    }
+
+    /// A window with so many squares in a row.
+    std::shared_ptr<MVWindow> squares(int count) {
+        auto window = MVWindow::init();
+        window->setSize({kExtent, kExtent});
+        for (int i = 0; i < count; ++i) {
+            auto view = MVColorView::initWithColor({1, 0, 0, 1});
+            view->setSize({4, 4});
+            view->setPosition(
+                {static_cast<float>(i % 40) * 4.0F, static_cast<float>(i / 40) * 4.0F});
+            window->addSubview(view);
+        }
+        MVFrame::layOut(*window);
+        return window;
+    }
+
+    std::size_t drawCalls() {
+        return gl_->callsOf("glDrawElementsBaseVertex").size() +
+               gl_->callsOf("glDrawArrays").size();
+    }
+};
+
+}  // namespace
+
+TEST_F(MVQuadBatchTest, randomScenesComeOutAsFromTheirCalls) {
+    expectIdentity(0, 80);
+}
+
+TEST_F(MVQuadBatchTest, randomScenesComeOutAsFromTheirCallsWithFourSamples) {
+    expectIdentity(4, 20);
+}
+
+TEST_F(MVQuadBatchTest, viewsOfOneKindAreDrawnByFewCalls) {
+    const auto window = squares(400);
+    gl_->clear();
+    window->mv_drawVisit();
+    finish();
+    EXPECT_EQ(drawCalls(), 1U);
+    EXPECT_THAT(gl_->callsOf("glGenVertexArrays"), SizeIs(2)) << "none for a view of its own";
+}
+
+TEST_F(MVQuadBatchTest, aFastQueueDoesNotMakeRunsSmall) {
+    const auto window = squares(1200);
+    window->mv_drawVisit();
+    finish();
+    gl_->clear();
+    window->mv_drawVisit();
+    finish();
+    EXPECT_LE(drawCalls(), 4U);
+}
+
+TEST_F(MVQuadBatchTest, switchedOffEveryViewMakesItsCalls) {
+    const auto window = squares(10);
+    context_->setBatching(false);
+    window->mv_drawVisit();
+    finish();
+    EXPECT_THAT(gl_->callsOf("glUseProgram"), SizeIs(10));
+    EXPECT_THAT(gl_->callsOf("glDrawArrays"), SizeIs(10));
+}
+
+TEST_F(MVQuadBatchTest, theEnvironmentSwitchesItOff) {
+    EXPECT_TRUE(MVRenderContext::init()->isBatching());
+    const Mivora::tests::ScopedEnvironment off("MIVORA_BATCH", "0");
+    EXPECT_FALSE(MVRenderContext::init()->isBatching());
+}
+
+TEST_F(MVQuadBatchTest, viewsThatAreOnlyRecordedQueueNothingWhenTheyComeAndGo) {
+    finish();
+    gl_->clear();
+    squares(20).reset();
+    finish();
+    EXPECT_THAT(gl_->texts(), IsEmpty());
+}
+
+/// Has another thread queue a closure while the tree is being drawn.
+class AskingView : public MVView {
+ public:
+    std::size_t drawnBefore = 0;
+    std::function<std::size_t()> ask;
+
+    void draw() override {
+        std::thread([this] {
+            MVRenderContext::activeContext()->mv_dispatchBlockSync([this] { drawnBefore = ask(); });
+        }).join();
+    }
+};
+
+TEST_F(MVQuadBatchTest, aClosureOfAnyThreadComesAfterWhatWasRecordedBefore) {
+    const auto window = squares(3);
+    const auto asking = MVMake<AskingView>();
+    asking->ask = [this] { return drawCalls(); };
+    window->insertSubviewAtIndex(asking, 2);
+    gl_->clear();
+    window->mv_drawVisit();
+    EXPECT_EQ(asking->drawnBefore, 1U) << "the first two";
+    finish();
+    EXPECT_EQ(drawCalls(), 2U);
+}
+
+TEST_F(MVQuadBatchTest, theContextKnowsTheShaderThatWasRecordedLast) {
+    const auto window = squares(1);
+    context_->setShader(nullptr);
+    window->mv_drawVisit();
+    EXPECT_NE(context_->shader(), nullptr);
+}
+
+TEST_F(MVQuadBatchTest, cleanStencilPlanesAreNotClearedAgain) {
+    const auto window = squares(40);
+    for (const auto& view : *window->subviews()) {
+        auto stencil = MVColorView::init();
+        stencil->setSize({3, 3});
+        view->setStencilView(stencil);
+    }
+    gl_->clear();
+    MVCaptureWindow(window, {.scale = 1.0F, .samples = 0});
+    EXPECT_THAT(gl_->callsOf("glClear"), SizeIs(1)) << "the frame's";
+}
+
+TEST_F(MVQuadBatchTest, planesThatAClosureMayHaveWrittenToAreCleared) {
+    const auto window = squares(2);
+    auto stencil = MVColorView::init();
+    stencil->setSize({3, 3});
+    window->subviews()->back()->setStencilView(stencil);
+    const auto asking = MVMake<AskingView>();
+    asking->ask = [] { return std::size_t{0}; };
+    window->insertSubviewAtIndex(asking, 1);
+    gl_->clear();
+    MVCaptureWindow(window, {.scale = 1.0F, .samples = 0});
+    EXPECT_THAT(gl_->callsOf("glClear"), SizeIs(2)) << "the frame's and the level's";
+}
+
+TEST_F(MVQuadBatchTest, tenThousandStencilsLeaveTheRightPicture) {
+    auto window = MVWindow::init();
+    window->setSize({kExtent, kExtent});
+    for (int i = 0; i < 10'000; ++i) {
+        auto view = MVColorView::initWithColor({0, i % 2 == 0 ? 1.0F : 0.5F, 0, 1});
+        view->setSize({1.6F, 1.6F});
+        view->setPosition({static_cast<float>(i % 100) * 1.6F, static_cast<float>(i / 100) * 1.6F});
+        auto stencil = MVColorView::init();
+        stencil->setSize({1.0F, 1.6F});
+        view->setStencilView(stencil);
+        window->addSubview(view);
+    }
+    const Picture expected = captureWith(false, window, 0);
+    const Picture picture = captureWith(true, window, 0);
+    EXPECT_EQ(picture.rgba, expected.rgba);
+}
