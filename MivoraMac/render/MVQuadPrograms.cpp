@@ -10,41 +10,45 @@ using Mivora::platform::DebugLog;
 
 namespace {
 
-constexpr const char* kColorVertexSource = R"(#version 150
+// The precisions are those of the standard shaders: drivers that compute in them round the same
+// way then. A language without precisions ignores them.
+constexpr const char* kColorVertexSource = R"(precision highp float;
 in vec4 a_position;
 in vec4 a_color;
-flat out vec4 v_color;
+flat out highp vec4 v_color;
 void main() {
     gl_Position = a_position;
     v_color = a_color;
 })";
 
-constexpr const char* kColorFragmentSource = R"(#version 150
-flat in vec4 v_color;
-out vec4 o_color;
+constexpr const char* kColorFragmentSource = R"(precision lowp float;
+flat in highp vec4 v_color;
+out lowp vec4 o_color;
 void main() {
-    o_color = v_color;
+    lowp vec4 color = v_color;
+    o_color = color;
 })";
 
-constexpr const char* kTextureVertexSource = R"(#version 150
+constexpr const char* kTextureVertexSource = R"(precision highp float;
 in vec4 a_position;
 in vec4 a_color;
 in vec2 a_texCoord;
-flat out vec4 v_tint;
-out vec2 v_texCoord;
+flat out highp vec4 v_tint;
+out mediump vec2 v_texCoord;
 void main() {
     gl_Position = a_position;
     v_tint = a_color;
     v_texCoord = a_texCoord;
 })";
 
-constexpr const char* kTextureFragmentSource = R"(#version 150
-uniform sampler2D u_sampler;
-flat in vec4 v_tint;
-in vec2 v_texCoord;
-out vec4 o_color;
+constexpr const char* kTextureFragmentSource = R"(precision lowp float;
+uniform lowp sampler2D u_sampler;
+flat in highp vec4 v_tint;
+in mediump vec2 v_texCoord;
+out lowp vec4 o_color;
 void main() {
-    o_color = texture(u_sampler, v_texCoord) * v_tint;
+    lowp vec4 tint = v_tint;
+    o_color = texture(u_sampler, v_texCoord) * tint;
 })";
 
 void logFailure(GLuint name, PFNGLGETSHADERINFOLOGPROC getLog) {
@@ -53,9 +57,10 @@ void logFailure(GLuint name, PFNGLGETSHADERINFOLOGPROC getLog) {
     DebugLog::log(DebugLog::Category::GL, "quads are not drawn together: %s", text.data());
 }
 
-GLuint compile(GLenum type, const char* source) {
+GLuint compile(GLenum type, const char* version, const char* source) {
     const GLuint shader = glCreateShader(type);
-    glShaderSource(shader, 1, &source, nullptr);
+    const std::array<const char*, 2> texts = {version, source};
+    glShaderSource(shader, static_cast<GLsizei>(texts.size()), texts.data(), nullptr);
     glCompileShader(shader);
     GLint status = GL_FALSE;
     glGetShaderiv(shader, GL_COMPILE_STATUS, &status);
@@ -66,9 +71,9 @@ GLuint compile(GLenum type, const char* source) {
 }
 
 /// @return 0 where it fails
-GLuint linked(const char* vertexSource, const char* fragmentSource) {
-    const GLuint vertex = compile(GL_VERTEX_SHADER, vertexSource);
-    const GLuint fragment = compile(GL_FRAGMENT_SHADER, fragmentSource);
+GLuint linked(const char* version, const char* vertexSource, const char* fragmentSource) {
+    const GLuint vertex = compile(GL_VERTEX_SHADER, version, vertexSource);
+    const GLuint fragment = compile(GL_FRAGMENT_SHADER, version, fragmentSource);
     GLuint program = glCreateProgram();
     glAttachShader(program, vertex);
     glAttachShader(program, fragment);
@@ -94,9 +99,15 @@ GLuint linked(const char* vertexSource, const char* fragmentSource) {
 }  // namespace
 
 bool MVQuadPrograms::create() {
-    color_ = linked(kColorVertexSource, kColorFragmentSource);
-    texture_ = color_ != 0 ? linked(kTextureVertexSource, kTextureFragmentSource) : 0;
-    return texture_ != 0;
+    for (const char* const version : {"#version 300 es\n", "#version 150\n"}) {
+        color_ = linked(version, kColorVertexSource, kColorFragmentSource);
+        texture_ = color_ != 0 ? linked(version, kTextureVertexSource, kTextureFragmentSource) : 0;
+        if (texture_ != 0) {
+            return true;
+        }
+        destroy();
+    }
+    return false;
 }
 
 void MVQuadPrograms::destroy() {

@@ -148,6 +148,7 @@ GLCallRecorder::GLCallRecorder() {
     MIVORA_WATCH(glDetachShader);
     MIVORA_WATCH(glDisable);
     MIVORA_WATCH(glDrawArrays);
+    MIVORA_WATCH(glDrawElementsBaseVertex);
     MIVORA_WATCH(glEnable);
     MIVORA_WATCH(glEnableVertexAttribArray);
     MIVORA_WATCH(glFlush);
