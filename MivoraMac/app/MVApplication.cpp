@@ -216,6 +216,7 @@ bool MVApplication::mv_runLoop(const std::shared_ptr<MVApplicationRunLoop>& /*se
         return false;
     }
     const auto context = parts_->context->mv_context();
+    const std::uint64_t drawing = ++drawings_;
     MVFrame::draw(*parts_->window, [this, context] {
         if (context) {
             parts_->context->mv_dispatchBlock(
@@ -227,11 +228,20 @@ bool MVApplication::mv_runLoop(const std::shared_ptr<MVApplicationRunLoop>& /*se
         }
         parts_->renderView->mv_setViewport();
     });
+    const bool isWhole = drawings_ == drawing;
     if (context) {
-        // Until here, a `present` of the frame before leaves this one to its own.
-        parts_->context->dispatchBlock([context] { context->drawable().endFrame(); });
+        // Until the end, a `present` of the frame before leaves this one to its own.
+        parts_->context->dispatchBlock([context, isWhole] {
+            isWhole ? context->drawable().endFrame()
+                    : static_cast<void>(context->drawable().beginFrame());
+        });
     }
-    return true;
+    if (!isWhole) {
+        // Something in the tree had a frame drawn at once, as a resize does. That one was whole;
+        // this one drew some of itself before it and the rest over it.
+        parts_->window->mv_setDrawDirty();
+    }
+    return isWhole;
 }
 
 void MVApplication::mv_resizeWindow() {

@@ -196,6 +196,7 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
     std::shared_ptr<Parts> parts_;
     std::uint64_t lastMachTime_ = 0;
     Mivora::platform::Timebase machTimebaseInfo_{1, 1};
+    std::uint64_t drawings_ = 0;  // begun so far
     std::atomic<bool> paused_{false};
     bool active_ = false;
     Mivora::ColorRGBA clearColor_{0.1F, 0.1F, 0.1F, 1.0F};

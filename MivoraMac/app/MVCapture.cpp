@@ -101,7 +101,10 @@ Picture MVCaptureWindow(const std::shared_ptr<MVWindow>& givenWindow,
                 });
         });
     }
-    window->mv_setDrawClean();
+    // What an application has on the screen is its own frames' affair.
+    if (!window->mv_owner()) {
+        window->mv_setDrawClean();
+    }
     if (picture.isEmpty()) {
         DebugLog::warnOnce(DebugLog::Category::Frame,
                            "no picture: the driver offers no framebuffer of %d x %d pixels",

@@ -30,8 +30,9 @@ struct MVCaptureOptions {
 /// Draws a window into a picture of its size, laying it out first as a frame would. Works without
 /// a display, with the render context and the shader cache that are active.
 ///
-/// The window counts as drawn afterwards. One without a surface gets one for the time of the
-/// drawing, so that stencils work.
+/// The window counts as drawn afterwards, unless it belongs to an application, whose next frame
+/// shows what was asked for. One without a surface gets one for the time of the drawing, so that
+/// stencils work.
 ///
 /// @return an empty picture for a null window, one without an area or one that is too large for
 ///         the driver, and without an active render context; the debug log (category `frame`) says
