@@ -243,6 +243,10 @@ void MVShader::mv_setColorUniform(std::int32_t location, Mivora::ColorRGBA color
     }
 }
 
+MVShaderMatrixSource* MVShader::mv_matrixSource() {
+    return matrixSource;
+}
+
 void MVShader::mv_setMatrixSource(MVShaderMatrixSource* source) {
     matrixSource = source;
 }

@@ -130,6 +130,7 @@ class MIVORA_EXPORT MVShader : public std::enable_shared_from_this<MVShader> {
 
     /// What `use` asks for matrices; null when nothing is being drawn. The source must stay alive
     /// until the next call. Thread: the drawing one.
+    static MVShaderMatrixSource* mv_matrixSource();
     static void mv_setMatrixSource(MVShaderMatrixSource* source);
 
     /// The matrices of what is being drawn; left as they are while nothing is. Thread: the drawing

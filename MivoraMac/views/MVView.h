@@ -73,12 +73,15 @@ using MVGestureRecognizerArray = std::vector<std::shared_ptr<MVGestureRecognizer
 /// Instances are made by `init`, and those of a client's subclass by `MVMake<Subclass>(…)`. A
 /// constructor may already add subviews.
 ///
+/// Here come first the operations and hooks that clients use; those that begin with `mv_` are the
+/// library's own and stand behind them.
+///
 /// Depth: building, marking and destroying a tree needs no stack for its depth. Joining or leaving
 /// a window takes some hundred bytes of stack for each level.
 ///
 /// Thread: main.
 class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
-                             private MVShaderMatrixSource {
+                             public MVShaderMatrixSource {
  public:
     /// Creates a view of size zero at the origin, visible and opaque, in no tree.
     static std::shared_ptr<MVView> init();
@@ -419,12 +422,6 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     virtual void scrollEnded(const std::shared_ptr<MVScroll>& scroll);
     virtual void scrollCancelled(const std::shared_ptr<MVScroll>& scroll);
 
-    /// What the dispatch of touches sends to views and recognizers alike; a view calls its hook.
-    void mv_touchesBegan(const MVTouchSet& touches) { touchesBegan(touches); }
-    void mv_touchesMoved(const MVTouchSet& touches) { touchesMoved(touches); }
-    void mv_touchesEnded(const MVTouchSet& touches) { touchesEnded(touches); }
-    void mv_touchesCancelled(const MVTouchSet& touches) { touchesCancelled(touches); }
-
     /// @}
     /// @name Debugging
     /// @{
@@ -440,6 +437,31 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     std::string describe() const;
 
     /// @}
+
+ protected:
+    MVView();
+
+    /// @name Hooks
+    /// All empty here.
+    /// @{
+
+    /// A layout is about to happen; nothing of the tree has been laid out in this frame.
+    virtual void prepareForLayoutSubviews();
+    /// Places the subviews. They are laid out after this, in the same frame.
+    virtual void layoutSubviews();
+    /// The tree is about to be drawn; nothing of it has been drawn in this frame.
+    virtual void prepareForDraw();
+    /// Queues the GL work that draws this view, below its subviews. A redraw asked for from here,
+    /// by a change of any view, is lost; see `setNeedsDraw`.
+    virtual void draw();
+
+    /// @}
+
+    // Here ends what a client needs. The rest is the library's own: operations that begin with
+    // `mv_`, which its classes call on each other's views, and what a view consists of.
+    // `docs/views.md` says which source holds what.
+
+ public:
     /// @name Internal to the library
     /// @{
 
@@ -548,11 +570,15 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// where the view has left its window since. Nothing happens without such a level.
     void cleanupStencil();
 
+    /// What the dispatch of touches sends to views and recognizers alike; a view calls its hook.
+    void mv_touchesBegan(const MVTouchSet& touches) { touchesBegan(touches); }
+    void mv_touchesMoved(const MVTouchSet& touches) { touchesMoved(touches); }
+    void mv_touchesEnded(const MVTouchSet& touches) { touchesEnded(touches); }
+    void mv_touchesCancelled(const MVTouchSet& touches) { touchesCancelled(touches); }
+
     /// @}
 
  protected:
-    MVView();
-
     /// @name Hooks, internal to the library
     /// All empty here. They may change the tree and the placement of views, but one that is
     /// called around the rebuilding of a value must not read that value of its own view before it
@@ -569,21 +595,6 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     virtual void mv_transformMatrixDidBuild();
     /// The effective hidden state has been rebuilt; it may be the same as before.
     virtual void mv_effectivelyHiddenDidBuild();
-
-    /// @}
-    /// @name Hooks
-    /// All empty here.
-    /// @{
-
-    /// A layout is about to happen; nothing of the tree has been laid out in this frame.
-    virtual void prepareForLayoutSubviews();
-    /// Places the subviews. They are laid out after this, in the same frame.
-    virtual void layoutSubviews();
-    /// The tree is about to be drawn; nothing of it has been drawn in this frame.
-    virtual void prepareForDraw();
-    /// Queues the GL work that draws this view, below its subviews. A redraw asked for from here,
-    /// by a change of any view, is lost; see `setNeedsDraw`.
-    virtual void draw();
 
     /// @}
 

@@ -20,9 +20,6 @@ using Mivora::platform::AtEnd;
 
 namespace {
 
-/// The view whose `draw` is running. One tree is drawn at a time.
-constinit MVView* drawingView = nullptr;
-
 /// The stencil level in use; all ones, so that the first level is 0, while none is.
 constinit std::uint32_t currentStencilLayer = ~0U;
 
@@ -171,17 +168,20 @@ void MVView::mv_layoutVisit() {
 
 // Drawing
 
+// One tree is drawn at a time: the view whose `draw` is running is the one that shaders ask for
+// matrices, unless something that is no view is drawn.
+
 std::shared_ptr<MVView> MVView::currentDrawingView() {
-    return drawingView != nullptr ? drawingView->weak_from_this().lock() : nullptr;
+    auto* const view = dynamic_cast<MVView*>(MVShader::mv_matrixSource());
+    return view != nullptr ? view->weak_from_this().lock() : nullptr;
 }
 
 void MVView::mv_setCurrentDrawingView(MVView* view) {
-    drawingView = view;
     MVShader::mv_setMatrixSource(view);
 }
 
 void MVView::forgetCurrentDrawing() {
-    if (drawingView == this) {
+    if (MVShader::mv_matrixSource() == this) {
         mv_setCurrentDrawingView(nullptr);
     }
 }

@@ -330,6 +330,21 @@ TEST(MVViewVisitsTest, aViewThatIsBeingDestroyedIsNotTheOneBeingDrawn) {
     EXPECT_FALSE(seen);
 }
 
+TEST(MVViewVisitsTest, theCurrentDrawingViewIsWhatShadersAskForMatrices) {
+    struct NoView final : MVShaderMatrixSource {
+        MVShaderMatrices mv_shaderMatrices() override { return {}; }
+    } noView;
+    const auto view = MVView::init();
+    MVView::mv_setCurrentDrawingView(view.get());
+    EXPECT_EQ(MVShader::mv_matrixSource(), view.get());
+    MVShader::mv_setMatrixSource(&noView);
+    EXPECT_EQ(MVView::currentDrawingView(), nullptr);
+    MVShader::mv_setMatrixSource(view.get());
+    EXPECT_EQ(MVView::currentDrawingView(), view);
+    MVShader::mv_setMatrixSource(nullptr);
+    EXPECT_EQ(MVView::currentDrawingView(), nullptr);
+}
+
 // Redraws
 
 TEST(MVViewVisitsTest, aRequestForARedrawReachesTheWindow) {
