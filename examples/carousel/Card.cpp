@@ -24,6 +24,21 @@ std::shared_ptr<MVColorView> fill(Mivora::ColorRGBA color, Mivora::Rect2 rect) {
     return view;
 }
 
+/// A text that wraps, and ends in "…" where it is too long for its place.
+std::shared_ptr<MVTextView> write(const std::string& text, const std::string& font, float size,
+                                  Mivora::ColorRGBA color, Mivora::Rect2 rect) {
+    constexpr int kLeft = 0;
+    constexpr bool kShouldClip = true;
+    auto view = MVTextView::init();
+    view->setText(MVTextView::attributedStringWithStringFontNameSizeColorAlignmentShouldClip(
+        text, font, size, color, kLeft, kShouldClip));
+    view->setPosition(rect.origin);
+    view->setSize(rect.size);
+    // Cards come close to the eye: more pixels keep their letters sharp.
+    view->setTextureScaleFactor(2);
+    return view;
+}
+
 /// A face of the card. Its parts are not hit themselves: the card is.
 std::shared_ptr<MVView> makeFace() {
     auto face = MVView::init();
@@ -60,30 +75,28 @@ float ease(float share) {
 
 }  // namespace
 
-std::shared_ptr<Card> Card::make(float hue, const std::shared_ptr<MVImage>& picture) {
-    return MVMake<Card>(hue, picture);
+std::shared_ptr<Card> Card::make(float hue, const std::shared_ptr<MVView>& picture,
+                                 const std::string& title, const std::string& text) {
+    return MVMake<Card>(hue, picture, title, text);
 }
 
-Card::Card(float hue, const std::shared_ptr<MVImage>& picture) {
+Card::Card(float hue, const std::shared_ptr<MVView>& picture, const std::string& title,
+           const std::string& text) {
     setSize(kSize);
     setAnchorPoint({0.5F, 0.5F});
     setMouseHoverEnabled(true);
 
     front_ = makeFace();
     front_->addSubview(fill(hsb(hue, 0.12F, 1), {{0, 0}, kSize}));
-    const Mivora::Rect2 pictureRect{{8, 8}, {134, 124}};
     if (picture) {
-        auto view = MVImageView::initWithImage(picture);
-        view->setPosition(pictureRect.origin);
-        view->setSize(pictureRect.size);
-        front_->addSubview(view);
+        picture->setPosition(kPictureRect.origin);
+        picture->setSize(kPictureRect.size);
+        front_->addSubview(picture);
     } else {
-        addPattern(*front_, hue, pictureRect);
+        addPattern(*front_, hue, kPictureRect);
     }
-    front_->addSubview(fill(hsb(hue, 0.6F, 0.4F), {{8, 142}, {86, 10}}));
-    front_->addSubview(fill(hsb(hue, 0.25F, 0.7F), {{8, 160}, {134, 5}}));
-    front_->addSubview(fill(hsb(hue, 0.25F, 0.7F), {{8, 171}, {118, 5}}));
-    front_->addSubview(fill(hsb(hue, 0.25F, 0.7F), {{8, 182}, {127, 5}}));
+    front_->addSubview(write(title, "Sans Bold", 12, hsb(hue, 0.7F, 0.35F), {{8, 137}, {134, 16}}));
+    front_->addSubview(write(text, "Sans", 9.5F, hsb(hue, 0.4F, 0.4F), {{8, 155}, {134, 36}}));
     addSubview(front_);
 
     // The back is turned about, so that it reads right from behind.

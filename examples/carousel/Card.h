@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include <MivoraMac/MivoraMac.h>
@@ -12,9 +13,14 @@ class Card : public MVView {
  public:
     static constexpr Mivora::Size2 kSize{150, 196};
 
+    /// Where a picture belongs on the front.
+    static constexpr Mivora::Rect2 kPictureRect{{8, 8}, {134, 124}};
+
     /// @param hue      of its colours, 0 to 1
     /// @param picture  what the front shows; null for a pattern
-    static std::shared_ptr<Card> make(float hue, const std::shared_ptr<MVImage>& picture);
+    /// @param title    below it, and what is written below that
+    static std::shared_ptr<Card> make(float hue, const std::shared_ptr<MVView>& picture,
+                                      const std::string& title, const std::string& text);
 
     /// Called when the card wants `animate` to be called.
     void setWakeHandler(std::function<void()> wake) { wake_ = std::move(wake); }
@@ -40,7 +46,8 @@ class Card : public MVView {
 
  private:
     friend struct ::MVMaker;
-    Card(float hue, const std::shared_ptr<MVImage>& picture);
+    Card(float hue, const std::shared_ptr<MVView>& picture, const std::string& title,
+         const std::string& text);
 
     std::shared_ptr<MVView> front_;
     std::shared_ptr<MVView> back_;

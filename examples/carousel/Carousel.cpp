@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <numbers>
 #include <string>
 
 #include "Colors.h"
+#include "Plot.h"
 
 namespace {
 
@@ -39,9 +41,39 @@ constexpr float kImpulse = 6 * kAnglePerPoint;
 
 constexpr int kBackdropStrips = 32;
 
-constexpr std::array<const char*, 8> kPictures = {"dunes.jpg",    "mountains.jpg", "night.jpg",
-                                                  "sea.jpg",      "forest.jpg",    "planet.jpg",
-                                                  "balloons.jpg", "city.jpg"};
+struct Caption {
+    const char* title;
+    const char* text;
+};
+
+/// What the cards with pictures say; the files are called as the titles, without capitals.
+constexpr std::array<Caption, 8> kPictures = {{
+    {"Dunes", "Sand that the wind has put into waves, one behind the other."},
+    {"Mountains", "Ranges of blue, each paler than the one before it."},
+    {"Night", "Stars above a dark land. Nobody has lit a lamp."},
+    {"Sea", "Water as far as the eye can see, and a sun that is about to leave it."},
+    {"Forest", "Firs in the mist: the further away, the less of them."},
+    {"Planet", "A world with a ring, seen from one of its moons."},
+    {"Balloons", "Up they go. There is no hurry, and hardly any wind."},
+    {"City", "Windows at dusk, some of them lit already."},
+}};
+
+/// What those with a pattern say.
+constexpr std::array<Caption, 4> kPatterns = {{
+    {"Levels", "Nine bars, each a little higher than the one before it 📈"},
+    {"Growth", "Bars that grow with the square of their distance from the left."},
+    {"שלום", "עברית נקראת מימין לשמאל, גם על כרטיס מסתובב."},
+    {"Steps", "A staircase of colours: nothing but rectangles."},
+}};
+
+/// The card that shows a plot.
+constexpr int kPlotCard = 1;
+
+/// "Dunes" as "dunes.jpg".
+std::string fileOf(std::string title) {
+    title[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(title[0])));
+    return title + ".jpg";
+}
 
 float hueOf(int column) {
     return 0.55F + static_cast<float>(column) / kColumns;
@@ -75,12 +107,17 @@ void Carousel::build() {
     const auto weak = MVWeakSelf(this);
     for (int i = 0; i < kCards; ++i) {
         const int column = i % kColumns;
-        std::shared_ptr<MVImage> picture;
-        if (i % 2 == 0) {
-            const auto number = static_cast<std::size_t>(i / 2) % kPictures.size();
-            picture = MVImage::imageNamed(kPictures[number]);
+        const auto number = static_cast<std::size_t>(i / 2);
+        std::shared_ptr<MVView> picture;
+        Caption caption = kPatterns[number % kPatterns.size()];
+        if (i == kPlotCard) {
+            picture = Plot::make(hueOf(column));
+            caption = {"Plot", "A curve that the program itself draws, with Cairo."};
+        } else if (i % 2 == 0) {
+            caption = kPictures[number % kPictures.size()];
+            picture = MVImageView::initWithImage(MVImage::imageNamed(fileOf(caption.title)));
         }
-        auto card = Card::make(hueOf(column), picture);
+        auto card = Card::make(hueOf(column), picture, caption.title, caption.text);
         card->setWakeHandler([weak] {
             if (const auto carousel = weak.lock()) {
                 carousel->wake();
