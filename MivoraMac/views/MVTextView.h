@@ -32,6 +32,9 @@ MIVORA_EXPORT std::uint8_t MVTextAlignementToCTTextAlignment(std::uint32_t align
 /// "…". Alignment means the sides of the view, also for text that is read from the right. Lines
 /// break at the same places whatever the scale: the text is laid out in points.
 ///
+/// Translucent glyphs that overlap neither add up nor leave holes: each replaces what is there by
+/// the share of each pixel that it covers. Emoji keep their colours and fade with the text's alpha.
+///
 /// The text is drawn into a texture of as many pixels as the view has, anew only when the text, the
 /// size or the texture scale has changed. It is sharp where a pixel of the texture is one of the
 /// window: in a view that faces the viewer, in the window's plane, at a position and of a size of

@@ -6,6 +6,11 @@
 //                                                seen at this place, in pixels from the top left
 //   HostPicture compare FILE X Y EXPECTED TOLERANCE
 //                                                whether the picture EXPECTED is seen at this place
+//   HostPicture alike FILE X Y X2 Y2 WIDTH HEIGHT PART
+//                                                whether two rectangles, black on white, have the
+//                                                same amount of ink, and of ink in dark pixels, but
+//                                                for one part in PART
+//   HostPicture cut FILE X Y WIDTH HEIGHT OUT    writes a rectangle into a file
 //   HostPicture pixel FILE X Y                   prints red, green and blue
 //
 // Ends with 0 if so, and else with 1 and a line that says where the two differ most.
@@ -100,6 +105,40 @@ bool isSeen(const Picture& picture, int x, int y, int width, int height, int tol
     return false;
 }
 
+/// How much of a rectangle is black rather than white, and how much of it in dark pixels.
+std::array<long, 2> inkOf(const Picture& picture, int x, int y, int width, int height) {
+    std::array<long, 2> ink{};
+    for (int row = 0; row < height; ++row) {
+        for (int column = 0; column < width; ++column) {
+            const int amount = 255 - picture.pixel(x + column, y + row)[1];
+            ink[0] += amount;
+            ink[1] += amount > 170 ? amount : 0;
+        }
+    }
+    return ink;
+}
+
+bool isAlike(const std::array<long, 2>& one, const std::array<long, 2>& other, long most,
+             long part) {
+    std::printf("ink %ld, %ld of it dark, beside %ld, %ld of it dark\n", one[0], one[1], other[0],
+                other[1]);
+    // Paper is mostly white; a screen on which nothing is seen yet is black.
+    const bool isText = one[1] > 0 && one[0] < most / 2;
+    return isText && std::labs(one[0] - other[0]) * part <= one[0] &&
+           std::labs(one[1] - other[1]) * part <= one[1];
+}
+
+Picture cut(const Picture& picture, int x, int y, int width, int height) {
+    Picture part{{width, height}, {}};
+    for (int row = 0; row < height; ++row) {
+        for (int column = 0; column < width; ++column) {
+            const Color color = picture.pixel(x + column, y + row);
+            part.rgba.insert(part.rgba.end(), color.begin(), color.end());
+        }
+    }
+    return part;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -124,6 +163,20 @@ int main(int count, char** arguments) {
                       [&](int x, int y) { return expected.pixel(x, y); })
                    ? 0
                    : 1;
+    }
+    if (task == "alike" && count == 10) {
+        const Picture picture = read(arguments[2]);
+        const int width = number(7);
+        const int height = number(8);
+        return isAlike(inkOf(picture, number(3), number(4), width, height),
+                       inkOf(picture, number(5), number(6), width, height), 255L * width * height,
+                       number(9))
+                   ? 0
+                   : 1;
+    }
+    if (task == "cut" && count == 8) {
+        const Picture part = cut(read(arguments[2]), number(3), number(4), number(5), number(6));
+        return part.writePNG(arguments[7]) ? 0 : 1;
     }
     if (task == "pixel" && count == 5) {
         const Color color = read(arguments[2]).pixel(number(3), number(4));

@@ -9,13 +9,17 @@
 #include <string>
 
 #include "MivoraMac/images/MVMutableImage.h"
+#include "MivoraMac/platform/pictures/BitmapImage.h"
 #include "MivoraMac/platform/text/AttributedStringBuilder.h"
+#include "MivoraMac/platform/threads/MainThread.h"
 #include "tests/platform/base/LogCapture.h"
 #include "tests/platform/text/ToolkitText.h"
 #include "tests/support/QueueGate.h"
 #include "tests/views/RenderedViewTest.h"
 
 using Mivora::Size2;
+using Mivora::platform::BitmapImage;
+using Mivora::platform::MainThread;
 using Mivora::platform::ParagraphStyle;
 using Mivora::platform::Picture;
 using Mivora::platform::TextAlignment;
@@ -268,6 +272,25 @@ TEST_F(MVTextViewTest, aViewThatGoesBeforeItsUploadLeavesNothing) {
         gate.open();
     }
     finish();  // TearDown counts the textures
+}
+
+TEST_F(MVTextViewTest, isDrawnWhileImagesAreLoadedInTheBackground) {
+    Picture picture;
+    picture.size = {64, 64};
+    picture.rgba.assign(std::size_t{64} * 64 * 4, 128);
+    const auto bitmap = BitmapImage::createWithPicture(picture);
+    constexpr int kImages = 20;
+    std::vector<std::shared_ptr<MVImage>> images;
+    int loaded = 0;
+    const auto view = show(nullptr, {60, 20});
+    for (int i = 0; i < kImages; ++i) {
+        images.push_back(MVImage::initWithCGImageScaleCompletionBlock(
+            bitmap, 1, [&loaded](const auto&, bool success) { loaded += success ? 1 : 0; }));
+        view->setText(string("text " + std::to_string(i)));
+        EXPECT_EQ(uploads(), 1U);
+    }
+    MainThread::runUntil([&] { return loaded == kImages; }, 30);
+    EXPECT_EQ(loaded, kImages);
 }
 
 // What it looks like

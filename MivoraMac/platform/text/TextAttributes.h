@@ -18,6 +18,8 @@ struct TextFont {
     static constexpr const char* kDefaultName = "Sans";
     /// See `kDefaultName`.
     static constexpr float kDefaultSize = 12;
+    /// A smaller size above 0 counts as this one.
+    static constexpr float kSmallestSize = 0.1F;
     /// A larger size counts as this one.
     static constexpr float kLargestSize = 16384;
 

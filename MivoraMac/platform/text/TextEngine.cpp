@@ -54,8 +54,9 @@ std::string withWordsOfStyle(const std::string& name, std::size_t hyphen) {
 }
 
 float effectiveSize(float size) {
-    return size > 0 && std::isfinite(size) ? std::min(size, TextFont::kLargestSize)
-                                           : TextFont::kDefaultSize;
+    return size > 0 && std::isfinite(size)
+               ? std::clamp(size, TextFont::kSmallestSize, TextFont::kLargestSize)
+               : TextFont::kDefaultSize;
 }
 
 }  // namespace

@@ -2,13 +2,14 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
+#include <atomic>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "MivoraMac/platform/text/AttributedStringBuilder.h"
@@ -366,6 +367,7 @@ TEST(TextLayoutTest, aSizeThatIsNoneCountsAsTwelvePoints) {
     EXPECT_EQ(height(std::numeric_limits<float>::infinity()), twelve);
     EXPECT_NEAR(height(10'000), twelve * 10'000 / 12, twelve * 10);
     EXPECT_EQ(height(1e30F), height(TextFont::kLargestSize));
+    EXPECT_EQ(height(1e-30F), height(TextFont::kSmallestSize));
 }
 
 TEST(TextLayoutTest, textWithoutAttributesIsBlackAndOfTheDefaultFont) {
@@ -454,6 +456,23 @@ TEST(TextLayoutTest, knowsTheSizeOfWhatItLaidOut) {
     EXPECT_EQ(none.width(), 0);
     EXPECT_EQ(none.height(), 0);
     EXPECT_EQ(TextLayout(plain(""), 100, 100).lineCount(), 0U);
+}
+
+TEST(TextLayoutTest, textsAreLaidOutAndDrawnOnSeveralThreadsAtOnce) {
+    const Picture expected = draw(plain("Threads שלום"), 100, 20);
+    std::vector<std::thread> threads;
+    std::atomic<int> equal = 0;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 20; ++round) {
+                equal += draw(plain("Threads שלום"), 100, 20).rgba == expected.rgba ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(equal, 80);
 }
 
 // Large and bad input
