@@ -12,6 +12,7 @@
 #include "MivoraMac/images/MVBlurFilter.h"
 #include "MivoraMac/images/MVCombinationFilter.h"
 #include "MivoraMac/images/MVInvertFilter.h"
+#include "MivoraMac/input/MVInteraction.h"
 #include "MivoraMac/views/MVColorView.h"
 #include "MivoraMac/views/MVImageView.h"
 #include "tests/images/FilterTest.h"
@@ -499,6 +500,42 @@ TEST_F(MVFilterViewTest, filtersThatCannotWorkDrawNothingOrLeaveTheirLeadingPass
         view->setFilter(filter);
         frame();
         EXPECT_THAT(filter->inputs, ElementsAre(view->image())) << count;
+    }
+}
+
+// Hit testing
+
+TEST_F(MVFilterViewTest, viewsBelowAreHitWhereThePictureShowsThem) {
+    /// A pointer at a place of the window.
+    struct Pointer : MVInteraction {
+        Pointer(MVWindow& window, Mivora::Point2 point)
+            : ray(window.mv_unprojectScreenPointViewport(
+                  {point.x, window.size().height - point.y},
+                  {0, 0, static_cast<int>(window.size().width),
+                   static_cast<int>(window.size().height)})) {}
+        Point3 locationInView(const std::shared_ptr<MVView>& view) const override {
+            return view->mv_locationOfRay(ray);
+        }
+        std::shared_ptr<MVView> view() const override { return nullptr; }
+        Mivora::Ray3 ray;
+    };
+    for (const Size2 size : {Size2{100, 100}, Size2{300, 100}}) {
+        window_->setSize(size);
+        const auto view = show({10, 20}, {40, 30});
+        const auto child = MVView::init();
+        child->setSize({10, 10});
+        child->setPosition({5, 15});
+        child->setRotation(0.1F);
+        view->addSubview(child);
+        frame();
+        const auto hit = [&](float x, float y) {
+            return window_->viewForInteraction(
+                std::make_shared<Pointer>(*window_, Mivora::Point2{x, y}));
+        };
+        EXPECT_EQ(hit(20, 41), child);
+        EXPECT_EQ(hit(45, 25), (*view->subviews())[0]);
+        EXPECT_EQ(hit(60, 25), window_) << "beyond the filter view";
+        view->removeFromSuperview();
     }
 }
 
