@@ -290,6 +290,9 @@ std::optional<std::vector<std::uint8_t>> firstFrameOfWebP(std::span<const std::u
 
     const auto chunks = bytes.subspan(begin + kFrameHeaderSize, length - kFrameHeaderSize);
     const bool hasAlpha = startsWith(chunks, "ALPH");  // which wants a file with an extension
+    if (!hasAlpha && !startsWith(chunks, "VP8 ") && !startsWith(chunks, "VP8L")) {
+        return std::vector<std::uint8_t>();
+    }
     std::vector<std::uint8_t> file;
     append(file, "RIFF");
     appendLittleEndian(file, 4 + (hasAlpha ? 8 + kExtensionSize : 0) + chunks.size(), 4);

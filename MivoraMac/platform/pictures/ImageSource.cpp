@@ -318,6 +318,10 @@ std::string check(Candidate& candidate, const Bounds& bounds) {
         }
         candidate.own = std::move(*frame);
         candidate.bytes = candidate.own;
+        const std::optional<ImageClaim> own = imageClaim(candidate.format, candidate.bytes);
+        if (!own || own->width != claim->width || own->height != claim->height) {
+            return "the first frame of the animation is not of its size";
+        }
     }
     return {};
 }

@@ -455,6 +455,9 @@ TEST(ImageFileCheckTest, theFirstFrameOfAnAnimatedWebPBecomesAFileOfItsOwn) {
     EXPECT_EQ(frameOf(""), std::nullopt);
 
     EXPECT_EQ(frameOf(webP(animated)), "");
+    EXPECT_EQ(frameOf(webP(animated + frame(whole, extended(2, 7) + opaque))), "")
+        << "an animation in an animation";
+    EXPECT_EQ(frameOf(webP(animated + frame(whole, chunk("odd ", "pixel")))), "");
     EXPECT_EQ(frameOf(webP(animated + other)), "");
     EXPECT_EQ(frameOf(webP(animated + chunk("ANMF", "short"))), "");
     EXPECT_EQ(frameOf(webP(animated + frame(whole, opaque)).substr(0, 60)), "");
