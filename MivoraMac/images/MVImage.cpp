@@ -17,7 +17,9 @@
 #include "MivoraMac/platform/pictures/BitmapImage.h"
 #include "MivoraMac/platform/pictures/ExtentCheckPrivate.h"
 #include "MivoraMac/platform/threads/MainThread.h"
+#include "MivoraMac/render/MVGLNamePrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
+#include "MivoraMac/render/MVRenderGroupPrivate.h"
 
 using Mivora::platform::areExtentsBorne;
 using Mivora::platform::DebugLog;
@@ -39,13 +41,15 @@ struct TextureLayout {
     std::uint32_t pixelFormat;
 };
 
-/// Puts pixels into a texture, one with a new name if asked for or if there is none.
-void specifyTexture(std::atomic<std::uint32_t>& name, bool isNew, const TextureLayout& layout,
-                    const void* data) {
-    GLuint texture = name;
+/// Puts pixels into a texture, one with a new name if asked for or if there is none in the group.
+void specifyTexture(MVGLName& name, const std::shared_ptr<MVRenderGroup>& group, bool isNew,
+                    const TextureLayout& layout, const void* data) {
+    GLuint texture = name.in(group.get());
     if (isNew || texture == 0) {
-        glGenTextures(1, &texture);
-        name.store(texture, std::memory_order_release);
+        texture = name.make(group);
+    }
+    if (texture == 0) {
+        return;
     }
     glBindTexture(GL_TEXTURE_2D, texture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
@@ -67,18 +71,18 @@ void call(const MVImageCompletionBlock& block, const std::shared_ptr<MVImage>& i
 
 }  // namespace
 
-MVImage::MVImage() {
+MVImage::MVImage() : texture_(std::make_unique<MVGLName>(MVGLName::Kind::Texture)) {
     mv_imageInit();
 }
 
-MVImage::~MVImage() {
-    const std::uint32_t texture = texture_.exchange(0);
-    if (texture == 0) {
-        return;
-    }
-    if (const auto context = MVRenderContext::activeContext()) {
-        context->dispatchBlock([texture] { glDeleteTextures(1, &texture); });
-    }
+MVImage::~MVImage() = default;
+
+std::uint32_t MVImage::mv_texture() const {
+    return texture_->get();
+}
+
+std::uint32_t MVImage::mv_textureIn(const MVRenderGroup* group) const {
+    return texture_->in(group);
 }
 
 void MVImage::mv_imageInit() {
@@ -88,7 +92,7 @@ void MVImage::mv_imageInit() {
     coordinateSystem_ = 0;
     coordinateSpace_ = {{0.0F, 0.0F}, {1.0F, 1.0F}};
     premultipliedAlpha_ = false;
-    texture_ = 0;
+    texture_->abandon();
 }
 
 Mivora::Size2 MVImage::size() const {
@@ -131,13 +135,14 @@ void MVImage::useWithTextureUnit(std::uint32_t textureUnit) {
     if (!context) {
         return;
     }
-    context->dispatchBlock([self = shared_from_this(), textureUnit] {
-        glActiveTexture(textureUnit);
-        glBindTexture(GL_TEXTURE_2D, self->mv_texture());
-        if (textureUnit != GL_TEXTURE0) {
-            glActiveTexture(GL_TEXTURE0);
-        }
-    });
+    context->dispatchBlock(
+        [self = shared_from_this(), group = context->mv_group().get(), textureUnit] {
+            glActiveTexture(textureUnit);
+            glBindTexture(GL_TEXTURE_2D, self->mv_textureIn(group));
+            if (textureUnit != GL_TEXTURE0) {
+                glActiveTexture(GL_TEXTURE0);
+            }
+        });
 }
 
 void MVImage::drawAtPoint(Mivora::Point2 point) {
@@ -196,7 +201,7 @@ void MVImage::mv_upload(const void* data, std::uint32_t internalFormat, std::uin
                         TextureName which) {
     if (const auto context = MVRenderContext::activeContext()) {
         context->mv_dispatchBlockSync([&] {
-            specifyTexture(texture_, which == TextureName::New,
+            specifyTexture(*texture_, context->mv_group(), which == TextureName::New,
                            {extent(width_), extent(height_), internalFormat, pixelFormat}, data);
         });
     }
@@ -206,10 +211,10 @@ void MVImage::mv_uploadLater(std::shared_ptr<const void> pixels, std::uint32_t i
                              std::uint32_t pixelFormat, TextureName which) {
     if (const auto context = MVRenderContext::activeContext()) {
         const TextureLayout layout{extent(width_), extent(height_), internalFormat, pixelFormat};
-        context->dispatchBlock(
-            [self = shared_from_this(), pixels = std::move(pixels), layout, which] {
-                specifyTexture(self->texture_, which == TextureName::New, layout, pixels.get());
-            });
+        context->dispatchBlock([self = shared_from_this(), group = context->mv_group(),
+                                pixels = std::move(pixels), layout, which] {
+            specifyTexture(*self->texture_, group, which == TextureName::New, layout, pixels.get());
+        });
     }
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -12,10 +11,15 @@
 #include "MivoraMac/images/MVImageFactory.h"
 #include "MivoraMac/platform/base/PropertyObservation.h"
 
+class MVGLName;
+class MVRenderGroup;
+
 /// A picture that is one OpenGL texture. It does not change once its pixels are there.
 ///
 /// How to make one: see `MVImageFactory`. The texture comes and goes on the GL queue of the active
-/// render context; without one there is no texture.
+/// render context; without one there is no texture. An image that is kept when all applications
+/// have ended keeps its texture for the next one. Where a context is active that does not share
+/// objects with the one that had the texture made, nothing is bound.
 ///
 /// Observable properties: "size", "coordinateSystem", "coordinateSpace".
 ///
@@ -73,7 +77,10 @@ class MIVORA_EXPORT MVImage : public MVImageFactory<MVImage, Mivora::platform::O
     /// @{
 
     /// The GL texture; 0 while there is none. Thread: any.
-    std::uint32_t mv_texture() const { return texture_.load(std::memory_order_acquire); }
+    std::uint32_t mv_texture() const;
+
+    /// The GL texture as far as it is one of a share group; 0 otherwise. Thread: any.
+    std::uint32_t mv_textureIn(const MVRenderGroup* group) const;
 
     /// Replaces all fields and uploads pixels into a new texture, whose name takes the place of an
     /// earlier one; that one is not deleted. See the initialiser of the same arguments. Returns
@@ -149,5 +156,5 @@ class MIVORA_EXPORT MVImage : public MVImageFactory<MVImage, Mivora::platform::O
     std::int32_t coordinateSystem_;
     Mivora::Rect2 coordinateSpace_;
     bool premultipliedAlpha_;
-    std::atomic<std::uint32_t> texture_;  // written on the GL queue
+    std::unique_ptr<MVGLName> texture_;
 };

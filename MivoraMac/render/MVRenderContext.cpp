@@ -191,18 +191,21 @@ void MVRenderContext::mv_setActiveContext(const std::shared_ptr<MVRenderContext>
         holder.address.store(context.get(), std::memory_order_relaxed);
         holder.changes.fetch_add(1, std::memory_order_release);
     }
-    if (context) {
-        context->takeOverState();
-    }
+    isStateUnsettled_.store(true, std::memory_order_relaxed);
 }
 
+std::atomic<bool> MVRenderContext::isStateUnsettled_{false};
+
 /// In its place among the GL work: what was dispatched before still finds the state of the context
-/// that was active then.
+/// that was active then. Put off until there is something to find it: a frame in which nothing is
+/// drawn makes its context active all the same.
 void MVRenderContext::takeOverState() {
-    if (context_) {
-        group_->dispatch([group = group_.get(), context = context_] {
+    isStateUnsettled_.store(false, std::memory_order_relaxed);
+    const auto context = activeContext();
+    if (context && context->context_) {
+        context->group_->dispatch([group = context->group_.get(), gl = context->context_] {
             group->batch().forgetStencil();
-            context->takeOverState();
+            gl->takeOverState();
         });
     }
 }
@@ -260,6 +263,7 @@ void MVRenderContext::present() {
 }
 
 void MVRenderContext::mv_queueGrowing(std::shared_ptr<MVQuadRecording> recording) {
+    settleState();
     dispatchQueue_->grow(*this, std::move(recording));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <limits>
@@ -99,6 +100,7 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
         if (mv_isOnRenderQueue()) {
             Mivora::platform::runLogged(closure);
         } else {
+            settleState();
             dispatchQueue_->asyncInScope(
                 *this, Prepared<std::decay_t<Closure>>{*this, StencilPlanes::Unknown,
                                                        std::forward<Closure>(closure)});
@@ -119,6 +121,7 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
         if (mv_isOnRenderQueue()) {
             Mivora::platform::runLogged(closure);
         } else {
+            settleState();
             dispatchQueue_->asyncInScope(*this, Prepared<std::decay_t<Closure>>{
                                                     *this, planes, std::forward<Closure>(closure)});
         }
@@ -133,6 +136,7 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
         if (mv_isOnRenderQueue()) {
             Mivora::platform::runLogged(closure);
         } else {
+            settleState();
             dispatchQueue_->syncInScope(*this, [this, &closure] {
                 mv_prepare(StencilPlanes::Unknown);
                 closure();
@@ -146,6 +150,7 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
         if (mv_isOnRenderQueue()) {
             Mivora::platform::runLogged(closure);
         } else {
+            settleState();
             dispatchQueue_->syncInScope(*this, [this, planes, &closure] {
                 mv_prepare(planes);
                 closure();
@@ -233,7 +238,14 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     void mv_renderContextInitWithSharedContext(
         const std::shared_ptr<Mivora::platform::GLContext>& shared);
     void readExtensions();
-    void takeOverState();
+    /// Has the state of the active context take over, if another one was active when GL work was
+    /// last dispatched.
+    static void settleState() {
+        if (isStateUnsettled_.load(std::memory_order_relaxed)) {
+            takeOverState();
+        }
+    }
+    static void takeOverState();
 
     /// A closure on its way to the queue. The context is alive while its closures run.
     template <class Closure>
@@ -256,6 +268,8 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     void leaveScope() override;
     const void* commonScope() const override;
     void takeOverScope() override;
+
+    static std::atomic<bool> isStateUnsettled_;
 
     std::shared_ptr<Mivora::platform::SerialQueue> dispatchQueue_;
     std::shared_ptr<MVRenderGroup> group_;

@@ -12,6 +12,7 @@
 #include "MivoraMac/platform/base/Resources.h"
 #include "MivoraMac/render/MVQuadEntryPrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
+#include "MivoraMac/render/MVRenderGroupPrivate.h"
 
 using Mivora::platform::DebugLog;
 using Mivora::platform::Resources;
@@ -88,18 +89,15 @@ MVShader::~MVShader() {
     if (program_ == 0 && vertexShader_ == 0 && fragmentShader_ == 0) {
         return;
     }
-    if (const auto context = usableContext("destruction")) {
-        context->dispatchBlock(
-            [program = program_, vertex = vertexShader_, fragment = fragmentShader_] {
-                // A stage that failed to compile kept its deleted name: the error this raises is
-                // expected and of no consequence.
-                detachAndDelete(program, vertex);
-                detachAndDelete(program, fragment);
-                if (program != 0) {
-                    glDeleteProgram(program);
-                }
-            });
-    }
+    group_->dispatch([program = program_, vertex = vertexShader_, fragment = fragmentShader_] {
+        // A stage that failed to compile kept its deleted name: the error this raises is expected
+        // and of no consequence.
+        detachAndDelete(program, vertex);
+        detachAndDelete(program, fragment);
+        if (program != 0) {
+            glDeleteProgram(program);
+        }
+    });
     program_ = vertexShader_ = fragmentShader_ = 0;
 }
 
@@ -136,6 +134,7 @@ bool MVShader::mv_compile(const char* vertexShaderSource, const char* fragmentSh
     if (!context) {
         return false;
     }
+    group_ = context->mv_group();
     bool success = false;
     context->mv_dispatchBlockSync([&] {
         program_ = glCreateProgram();
@@ -172,9 +171,21 @@ bool MVShader::mv_compileShader(std::uint32_t* shader, std::uint32_t type, const
 }
 
 void MVShader::bindAttributeToIndex(const char* name, std::uint32_t index) {
-    if (const auto context = usableContext("bindAttributeToIndex"); context && name != nullptr) {
+    if (const auto context = ownContext("bindAttributeToIndex"); context && name != nullptr) {
         context->mv_dispatchBlockSync([&] { glBindAttribLocation(program_, index, name); });
     }
+}
+
+/// The active context, if it has the program; or null, and a line in the log.
+std::shared_ptr<MVRenderContext> MVShader::ownContext(const char* operation) const {
+    std::shared_ptr<MVRenderContext> context = usableContext(operation);
+    if (context && context->mv_group() != group_) {
+        DebugLog::log(DebugLog::Category::GL,
+                      "MVShader %s: the active render context does not share its program",
+                      operation);
+        return nullptr;
+    }
+    return context;
 }
 
 void MVShader::link() {
@@ -185,7 +196,7 @@ bool MVShader::attemptLinkWithErrorMessage(std::string* errorMessage) {
     if (linked_) {
         return true;
     }
-    const auto context = usableContext("link");
+    const auto context = ownContext("link");
     if (!context) {
         return false;
     }
@@ -225,14 +236,16 @@ void MVShader::mv_updateUniforms() {
 
 std::int32_t MVShader::uniformLocation(const char* name) {
     GLint location = -1;
-    if (const auto context = usableContext("uniformLocation"); context && name != nullptr) {
+    if (const auto context = ownContext("uniformLocation"); context && name != nullptr) {
         context->mv_dispatchBlockSync([&] { location = glGetUniformLocation(program_, name); });
     }
     return location;
 }
 
 void MVShader::renderContextBindShader(MVRenderContext& context) {
-    context.dispatchBlock([program = program_] { glUseProgram(program); });
+    // A program of another share group is none here: what is drawn with it is not seen.
+    context.dispatchBlock(
+        [program = context.mv_group() == group_ ? program_ : 0] { glUseProgram(program); });
 }
 
 void MVShader::mv_setColorUniform(std::int32_t location, Mivora::ColorRGBA color) {
@@ -274,6 +287,9 @@ void MVShader::use() {
         return;
     }
     context->setShader(shared_from_this());
+    if (context->mv_group() != group_) {
+        return;
+    }
     const MVShaderMatrices matrices =
         matrixSource != nullptr ? matrixSource->mv_shaderMatrices() : MVShaderMatrices();
     context->dispatchBlock([matrices, transform = transformMatrixUniform_,

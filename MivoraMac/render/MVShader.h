@@ -10,6 +10,7 @@
 #include "MivoraMac/platform/base/MVMake.h"
 
 class MVRenderContext;
+class MVRenderGroup;
 struct MVQuadProgram;
 
 /// The names of vertex attributes and uniforms that all shaders share.
@@ -68,7 +69,9 @@ class MIVORA_EXPORT MVShaderMatrixSource {
 /// `mv_makeWithSources`.
 ///
 /// GL work goes through the render context that is active at the time. Without an active context,
-/// or with one that has no GL context, a shader cannot be made. Thread: any, one at a time.
+/// or with one that has no GL context, a shader cannot be made; while one is active that does not
+/// share objects with the one it was made with, nothing is drawn with it. The program is deleted
+/// where it was made, whichever context is active. Thread: any, one at a time.
 class MIVORA_EXPORT MVShader : public std::enable_shared_from_this<MVShader> {
  public:
     /// A shader of the class it is called on, made with plain `init`; null for this class.
@@ -125,6 +128,9 @@ class MIVORA_EXPORT MVShader : public std::enable_shared_from_this<MVShader> {
     /// call this first. Called by `MVRenderContext::setShader` only.
     virtual void renderContextBindShader(MVRenderContext& context);
 
+    /// The share group that the program is in; null where there is none.
+    const std::shared_ptr<MVRenderGroup>& mv_group() const { return group_; }
+
     /// Whether a link has succeeded.
     bool isLinked() const { return linked_; }
 
@@ -178,7 +184,9 @@ class MIVORA_EXPORT MVShader : public std::enable_shared_from_this<MVShader> {
 
  private:
     void releaseStages();
+    std::shared_ptr<MVRenderContext> ownContext(const char* operation) const;
 
+    std::shared_ptr<MVRenderGroup> group_;  // where the names below are
     std::uint32_t program_ = 0;
     bool linked_ = false;
     std::uint32_t vertexShader_ = 0;

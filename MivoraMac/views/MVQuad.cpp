@@ -6,6 +6,7 @@
 #include "MivoraMac/images/MVImage.h"
 #include "MivoraMac/render/MVQuadRecorderPrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
+#include "MivoraMac/render/MVRenderGroupPrivate.h"
 #include "MivoraMac/render/MVShader.h"
 #include "MivoraMac/render/MVShaderPositionTextureUniformColor.h"
 #include "MivoraMac/render/MVShaderPositionUniformColor.h"
@@ -48,7 +49,7 @@ MVQuad::~MVQuad() {
     if (!names_) {
         return;
     }
-    context_->dispatchBlock([names = std::move(names_)] {
+    context_->mv_group()->dispatch([names = std::move(names_)] {
         if (names->vertexArray != 0) {
             glBindVertexArray(0);
             glDeleteVertexArrays(1, &names->vertexArray);
@@ -142,7 +143,9 @@ void MVQuad::drawImage(const std::shared_ptr<MVShaderPositionTextureUniformColor
     const Mivora::ColorRGBA color = tint(premultiplied, opacity);
     MVQuadProgram program;
     if (shader->mv_readQuadProgram(program) &&
-        record(shader, program, color, image->mv_texture(), blendOf(premultiplied))) {
+        record(shader, program, color,
+               context_ ? image->mv_textureIn(context_->mv_group().get()) : 0,
+               blendOf(premultiplied))) {
         return;
     }
     shader->use();
@@ -155,7 +158,7 @@ void MVQuad::drawImage(const std::shared_ptr<MVShaderPositionTextureUniformColor
 bool MVQuad::record(const std::shared_ptr<MVShader>& shader, const MVQuadProgram& program,
                     Mivora::ColorRGBA tint, std::uint32_t texture, Blend blend) {
     MVQuadRecorder* const recorder = MVQuadRecorder::recording(context_.get());
-    if (recorder == nullptr) {
+    if (recorder == nullptr || shader->mv_group() != context_->mv_group()) {
         return false;
     }
     recorder->draw(shader, program,

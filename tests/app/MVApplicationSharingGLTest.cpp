@@ -157,6 +157,7 @@ class MVApplicationSharingTest : public Mivora::tests::GLTest {
             expected_.push_back(alone.frameAt(phase));
         }
         EXPECT_NE(expected_[0].rgba, expected_[1].rgba);
+        MVRenderContext::mv_setActiveContext(context_);
     }
 
     void TearDown() override {

@@ -24,8 +24,9 @@ class GLTest : public testing::Test {
         context_->mv_dispatchBlockSync(std::forward<Closure>(closure));
     }
 
-    /// Waits for all GL work dispatched so far.
+    /// Waits for all GL work dispatched so far, and for the deletion of what that lets go of.
     void finish() {
+        onQueue([] {});
         onQueue([] {});
     }
 
