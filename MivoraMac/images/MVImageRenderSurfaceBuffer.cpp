@@ -10,7 +10,7 @@
 
 MVImageRenderSurfaceBuffer::MVImageRenderSurfaceBuffer(Mivora::Size2I storageSize, float scale) {
     const Mivora::Size2I size = {std::max(storageSize.width, 0), std::max(storageSize.height, 0)};
-    mv_setStorageSize(size);
+    mv_setStorageSize(storageSize);
     mv_setScale(scale);
     image_ =
         MVMutableImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
@@ -37,9 +37,9 @@ MVImageRenderSurfaceBuffer::initWithStorageSizeStorageFormatMultisampleFormat(
 void MVImageRenderSurfaceBuffer::mv_attach(std::uint32_t attachment) {
     if (context_ && image_) {
         // The closure keeps the image, and with it the texture, as long as it waits.
-        context_->dispatchBlock([image = image_, attachment] {
-            glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, GL_TEXTURE_2D, image->mv_texture(),
-                                   0);
+        context_->dispatchBlock([image = image_, group = context_->mv_group().get(), attachment] {
+            glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, GL_TEXTURE_2D,
+                                   image->mv_textureIn(group), 0);
         });
     }
 }

@@ -19,7 +19,7 @@ class MIVORA_EXPORT MVImageRenderSurfaceBuffer : public MVRenderSurfaceBuffer {
  public:
     /// A buffer with an image of that size, whose contents are undefined until something is drawn.
     /// Waits for the GL queue.
-    /// @param storageSize  in pixels; negative extents count as 0
+    /// @param storageSize  in pixels, kept as it is; in the image, negative extents count as 0
     /// @param scale        pixels per point
     /// @return null for an extent above what the driver bears, with a warning line
     static std::shared_ptr<MVImageRenderSurfaceBuffer> initWithStorageSizeScale(

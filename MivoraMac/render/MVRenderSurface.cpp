@@ -2,14 +2,16 @@
 
 #include <epoxy/gl.h>
 
-#include <limits>
+#include <array>
 #include <utility>
 
-#include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/gl/GLStatePrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
+#include "MivoraMac/render/MVRenderGroupPrivate.h"
 #include "MivoraMac/render/MVRenderSurfaceBuffer.h"
+#include "MivoraMac/render/MVSurfaceFramebufferPrivate.h"
 
-using Mivora::platform::DebugLog;
+using Mivora::platform::GLState;
 
 namespace {
 
@@ -25,13 +27,18 @@ GLuint enumerant(GLenum name) {
     return static_cast<GLuint>(integer(name));
 }
 
-/// Mesa 22.3 reports no more than the largest signed number: all ones read as that there.
-GLuint mask(GLenum name) {
-    const GLint value = integer(name);
-    return value == std::numeric_limits<GLint>::max() ? ~0U : static_cast<GLuint>(value);
-}
-
 }  // namespace
+
+struct MVRenderSurface::Framebuffers {
+    MVSurfaceFramebuffer main;
+    MVSurfaceFramebuffer multisample;
+
+    /// The one to draw into.
+    MVSurfaceFramebuffer& target(const Settings& settings) {
+        const std::lock_guard lock(settings.mutex);
+        return settings.multisampleFormat != 0 ? multisample : main;
+    }
+};
 
 std::shared_ptr<MVRenderSurface> MVRenderSurface::init() {
     return MVMake<MVRenderSurface>();
@@ -39,11 +46,12 @@ std::shared_ptr<MVRenderSurface> MVRenderSurface::init() {
 
 MVRenderSurface::MVRenderSurface()
     : context_(MVRenderContext::mv_drawingContext()),
-      gl_(std::make_shared<GLState>()),
+      framebuffers_(std::make_shared<Framebuffers>()),
+      settings_(std::make_shared<Settings>()),
       depthFormat_(GL_DEPTH_COMPONENT24),
       stencilFormat_(GL_STENCIL_INDEX8) {
     if (context_) {
-        context_->dispatchBlock([gl = gl_] { glGenFramebuffers(1, &gl->framebuffer); });
+        context_->dispatchBlock([framebuffers = framebuffers_] { framebuffers->main.generate(); });
         supportsFramebufferDiscard_ = context_->supportsGLExtension("GL_EXT_discard_framebuffer");
     }
 }
@@ -52,46 +60,36 @@ MVRenderSurface::~MVRenderSurface() {
     if (colorBuffer_) {
         colorBuffer_->removeObserver(this, kStorageSize);
     }
-    if (context_) {
-        context_->dispatchBlock([gl = std::move(gl_)] {
-            if (gl->framebuffer != 0) {
-                glDeleteFramebuffers(1, &gl->framebuffer);
-            }
-            if (gl->multisampleFramebuffer != 0) {
-                glDeleteFramebuffers(1, &gl->multisampleFramebuffer);
-            }
-        });
+    if (!context_) {
+        return;
     }
+    // Behind all that waits, also where GL work itself lets go of the surface: what was drawn
+    // before still needs the framebuffers, and what is attached to them.
+    context_->mv_group()->dispatchLater(
+        [framebuffers = std::move(framebuffers_), settings = std::move(settings_),
+         attachments =
+             std::array{std::move(multisampleColorBuffer_), std::move(multisampleDepthBuffer_),
+                        std::move(multisampleStencilBuffer_)}] {
+            framebuffers->main.remove();
+            framebuffers->multisample.remove();
+        });
 }
 
 // Attachments
 
 /// Queues the attachment of a buffer, or of nothing, to one of the two framebuffers.
-void MVRenderSurface::attach(std::uint32_t GLState::*framebuffer, std::uint32_t attachment,
-                             const Buffer& buffer) {
-    if (!context_) {
-        return;
+void MVRenderSurface::attach(MVSurfaceFramebuffer Framebuffers::*framebuffer,
+                             std::uint32_t attachment, const Buffer& buffer) {
+    if (context_) {
+        context_->dispatchBlock([framebuffers = framebuffers_, framebuffer, attachment, buffer] {
+            ((*framebuffers).*framebuffer).attach(attachment, buffer);
+        });
     }
-    context_->dispatchBlock([gl = gl_, framebuffer, attachment, buffer] {
-        glBindFramebuffer(GL_FRAMEBUFFER, (*gl).*framebuffer);
-        if (buffer) {
-            buffer->mv_attach(attachment);
-        } else {
-            glFramebufferRenderbuffer(GL_FRAMEBUFFER, attachment, GL_RENDERBUFFER, 0);
-        }
-        if (framebuffer != &GLState::framebuffer || attachment == GL_COLOR_ATTACHMENT0) {
-            return;
-        }
-        Buffer& attached = attachment == GL_DEPTH_ATTACHMENT ? gl->depth : gl->stencil;
-        const Buffer before = std::exchange(attached, buffer);  // goes after the stencil has moved
-        if (gl->packed) {
-            placeStencil(*gl);
-        }
-    });
 }
 
 void MVRenderSurface::setAttachment(Buffer& field, const Buffer& buffer,
-                                    std::uint32_t GLState::*framebuffer, std::uint32_t attachment) {
+                                    MVSurfaceFramebuffer Framebuffers::*framebuffer,
+                                    std::uint32_t attachment) {
     if (field == buffer) {
         return;
     }
@@ -103,7 +101,7 @@ void MVRenderSurface::setColorBuffer(const Buffer& buffer) {
     if (colorBuffer_ == buffer) {
         return;
     }
-    attach(&GLState::framebuffer, GL_COLOR_ATTACHMENT0, buffer);
+    attach(&Framebuffers::main, GL_COLOR_ATTACHMENT0, buffer);
     if (buffer) {
         buffer->addObserver(shared_from_this(), kStorageSize);
     }
@@ -112,28 +110,29 @@ void MVRenderSurface::setColorBuffer(const Buffer& buffer) {
     }
     surfaceStateDirty_ = true;
     colorBuffer_ = buffer;
+    const std::lock_guard lock(settings_->mutex);
+    settings_->colorBuffer = buffer;
 }
 
 void MVRenderSurface::setDepthBuffer(const Buffer& buffer) {
-    setAttachment(depthBuffer_, buffer, &GLState::framebuffer, GL_DEPTH_ATTACHMENT);
+    setAttachment(depthBuffer_, buffer, &Framebuffers::main, GL_DEPTH_ATTACHMENT);
 }
 
 void MVRenderSurface::setStencilBuffer(const Buffer& buffer) {
-    setAttachment(stencilBuffer_, buffer, &GLState::framebuffer, GL_STENCIL_ATTACHMENT);
+    setAttachment(stencilBuffer_, buffer, &Framebuffers::main, GL_STENCIL_ATTACHMENT);
 }
 
 void MVRenderSurface::setMultisampleColorBuffer(const Buffer& buffer) {
-    setAttachment(multisampleColorBuffer_, buffer, &GLState::multisampleFramebuffer,
+    setAttachment(multisampleColorBuffer_, buffer, &Framebuffers::multisample,
                   GL_COLOR_ATTACHMENT0);
 }
 
 void MVRenderSurface::setMultisampleDepthBuffer(const Buffer& buffer) {
-    setAttachment(multisampleDepthBuffer_, buffer, &GLState::multisampleFramebuffer,
-                  GL_DEPTH_ATTACHMENT);
+    setAttachment(multisampleDepthBuffer_, buffer, &Framebuffers::multisample, GL_DEPTH_ATTACHMENT);
 }
 
 void MVRenderSurface::setMultisampleStencilBuffer(const Buffer& buffer) {
-    setAttachment(multisampleStencilBuffer_, buffer, &GLState::multisampleFramebuffer,
+    setAttachment(multisampleStencilBuffer_, buffer, &Framebuffers::multisample,
                   GL_STENCIL_ATTACHMENT);
 }
 
@@ -161,6 +160,8 @@ void MVRenderSurface::setMultisampleFormat(std::int32_t format) {
     }
     surfaceStateDirty_ = true;
     multisampleFormat_ = format;
+    const std::lock_guard lock(settings_->mutex);
+    settings_->multisampleFormat = format;
 }
 
 void MVRenderSurface::observeValueForKeyPathOfObjectChangeContext(
@@ -186,26 +187,20 @@ void MVRenderSurface::mv_buildSurface() {
     if (multisampleFormat_ != 0) {
         setDepthBuffer(nullptr);
         setStencilBuffer(nullptr);
-        context_->dispatchBlock([gl = gl_] {
-            if (gl->multisampleFramebuffer == 0) {
-                glGenFramebuffers(1, &gl->multisampleFramebuffer);
-            }
-        });
+        context_->dispatchBlock(
+            [framebuffers = framebuffers_] { framebuffers->multisample.generate(); });
     } else {
-        context_->dispatchBlock([gl = gl_] {
-            if (gl->multisampleFramebuffer != 0) {
-                // The name stays, stale: nothing switches multisampling back on.
-                glDeleteFramebuffers(1, &gl->multisampleFramebuffer);
-            }
-        });
+        // The name stays, stale: nothing switches multisampling back on.
+        context_->dispatchBlock(
+            [framebuffers = framebuffers_] { framebuffers->multisample.remove(); });
         setMultisampleColorBuffer(nullptr);
         setMultisampleDepthBuffer(nullptr);
         setMultisampleStencilBuffer(nullptr);
         buildAttachment(depthBuffer_, depthFormat_, &MVRenderSurface::setDepthBuffer);
         buildAttachment(stencilBuffer_, stencilFormat_, &MVRenderSurface::setStencilBuffer);
     }
-    context_->dispatchBlock([gl = gl_] {
-        packDepthAndStencilIfRefused(*gl, glCheckFramebufferStatus(GL_FRAMEBUFFER));
+    context_->dispatchBlock([framebuffers = framebuffers_, settings = settings_] {
+        framebuffers->target(*settings).check();
     });
     surfaceStateDirty_ = false;
 }
@@ -221,46 +216,22 @@ void MVRenderSurface::buildAttachment(const Buffer& current, std::int32_t format
     }
 }
 
-/// Mesa 22.3 refuses framebuffers with separate depth and stencil storage, though it takes either
-/// alone. There the depth buffer gets packed storage that serves both attachment points, and the
-/// stencil buffer stays unused.
-void MVRenderSurface::packDepthAndStencilIfRefused(GLState& gl, std::uint32_t status) {
-    if (status == GL_FRAMEBUFFER_COMPLETE) {
-        return;
-    }
-    if (status != GL_FRAMEBUFFER_UNSUPPORTED || !gl.depth || !gl.stencil) {
-        DebugLog::log(DebugLog::Category::GL, "a render surface is incomplete (status 0x%x)",
-                      status);
-        return;
-    }
-    glBindFramebuffer(GL_FRAMEBUFFER, gl.framebuffer);
-    gl.packed = true;
-    placeStencil(gl);
-}
-
-/// Puts the stencil into the depth buffer, or back into its own where there is no depth buffer.
-/// For the framebuffer that is bound.
-void MVRenderSurface::placeStencil(const GLState& gl) {
-    if (gl.depth && gl.stencil) {
-        gl.depth->mv_respecifyAndAttach(GL_DEPTH24_STENCIL8, GL_STENCIL_ATTACHMENT);
-    } else if (gl.stencil) {
-        gl.stencil->mv_attach(GL_STENCIL_ATTACHMENT);
-    }
-}
-
 void MVRenderSurface::mv_bindFramebuffer() {
     if (!context_) {
         return;
     }
-    const auto framebuffer =
-        multisampleFormat_ != 0 ? &GLState::multisampleFramebuffer : &GLState::framebuffer;
     context_->mv_dispatchBlock(
-        MVRenderContext::StencilPlanes::Cleared, [self = shared_from_this(), framebuffer] {
-            glBindFramebuffer(GL_FRAMEBUFFER, (*self->gl_).*framebuffer);
+        MVRenderContext::StencilPlanes::Cleared,
+        [framebuffers = framebuffers_, settings = settings_] {
+            framebuffers->target(*settings).bind();
             glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
             glDepthMask(GL_TRUE);
             glStencilMask(~0U);
-            const Mivora::ColorRGBA color = self->clearColor();
+            Mivora::ColorRGBA color;
+            {
+                const std::lock_guard lock(settings->mutex);
+                color = settings->clearColor;
+            }
             glClearColor(color.red, color.green, color.blue, color.alpha);
             glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
         });
@@ -270,15 +241,25 @@ void MVRenderSurface::mv_setViewport() {
     if (!context_) {
         return;
     }
-    Mivora::Viewport area = viewport_;
-    if (area.width <= 0 || area.height <= 0) {
-        const Mivora::Size2I whole =
-            colorBuffer_ ? colorBuffer_->storageSize() : Mivora::Size2I::kZero;
-        area.width = whole.width;
-        area.height = whole.height;
-    }
-    context_->mv_dispatchBlock(MVRenderContext::StencilPlanes::Kept,
-                               [area] { glViewport(area.x, area.y, area.width, area.height); });
+    context_->mv_dispatchBlock(
+        MVRenderContext::StencilPlanes::Kept, [settings = settings_, former = colorBuffer_] {
+            Mivora::Viewport area;
+            Buffer whole;
+            {
+                const std::lock_guard lock(settings->mutex);
+                area = settings->viewport;
+                whole = settings->colorBuffer;
+            }
+            if (!whole) {
+                whole = former;  // which has been taken away since, and is drawn into all the same
+            }
+            if (area.width <= 0 || area.height <= 0) {
+                const Mivora::Size2I size = whole ? whole->storageSize() : Mivora::Size2I::kZero;
+                area.width = size.width;
+                area.height = size.height;
+            }
+            glViewport(area.x, area.y, area.width, area.height);
+        });
 }
 
 void MVRenderSurface::mv_finalizeFramebuffer() {
@@ -292,22 +273,32 @@ void MVRenderSurface::mv_finalizeFramebuffer() {
 // State
 
 Mivora::ColorRGBA MVRenderSurface::clearColor() const {
-    const std::lock_guard lock(clearColorMutex_);
-    return clearColor_;
+    const std::lock_guard lock(settings_->mutex);
+    return settings_->clearColor;
 }
 
 void MVRenderSurface::setClearColor(Mivora::ColorRGBA color) {
-    const std::lock_guard lock(clearColorMutex_);
-    clearColor_ = color;
+    const std::lock_guard lock(settings_->mutex);
+    settings_->clearColor = color;
+}
+
+Mivora::Viewport MVRenderSurface::viewport() const {
+    const std::lock_guard lock(settings_->mutex);
+    return settings_->viewport;
+}
+
+void MVRenderSurface::setViewport(Mivora::Viewport viewport) {
+    const std::lock_guard lock(settings_->mutex);
+    settings_->viewport = viewport;
 }
 
 MVStencilState MVRenderSurface::mv_currentStencilState() {
     MVStencilState state;
     state.enabled = glIsEnabled(GL_STENCIL_TEST) == GL_TRUE;
-    state.writeMask = mask(GL_STENCIL_WRITEMASK);
+    state.writeMask = GLState::mask(GL_STENCIL_WRITEMASK);
     state.function = enumerant(GL_STENCIL_FUNC);
     state.reference = integer(GL_STENCIL_REF);
-    state.readMask = mask(GL_STENCIL_VALUE_MASK);
+    state.readMask = GLState::mask(GL_STENCIL_VALUE_MASK);
     state.stencilFail = enumerant(GL_STENCIL_FAIL);
     state.depthFail = enumerant(GL_STENCIL_PASS_DEPTH_FAIL);
     state.depthPass = enumerant(GL_STENCIL_PASS_DEPTH_PASS);

@@ -16,11 +16,13 @@
 
 class MVRenderContext;
 class MVRenderSurfaceBuffer;
+class MVSurfaceFramebuffer;
 
 /// A framebuffer to draw into: a colour attachment given by its owner, with depth and stencil
 /// attachments that the surface makes to fit, a clear colour and a viewport.
 ///
-/// Every render starts from a target cleared in all three.
+/// Every render starts from a target cleared in all three. What was drawn into an image is there
+/// also when the surface is dropped before its GL work has run.
 ///
 /// GL work is queued on the render context that was active when the surface was made. Thread: that
 /// of the owner, unless stated otherwise.
@@ -87,10 +89,10 @@ class MIVORA_EXPORT MVRenderSurface : public std::enable_shared_from_this<MVRend
     /// How many stencil bits views may use for nested clipping: 8.
     std::int32_t stencilBits() const { return stencilBits_; }
 
-    /// In pixels; a width or height not above 0 means the whole colour buffer. Applied at the next
-    /// render.
-    Mivora::Viewport viewport() const { return viewport_; }
-    void setViewport(Mivora::Viewport viewport) { viewport_ = viewport; }
+    /// In pixels; a width or height not above 0 means the size of the whole colour buffer. Both
+    /// are read when the GL work of a render runs.
+    Mivora::Viewport viewport() const;
+    void setViewport(Mivora::Viewport viewport);
 
     /// What renders clear to, straight alpha. Read when the GL work of a render runs.
     Mivora::ColorRGBA clearColor() const;
@@ -132,30 +134,29 @@ class MIVORA_EXPORT MVRenderSurface : public std::enable_shared_from_this<MVRend
  private:
     using Buffer = std::shared_ptr<MVRenderSurfaceBuffer>;
 
-    /// What belongs to the GL queue, whose closures share it.
-    struct GLState {
-        std::uint32_t framebuffer = 0;
-        std::uint32_t multisampleFramebuffer = 0;
-        /// What the closures have attached to the main framebuffer so far.
-        Buffer depth;
-        Buffer stencil;
-        /// The driver refuses separate depth and stencil storage: where there are both, they share
-        /// one packed storage. See `packDepthAndStencilIfRefused`.
-        bool packed = false;
+    /// What GL work reads when it runs.
+    struct Settings {
+        mutable std::mutex mutex;
+        Mivora::ColorRGBA clearColor = Mivora::ColorRGBA::kClear;
+        Mivora::Viewport viewport{};
+        std::int32_t multisampleFormat = 0;
+        Buffer colorBuffer;
     };
 
+    /// What belongs to the GL queue, whose closures share it.
+    struct Framebuffers;
+
     void mv_beginRender();
-    void attach(std::uint32_t GLState::*framebuffer, std::uint32_t attachment,
+    void attach(MVSurfaceFramebuffer Framebuffers::*framebuffer, std::uint32_t attachment,
                 const Buffer& buffer);
-    void setAttachment(Buffer& field, const Buffer& buffer, std::uint32_t GLState::*framebuffer,
-                       std::uint32_t attachment);
+    void setAttachment(Buffer& field, const Buffer& buffer,
+                       MVSurfaceFramebuffer Framebuffers::*framebuffer, std::uint32_t attachment);
     void buildAttachment(const Buffer& current, std::int32_t format,
                          void (MVRenderSurface::*set)(const Buffer&));
-    static void packDepthAndStencilIfRefused(GLState& gl, std::uint32_t status);
-    static void placeStencil(const GLState& gl);
 
     std::shared_ptr<MVRenderContext> context_;
-    std::shared_ptr<GLState> gl_;
+    std::shared_ptr<Framebuffers> framebuffers_;
+    std::shared_ptr<Settings> settings_;
     std::int32_t depthFormat_;
     std::int32_t stencilFormat_;
     std::int32_t multisampleFormat_ = 0;
@@ -168,7 +169,4 @@ class MIVORA_EXPORT MVRenderSurface : public std::enable_shared_from_this<MVRend
     std::atomic<bool> surfaceStateDirty_{true};
     bool supportsFramebufferDiscard_ = false;  // recorded only
     std::int32_t stencilBits_ = 8;
-    Mivora::Viewport viewport_{};
-    mutable std::mutex clearColorMutex_;
-    Mivora::ColorRGBA clearColor_ = Mivora::ColorRGBA::kClear;
 };

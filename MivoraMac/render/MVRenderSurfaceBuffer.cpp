@@ -5,19 +5,21 @@
 #include <algorithm>
 
 #include "MivoraMac/platform/pictures/ExtentCheckPrivate.h"
+#include "MivoraMac/render/MVGLNamePrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
+#include "MivoraMac/render/MVRenderGroupPrivate.h"
 
 using Mivora::platform::areExtentsBorne;
 
-MVRenderSurfaceBuffer::MVRenderSurfaceBuffer() {
+MVRenderSurfaceBuffer::MVRenderSurfaceBuffer()
+    : renderbuffer_(std::make_unique<MVGLName>(MVGLName::Kind::Renderbuffer)) {
     mv_renderSurfaceBufferInit();
 }
 
-MVRenderSurfaceBuffer::~MVRenderSurfaceBuffer() {
-    if (context_ && renderbuffer_ != 0) {
-        context_->dispatchBlock([name = renderbuffer_] { glDeleteRenderbuffers(1, &name); });
-    }
-    renderbuffer_ = 0;
+MVRenderSurfaceBuffer::~MVRenderSurfaceBuffer() = default;
+
+std::uint32_t MVRenderSurfaceBuffer::mv_renderbuffer() const {
+    return renderbuffer_->get();
 }
 
 std::shared_ptr<MVRenderSurfaceBuffer> MVRenderSurfaceBuffer::init() {
@@ -28,20 +30,23 @@ std::shared_ptr<MVRenderSurfaceBuffer>
 MVRenderSurfaceBuffer::initWithStorageSizeStorageFormatMultisampleFormat(
     Mivora::Size2I storageSize, std::uint32_t storageFormat, std::int32_t /*multisampleFormat*/) {
     auto buffer = MVMake<MVRenderSurfaceBuffer>();
-    const Mivora::Size2I size = {std::max(storageSize.width, 0), std::max(storageSize.height, 0)};
     if (buffer->context_) {
-        if (!areExtentsBorne("surface buffer", static_cast<std::uint64_t>(size.width),
-                             static_cast<std::uint64_t>(size.height),
+        if (!areExtentsBorne("surface buffer",
+                             static_cast<std::uint64_t>(std::max(storageSize.width, 0)),
+                             static_cast<std::uint64_t>(std::max(storageSize.height, 0)),
                              buffer->context_->mv_largestExtent())) {
             return nullptr;
         }
-        buffer->context_->dispatchBlock([buffer, storageFormat, size] {
-            glGenRenderbuffers(1, &buffer->renderbuffer_);
-            glBindRenderbuffer(GL_RENDERBUFFER, buffer->renderbuffer_);
-            glRenderbufferStorage(GL_RENDERBUFFER, storageFormat, size.width, size.height);
+        buffer->context_->dispatchBlock([buffer, storageFormat, storageSize] {
+            glBindRenderbuffer(GL_RENDERBUFFER,
+                               buffer->renderbuffer_->make(buffer->context_->mv_group()));
+            if (storageSize.width >= 0 && storageSize.height >= 0) {
+                glRenderbufferStorage(GL_RENDERBUFFER, storageFormat, storageSize.width,
+                                      storageSize.height);
+            }
         });
     }
-    buffer->storageSize_ = size;
+    buffer->storageSize_ = storageSize;
     buffer->scale_ = 1.0F;
     return buffer;
 }
@@ -51,41 +56,28 @@ void MVRenderSurfaceBuffer::mv_renderSurfaceBufferInit() {
 }
 
 Mivora::Size2 MVRenderSurfaceBuffer::size() const {
-    return {static_cast<float>(storageSize_.width) / scale_,
-            static_cast<float>(storageSize_.height) / scale_};
+    const Mivora::Size2I pixels = storageSize();
+    return {static_cast<float>(pixels.width) / scale_, static_cast<float>(pixels.height) / scale_};
 }
 
 void MVRenderSurfaceBuffer::mv_attach(std::uint32_t attachment) {
     if (context_) {
         context_->dispatchBlock([self = shared_from_this(), attachment] {
-            glBindRenderbuffer(GL_RENDERBUFFER, self->renderbuffer_);
+            glBindRenderbuffer(GL_RENDERBUFFER, self->mv_renderbuffer());
             glFramebufferRenderbuffer(GL_FRAMEBUFFER, attachment, GL_RENDERBUFFER,
-                                      self->renderbuffer_);
+                                      self->mv_renderbuffer());
         });
-    }
-}
-
-void MVRenderSurfaceBuffer::mv_respecifyAndAttach(std::uint32_t storageFormat,
-                                                  std::uint32_t attachment) {
-    if (context_) {
-        context_->dispatchBlock(
-            [self = shared_from_this(), storageFormat, attachment, size = storageSize_] {
-                glBindRenderbuffer(GL_RENDERBUFFER, self->renderbuffer_);
-                glRenderbufferStorage(GL_RENDERBUFFER, storageFormat, size.width, size.height);
-                glFramebufferRenderbuffer(GL_FRAMEBUFFER, attachment, GL_RENDERBUFFER,
-                                          self->renderbuffer_);
-            });
     }
 }
 
 void MVRenderSurfaceBuffer::renderSurfaceDidRenderToBuffer(MVRenderSurface& /*surface*/) {}
 
 void MVRenderSurfaceBuffer::mv_setStorageSize(Mivora::Size2I storageSize) {
-    if (storageSize_ == storageSize) {
+    if (this->storageSize() == storageSize) {
         return;
     }
     const auto kept = weak_from_this().lock();
     willChangeValueForKey("storageSize");
-    storageSize_ = storageSize;
+    storageSize_.store(storageSize, std::memory_order_release);
     didChangeValueForKey("storageSize");
 }

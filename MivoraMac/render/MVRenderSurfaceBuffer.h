@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -8,6 +9,7 @@
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/base/PropertyObservation.h"
 
+class MVGLName;
 class MVRenderContext;
 class MVRenderSurface;
 
@@ -26,7 +28,8 @@ class MIVORA_EXPORT MVRenderSurfaceBuffer
     static std::shared_ptr<MVRenderSurfaceBuffer> init();
 
     /// A buffer with renderbuffer storage, one sample a pixel.
-    /// @param storageSize        in pixels; negative extents count as 0
+    /// @param storageSize        in pixels, kept as it is; there is no storage where an extent is
+    ///                           negative
     /// @param storageFormat      a GL internal format
     /// @param multisampleFormat  ignored: the storage is always single-sampled
     /// @return null for an extent above what the driver bears (GL_MAX_TEXTURE_SIZE or
@@ -36,8 +39,8 @@ class MIVORA_EXPORT MVRenderSurfaceBuffer
 
     ~MVRenderSurfaceBuffer() override;
 
-    /// In pixels.
-    Mivora::Size2I storageSize() const { return storageSize_; }
+    /// In pixels. Thread: any.
+    Mivora::Size2I storageSize() const { return storageSize_.load(std::memory_order_acquire); }
     /// Pixels per point.
     float scale() const { return scale_; }
     /// In points: `storageSize` divided by `scale`.
@@ -47,9 +50,8 @@ class MIVORA_EXPORT MVRenderSurfaceBuffer
     /// @param attachment  a GL attachment point
     virtual void mv_attach(std::uint32_t attachment);
 
-    /// Gives the storage another format and attaches it to a second point as well, of the
-    /// framebuffer that is bound when the GL work runs. For `MVRenderSurface` only.
-    void mv_respecifyAndAttach(std::uint32_t storageFormat, std::uint32_t attachment);
+    /// The GL renderbuffer; 0 where there is none. In GL work only.
+    std::uint32_t mv_renderbuffer() const;
 
     /// Called after everything that was drawn into a surface has been queued.
     virtual void renderSurfaceDidRenderToBuffer(MVRenderSurface& surface);
@@ -69,7 +71,7 @@ class MIVORA_EXPORT MVRenderSurfaceBuffer
     std::shared_ptr<MVRenderContext> context_;
 
  private:
-    std::uint32_t renderbuffer_ = 0;  // written on the GL queue while the closure holds the buffer
-    Mivora::Size2I storageSize_ = Mivora::Size2I::kZero;
+    std::unique_ptr<MVGLName> renderbuffer_;
+    std::atomic<Mivora::Size2I> storageSize_{Mivora::Size2I::kZero};
     float scale_ = 1.0F;
 };

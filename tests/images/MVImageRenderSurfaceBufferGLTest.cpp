@@ -58,9 +58,9 @@ TEST_F(MVImageRenderSurfaceBufferGLTest, theFormatsAreIgnored) {
                                                       GL_RGBA, false)));
 }
 
-TEST_F(MVImageRenderSurfaceBufferGLTest, negativeExtentsCountAsZero) {
+TEST_F(MVImageRenderSurfaceBufferGLTest, negativeExtentsAreKeptAndCountAsZeroInTheImage) {
     const auto buffer = MVImageRenderSurfaceBuffer::initWithStorageSizeScale({-8, 4}, 1);
-    EXPECT_EQ(buffer->storageSize(), (Size2I{0, 4}));
+    EXPECT_EQ(buffer->storageSize(), (Size2I{-8, 4}));
     EXPECT_EQ(buffer->image()->size(), (Size2{0, 4}));
 }
 

@@ -40,7 +40,7 @@ TEST_F(MVRenderSurfaceBuildTest, theFirstRenderMakesBothBuffersThenBindsThenClea
                            attaching(framebuffer, GL_DEPTH_ATTACHMENT, depth),
                            making(stencil, GL_STENCIL_INDEX8, kSize),
                            attaching(framebuffer, GL_STENCIL_ATTACHMENT, stencil),  //
-                           kChecking, clearing(framebuffer, {0.25F, 0.5F, 0.75F, 1.0F}),
+                           checking(framebuffer), clearing(framebuffer, {0.25F, 0.5F, 0.75F, 1.0F}),
                            viewport(0, 0, 8, 4), kFlushing}));
     EXPECT_EQ(surface->depthBuffer()->storageSize(), kSize);
     EXPECT_EQ(surface->stencilBuffer()->storageSize(), kSize);
@@ -85,7 +85,7 @@ TEST_F(MVRenderSurfaceBuildTest, aColorBufferOfAnotherSizeGetsNewDepthAndStencil
                            making(names[1].names[0], GL_STENCIL_INDEX8, {16, 4}),
                            attaching(it.framebuffer, GL_STENCIL_ATTACHMENT, names[1].names[0]),
                            deleting,  //
-                           kChecking, rendering(it.framebuffer, {16, 4})}));
+                           checking(it.framebuffer), rendering(it.framebuffer, {16, 4})}));
     const auto deleted = gl_->callsOf("glDeleteRenderbuffers");
     EXPECT_THAT(deleted[0].names, ElementsAre(it.depth));
     EXPECT_THAT(deleted[1].names, ElementsAre(it.stencil));
@@ -108,7 +108,8 @@ TEST_F(MVRenderSurfaceBuildTest, aColorBufferOfTheSameSizeKeepsThem) {
     const Buffer depth = it.surface->depthBuffer();
     const Buffer stencil = it.surface->stencilBuffer();
     it.surface->setColorBuffer(buffer(kSize));
-    EXPECT_EQ(render(it.surface), join({kChecking, rendering(it.framebuffer, kSize)}))
+    EXPECT_EQ(render(it.surface),
+              join({checking(it.framebuffer), rendering(it.framebuffer, kSize)}))
         << "the surface is dirty all the same";
     EXPECT_EQ(it.surface->depthBuffer(), depth);
     EXPECT_EQ(it.surface->stencilBuffer(), stencil);
@@ -216,7 +217,8 @@ TEST_P(MVRenderSurfaceFormatTest, zeroDetachesTheBufferAndLeavesTheSurfaceWithou
                                                   {call("glDeleteRenderbuffers", {1, 1})}}));
     EXPECT_EQ(((*it.surface).*GetParam().get)(), 0);
     EXPECT_EQ(get(it), nullptr);
-    EXPECT_EQ(render(it.surface), join({kChecking, rendering(it.framebuffer, kSize)}));
+    EXPECT_EQ(render(it.surface),
+              join({checking(it.framebuffer), rendering(it.framebuffer, kSize)}));
     EXPECT_EQ(get(it), nullptr);
     EXPECT_EQ(render(it.surface), rendering(it.framebuffer, kSize));
 }
@@ -230,8 +232,8 @@ TEST_P(MVRenderSurfaceFormatTest, aFormatAfterZeroMakesTheBufferAgain) {
     const Texts calls = render(it.surface);
     const double name = last("glGenRenderbuffers");
     EXPECT_EQ(calls, join({making(name, GetParam().other, kSize),
-                           attaching(it.framebuffer, GetParam().point, name), kChecking,
-                           rendering(it.framebuffer, kSize)}));
+                           attaching(it.framebuffer, GetParam().point, name),
+                           checking(it.framebuffer), rendering(it.framebuffer, kSize)}));
     ASSERT_NE(get(it), nullptr);
     EXPECT_EQ(get(it)->storageSize(), kSize);
 }
@@ -285,7 +287,7 @@ TEST_F(MVRenderSurfaceBuildTest, aSurfaceWithoutFormatsHasOnlyItsColorBuffer) {
                 }),
                 IsEmpty());
     surface->setColorBuffer(buffer(kSize));
-    EXPECT_EQ(render(surface), join({kChecking, rendering(framebuffer, kSize)}));
+    EXPECT_EQ(render(surface), join({checking(framebuffer), rendering(framebuffer, kSize)}));
     EXPECT_EQ(surface->depthBuffer(), nullptr);
     EXPECT_EQ(surface->stencilBuffer(), nullptr);
 }
@@ -303,7 +305,7 @@ TEST_F(MVRenderSurfaceBuildTest, aMultisampleFormatDropsTheBuffersAndDrawsIntoAS
                            detaching(it.framebuffer, GL_STENCIL_ATTACHMENT),
                            deleting,
                            {call("glGenFramebuffers", {1, 1})},
-                           kChecking,
+                           checking(second),
                            rendering(second, kSize)}));
     EXPECT_EQ(it.surface->depthBuffer(), nullptr);
     EXPECT_EQ(it.surface->stencilBuffer(), nullptr);
@@ -319,7 +321,7 @@ TEST_F(MVRenderSurfaceBuildTest, theSecondFramebufferIsMadeOnceAndNeverResolved)
     it.surface->setMultisampleColorBuffer(color);
     it.surface->setMultisampleFormat(8);
     const Texts calls = render(it.surface);
-    EXPECT_EQ(calls, join({kChecking, rendering(second, kSize)}));
+    EXPECT_EQ(calls, join({checking(second), rendering(second, kSize)}));
     EXPECT_EQ(it.surface->multisampleColorBuffer(), color) << "the owner's buffers stay";
     EXPECT_EQ(render(it.surface), rendering(second, kSize));
 }
@@ -345,7 +347,7 @@ TEST_F(MVRenderSurfaceBuildTest, withoutMultisamplingTheSecondFramebufferGoesAnd
                            attaching(it.framebuffer, GL_DEPTH_ATTACHMENT, made[0].names[0]),
                            making(made[1].names[0], GL_STENCIL_INDEX8, kSize),
                            attaching(it.framebuffer, GL_STENCIL_ATTACHMENT, made[1].names[0]),
-                           kChecking,
+                           checking(it.framebuffer),
                            rendering(it.framebuffer, kSize)}));
     EXPECT_THAT(gl_->callsOf("glDeleteFramebuffers")[0].names, ElementsAre(second));
     EXPECT_EQ(it.surface->multisampleColorBuffer(), nullptr);
@@ -374,9 +376,8 @@ TEST_F(MVRenderSurfaceBuildTest, whereThePairIsRefusedTheDepthBufferServesBothPo
                     attaching(framebuffer, GL_DEPTH_ATTACHMENT, depth),
                     making(stencil, GL_STENCIL_INDEX8, kSize),
                     attaching(framebuffer, GL_STENCIL_ATTACHMENT, stencil),
-                    kChecking,
-                    {call("glBindFramebuffer", {GL_FRAMEBUFFER, framebuffer}),
-                     call("glBindRenderbuffer", {GL_RENDERBUFFER, depth}),
+                    checking(framebuffer),
+                    {call("glBindRenderbuffer", {GL_RENDERBUFFER, depth}),
                      call("glRenderbufferStorage", {GL_RENDERBUFFER, GL_DEPTH24_STENCIL8, 8, 4}),
                      call("glFramebufferRenderbuffer",
                           {GL_FRAMEBUFFER, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER, depth})},
@@ -421,7 +422,8 @@ TEST_F(MVRenderSurfaceBuildTest, nothingIsPackedWhereThePairIsAcceptedOrIncomple
         gl_->overrideResult("glCheckFramebufferStatus", status);
         const Built it = built();
         it.surface->setColorBuffer(buffer(kSize));
-        EXPECT_EQ(render(it.surface), join({kChecking, rendering(it.framebuffer, kSize)}));
+        EXPECT_EQ(render(it.surface),
+                  join({checking(it.framebuffer), rendering(it.framebuffer, kSize)}));
     }
 }
 

@@ -55,6 +55,10 @@ inline Texts detaching(double framebuffer, GLenum attachment) {
 
 inline const Texts kChecking = {call("glCheckFramebufferStatus", {GL_FRAMEBUFFER})};
 
+inline Texts checking(double framebuffer) {
+    return {call("glBindFramebuffer", {GL_FRAMEBUFFER, framebuffer}), kChecking[0]};
+}
+
 inline Texts clearing(double framebuffer, ColorRGBA color = ColorRGBA::kClear) {
     return {call("glBindFramebuffer", {GL_FRAMEBUFFER, framebuffer}),
             call("glColorMask", {1, 1, 1, 1}),
