@@ -25,13 +25,18 @@ std::shared_ptr<MVColorView> fill(Mivora::ColorRGBA color, Mivora::Rect2 rect) {
 }
 
 /// A text that wraps, and ends in "…" where it is too long for its place.
-std::shared_ptr<MVTextView> write(const std::string& text, const std::string& font, float size,
-                                  Mivora::ColorRGBA color, Mivora::Rect2 rect) {
+MVTextView::AttributedStringPointer styled(const std::string& text, const std::string& font,
+                                           float size, Mivora::ColorRGBA color) {
     constexpr int kLeft = 0;
     constexpr bool kShouldClip = true;
+    return MVTextView::attributedStringWithStringFontNameSizeColorAlignmentShouldClip(
+        text, font, size, color, kLeft, kShouldClip);
+}
+
+std::shared_ptr<MVTextView> write(const MVTextView::AttributedStringPointer& text,
+                                  Mivora::Rect2 rect) {
     auto view = MVTextView::init();
-    view->setText(MVTextView::attributedStringWithStringFontNameSizeColorAlignmentShouldClip(
-        text, font, size, color, kLeft, kShouldClip));
+    view->setText(text);
     view->setPosition(rect.origin);
     view->setSize(rect.size);
     // Cards come close to the eye: more pixels keep their letters sharp.
@@ -81,7 +86,8 @@ std::shared_ptr<Card> Card::make(float hue, const std::shared_ptr<MVView>& pictu
 }
 
 Card::Card(float hue, const std::shared_ptr<MVView>& picture, const std::string& title,
-           const std::string& text) {
+           const std::string& text)
+    : hue_(hue), title_(write(nullptr, {{8, 137}, {134, 16}})) {
     setSize(kSize);
     setAnchorPoint({0.5F, 0.5F});
     setMouseHoverEnabled(true);
@@ -95,8 +101,10 @@ Card::Card(float hue, const std::shared_ptr<MVView>& picture, const std::string&
     } else {
         addPattern(*front_, hue, kPictureRect);
     }
-    front_->addSubview(write(title, "Sans Bold", 12, hsb(hue, 0.7F, 0.35F), {{8, 137}, {134, 16}}));
-    front_->addSubview(write(text, "Sans", 9.5F, hsb(hue, 0.4F, 0.4F), {{8, 155}, {134, 36}}));
+    setTitle(title);
+    front_->addSubview(title_);
+    front_->addSubview(
+        write(styled(text, "Sans", 9.5F, hsb(hue, 0.4F, 0.4F)), {{8, 155}, {134, 36}}));
     addSubview(front_);
 
     // The back is turned about, so that it reads right from behind.
@@ -120,6 +128,10 @@ Card::Card(float hue, const std::shared_ptr<MVView>& picture, const std::string&
     light_->setInteractionEnabled(false);
     light_->setHidden(true);
     addSubview(light_);
+}
+
+void Card::setTitle(const std::string& title) {
+    title_->setText(styled(title, "Sans Bold", 12, hsb(hue_, 0.7F, 0.35F)));
 }
 
 bool Card::animate(float seconds) {

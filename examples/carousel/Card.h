@@ -22,6 +22,9 @@ class Card : public MVView {
     static std::shared_ptr<Card> make(float hue, const std::shared_ptr<MVView>& picture,
                                       const std::string& title, const std::string& text);
 
+    /// What is written below the picture.
+    void setTitle(const std::string& title);
+
     /// Called when the card wants `animate` to be called.
     void setWakeHandler(std::function<void()> wake) { wake_ = std::move(wake); }
 
@@ -49,6 +52,8 @@ class Card : public MVView {
     Card(float hue, const std::shared_ptr<MVView>& picture, const std::string& title,
          const std::string& text);
 
+    float hue_;
+    std::shared_ptr<MVTextView> title_;
     std::shared_ptr<MVView> front_;
     std::shared_ptr<MVView> back_;
     std::shared_ptr<MVColorView> light_;

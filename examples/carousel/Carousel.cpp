@@ -6,6 +6,7 @@
 #include <cmath>
 #include <numbers>
 #include <string>
+#include <utility>
 
 #include "Colors.h"
 #include "Plot.h"
@@ -75,6 +76,13 @@ std::string fileOf(std::string title) {
     return title + ".jpg";
 }
 
+/// Where in the ring a card is, in turns.
+float placeOf(int card) {
+    // The storeys stand shifted, so that all of the lower one is seen.
+    const float column = static_cast<float>(card % kColumns) + (card >= kColumns ? 0.5F : 0.0F);
+    return column / kColumns;
+}
+
 float hueOf(int column) {
     return 0.55F + static_cast<float>(column) / kColumns;
 }
@@ -124,6 +132,7 @@ void Carousel::build() {
             }
         });
         cards_.push_back(card);
+        names_.emplace_back(caption.title);
         stage_->addSubview(card);
     }
     order_ = cards_;
@@ -205,8 +214,7 @@ void Carousel::tickVideoSync(double step, double /*sync*/) {
 void Carousel::placeCards() {
     for (int i = 0; i < kCards; ++i) {
         const int storey = i / kColumns;
-        const float column = static_cast<float>(i % kColumns) + (storey % 2 == 1 ? 0.5F : 0.0F);
-        const float angle = angle_ + kTurn * column / kColumns;
+        const float angle = angle_ + kTurn * placeOf(i);
         const float y = (static_cast<float>(storey) - 0.5F) * kStoreyHeight;
         const float z = kRadius * std::cos(angle);
         // The ring leans about the horizontal axis through its middle.
@@ -232,6 +240,26 @@ void Carousel::placeCards() {
         }
     }
     moveRibbon();
+    noteFront();
+}
+
+void Carousel::noteFront() {
+    const auto card = std::find(cards_.begin(), cards_.end(), order_.back());
+    const int front = static_cast<int>(card - cards_.begin());
+    if (std::exchange(front_, front) != front && frontHandler_) {
+        frontHandler_();
+    }
+}
+
+void Carousel::setName(int card, const std::string& name) {
+    names_[static_cast<std::size_t>(card)] = name;
+    cards_[static_cast<std::size_t>(card)]->setTitle(name);
+}
+
+void Carousel::turnTo(int card) {
+    // The shorter way round; gliding to rest, a velocity covers itself divided by the friction.
+    const float way = std::remainder(-kTurn * placeOf(card) - angle_, kTurn);
+    spin(way * kFriction);
 }
 
 void Carousel::moveRibbon() {

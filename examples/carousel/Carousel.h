@@ -1,7 +1,10 @@
 #pragma once
 
 #include <MivoraMac/MivoraMac.h>
+#include <functional>
 #include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "Card.h"
@@ -16,6 +19,21 @@ class Carousel : public MVView, public MVAnimationClockTick {
 
     /// @param clock  what moves it
     static std::shared_ptr<Carousel> make(const std::shared_ptr<MVAnimationClock>& clock);
+
+    /// The names of the cards, by number.
+    const std::vector<std::string>& names() const { return names_; }
+
+    /// Gives a card another name, which it shows.
+    void setName(int card, const std::string& name);
+
+    /// The number of the card in front.
+    int frontCard() const { return front_; }
+
+    /// Called when another card has come to the front.
+    void setFrontHandler(std::function<void()> handler) { frontHandler_ = std::move(handler); }
+
+    /// Turns the ring until a card is in front.
+    void turnTo(int card);
 
     /// Turns the ring, which then goes on by itself and slows down.
     /// @param velocity  in radians a second
@@ -37,6 +55,7 @@ class Carousel : public MVView, public MVAnimationClockTick {
     void panned(const std::shared_ptr<MVGestureRecognizer>& recognizer);
     void wake();
     void placeCards();
+    void noteFront();
     std::shared_ptr<MVView> makeRibbon();
     void moveRibbon();
 
@@ -48,6 +67,10 @@ class Carousel : public MVView, public MVAnimationClockTick {
     std::shared_ptr<MVView> stage_;  ///< Holds the cards; scaled to the size there is.
     std::shared_ptr<MVView> ribbon_;
     std::vector<std::shared_ptr<MVView>> tiles_;  ///< of the ribbon, one for each column
+
+    std::vector<std::string> names_;
+    int front_ = -1;
+    std::function<void()> frontHandler_;
 
     float angle_ = 0;  ///< How far the ring is turned, in radians.
     float velocity_ = 0;

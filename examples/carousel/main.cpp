@@ -10,8 +10,11 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "CardList.h"
 #include "Carousel.h"
+#include "NameField.h"
 #include "Playback.h"
 
 using Mivora::platform::Host;
@@ -23,9 +26,57 @@ namespace {
 struct Options {
     bool headless = false;
     bool still = false;
+    bool hasField = true;
     double width = 1280;
     double height = 800;
     std::string folder = "carousel-frames";
+};
+
+/// The ring, the names of its cards beside it, and a field that writes the name of the card in
+/// front.
+class Scene : public MVView {
+ public:
+    Scene(std::shared_ptr<Carousel> carousel, bool hasField)
+        : carousel_(std::move(carousel)), list_(CardList::make(carousel_->names())) {
+        addSubview(carousel_);
+        addSubview(list_);
+        if (hasField) {
+            addSubview(field_.view());
+        }
+        showFront();
+        // What calls these is held by this view.
+        carousel_->setFrontHandler([this] { showFront(); });
+        list_->setChooseHandler([this](int card) { carousel_->turnTo(card); });
+        field_.setChangeHandler([this](const std::string& name) {
+            carousel_->setName(carousel_->frontCard(), name);
+            list_->setName(carousel_->frontCard(), name);
+        });
+    }
+
+    ~Scene() override {
+        carousel_->setFrontHandler(nullptr);
+        list_->setChooseHandler(nullptr);
+    }
+
+ protected:
+    void layoutSubviews() override {
+        constexpr float kMargin = 12;
+        carousel_->setSize(size());
+        list_->setPosition({kMargin, kMargin});
+        list_->setSize({CardList::kWidth, size().height - 2 * kMargin});
+        field_.view()->setPosition({(size().width - NameField::kSize.width) / 2, kMargin});
+    }
+
+ private:
+    void showFront() {
+        const int front = carousel_->frontCard();
+        list_->setFrontCard(front);
+        field_.setName(carousel_->names()[static_cast<std::size_t>(front)]);
+    }
+
+    std::shared_ptr<Carousel> carousel_;
+    std::shared_ptr<CardList> list_;
+    NameField field_;
 };
 
 void printUsage(std::FILE* stream) {
@@ -40,7 +91,8 @@ void printUsage(std::FILE* stream) {
         "  --out DIR   where the files go; without it: carousel-frames\n"
         "  --size WIDTHxHEIGHT\n"
         "              of the window or the pictures, in points; without it: 1280x800\n"
-        "  --still     the ring starts at rest\n",
+        "  --still     the ring starts at rest\n"
+        "  --no-field  leaves out the text field, which pictures do not show\n",
         stream);
 }
 
@@ -52,6 +104,8 @@ bool parse(int count, char** arguments, Options& options) {
             options.headless = true;
         } else if (argument == "--still") {
             options.still = true;
+        } else if (argument == "--no-field") {
+            options.hasField = false;
         } else if (argument == "--size" && i + 1 < count &&
                    std::sscanf(arguments[i + 1], "%lfx%lf%c", &options.width, &options.height,
                                &more) == 2 &&
@@ -79,7 +133,7 @@ int run(const Options& options) {
     const auto application = MVApplication::init();
     const auto carousel = Carousel::make(application->animationClock());
     application->window()->setFarDistance(3000);
-    application->window()->setContentView(carousel);
+    application->window()->setContentView(MVMake<Scene>(carousel, options.hasField));
 
     const auto window = Window::initWithTitle("Carousel", options.width, options.height);
     window->setContentView(application->renderView());

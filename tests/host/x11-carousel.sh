@@ -7,7 +7,7 @@ carousel=../../examples/carousel
 MIVORA_HOST='' "$programs/$carousel" --headless --size 960x600 --out "$work/frames" \
     > "$work/frames.log" 2>&1
 start_x11
-start $carousel --still --size 960x600
+start $carousel --still --no-field --size 960x600
 see_task compare 0 0 "$work/frames/frame-00.png" 3
 
 # In the pictures the same card is clicked; by number 25 it has turned over.
