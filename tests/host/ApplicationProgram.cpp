@@ -4,15 +4,23 @@
 //   ApplicationProgram                  runs until the end of its input
 //   ApplicationProgram --two            likewise, with two applications, each in a window of its
 //                                       own; the command "drop-first" ends the first
+//   ApplicationProgram --eight          eight applications with equal views, each in a window of
+//                                       its own; the command "step N" turns the views of all on,
+//                                       and a click has the view under it add another one
 //   ApplicationProgram --picture FILE   draws its first frame into a file, without a display
+//   ApplicationProgram --step N PRESSED FILE
+//                                       likewise what one of the eight shows at step N, before
+//                                       (0) or after (1) the click
 //   ApplicationProgram --close COUNT    opens and closes so many windows while frames run
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "MivoraMac/MivoraMac.h"
 #include "tests/host/CommandLines.h"
@@ -153,6 +161,95 @@ int closeWindows(int count) {
     return 0;
 }
 
+constexpr Mivora::Size2 kPartSize = {240, 180};
+
+/// What each of the eight windows shows: a few cards that turn and fade with every step, and adds
+/// a view when one of them is pressed.
+class Fan : public MVView {
+ public:
+    static std::shared_ptr<Fan> create(const std::shared_ptr<MVWindow>& window) {
+        auto fan = MVMake<Fan>();
+        fan->setSize(kPartSize);
+        for (int i = 0; i < 6; ++i) {
+            auto blade = MVColorView::init();
+            blade->setSize({90, 50});
+            blade->setAnchorPoint({0.5F, 0.5F});
+            blade->setPosition({40.0F + 32.0F * static_cast<float>(i), 90});
+            fan->addSubview(blade);
+            fan->blades_.push_back(std::move(blade));
+        }
+        fan->showStep(0);
+        window->addSubview(fan);
+        return fan;
+    }
+
+    void showStep(int step) {
+        const auto time = static_cast<float>(step);
+        for (std::size_t i = 0; i < blades_.size(); ++i) {
+            const auto place = static_cast<float>(i);
+            blades_[i]->setRotation3({0.2F * time, 0.1F * place, 0.3F * time + place});
+            blades_[i]->setColor(
+                {0.15F * place, 0.9F - 0.1F * time, 0.4F + 0.1F * time, i % 2 == 0 ? 1.0F : 0.6F});
+        }
+    }
+
+    /// What a click adds, in the handler of its event.
+    void addMark() {
+        auto mark = MVColorView::initWithColor({0.9F, 0.1F, 0.6F, 1.0F});
+        mark->setSize({60, 30});
+        mark->setPosition({10, 140});
+        addSubview(mark);
+    }
+
+    void mouseBegan(const std::shared_ptr<MVMouse>&) override {
+        addMark();
+        std::puts("pressed");
+    }
+
+ private:
+    std::vector<std::shared_ptr<MVColorView>> blades_;
+};
+
+int drawStep(int step, bool isPressed, const char* path) {
+    const auto application = MVApplication::init();
+    application->mv_renderView()->setFrame({0, 0, kPartSize.width, kPartSize.height});
+    application->mv_renderView()->moveToWindow(nullptr);
+    const auto fan = Fan::create(application->window());
+    fan->showStep(step);
+    if (isPressed) {
+        fan->addMark();
+    }
+    const auto picture = MVCaptureWindow(application->window(), {.alpha = MVCaptureAlpha::Opaque});
+    return picture.writePNG(path) ? 0 : 1;
+}
+
+void runEight() {
+    std::vector<std::shared_ptr<MVApplication>> applications;
+    std::vector<std::shared_ptr<Window>> windows;
+    std::vector<std::shared_ptr<Fan>> fans;
+    for (int i = 1; i <= 8; ++i) {
+        applications.push_back(MVApplication::init());
+        fans.push_back(Fan::create(applications.back()->window()));
+        windows.push_back(
+            Window::initWithTitle("Part " + std::to_string(i), kPartSize.width, kPartSize.height));
+        windows.back()->setContentView(applications.back()->mv_renderView());
+        windows.back()->show();
+        applications.back()->setActive(true);
+    }
+    std::puts("shown");
+    Mivora::tests::obeyLines([&](const std::string& command, std::istringstream& values) {
+        int step = 0;
+        if (command != "step" || !(values >> step)) {
+            std::printf("unknown command: %s\n", command.c_str());
+            return;
+        }
+        for (const auto& fan : fans) {
+            fan->showStep(step);
+        }
+    });
+    Mivora::tests::endProgram();
+}
+
 /// An application in a window.
 struct Shown {
     std::shared_ptr<MVApplication> application = MVApplication::init();
@@ -208,8 +305,14 @@ int main(int count, char** arguments) {
     if (count == 3 && std::strcmp(arguments[1], "--close") == 0) {
         return closeWindows(std::atoi(arguments[2]));
     }
+    if (count == 5 && std::strcmp(arguments[1], "--step") == 0) {
+        return drawStep(std::atoi(arguments[2]), std::atoi(arguments[3]) != 0, arguments[4]);
+    }
     if (count == 2 && std::strcmp(arguments[1], "--two") == 0) {
         runTwo();
+    }
+    if (count == 2 && std::strcmp(arguments[1], "--eight") == 0) {
+        runEight();
     }
     run();
 }
