@@ -132,6 +132,8 @@ int run(const Options& options) {
     }
     const auto application = MVApplication::init();
     const auto carousel = Carousel::make(application->animationClock());
+    // What turns over reaches towards the eye, and the back of the ring lies far behind.
+    application->window()->setNearDistance(400);
     application->window()->setFarDistance(3000);
     application->window()->setContentView(MVMake<Scene>(carousel, options.hasField));
 
