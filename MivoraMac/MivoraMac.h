@@ -96,6 +96,7 @@
 #include "MivoraMac/platform/threads/RunLoop.h"
 #include "MivoraMac/platform/threads/SerialQueue.h"
 #include "MivoraMac/platform/threads/Timer.h"
+#include "MivoraMac/platform/threads/WorkGroup.h"
 #include "MivoraMac/platform/threads/WorkQueue.h"
 #include "MivoraMac/platform/windows/DisplayLink.h"
 #include "MivoraMac/platform/windows/Event.h"

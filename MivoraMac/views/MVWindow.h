@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/geometry/Ray.h"
@@ -14,6 +15,10 @@ class MVApplication;
 class MVFilterView;
 class MVBridgeViewHost;
 class MVRenderSurface;
+
+namespace Mivora::platform {
+class WorkGroup;
+}
 
 /// Who a window belongs to: told what concerns the world outside the tree.
 ///
@@ -175,6 +180,15 @@ class MIVORA_EXPORT MVWindow : public MVView, public Mivora::platform::Observabl
     std::shared_ptr<MVRenderSurface> mv_surface() const { return surface_.lock(); }
     void setMv_surface(const std::shared_ptr<MVRenderSurface>& surface) { surface_ = surface; }
 
+    /// A group for the work of those who lay out subviews on other threads, kept until the window
+    /// goes; null by default. The window itself does not use it.
+    const std::shared_ptr<Mivora::platform::WorkGroup>& mv_subviewLayoutDispatchGroup() const {
+        return subviewLayoutDispatchGroup_;
+    }
+    void setMv_subviewLayoutDispatchGroup(std::shared_ptr<Mivora::platform::WorkGroup> group) {
+        subviewLayoutDispatchGroup_ = std::move(group);
+    }
+
     /// Brings the camera up to date.
     void layoutSubviews() override;
 
@@ -210,6 +224,7 @@ class MIVORA_EXPORT MVWindow : public MVView, public Mivora::platform::Observabl
     std::weak_ptr<MVWindowOwner> owner_;
     std::weak_ptr<MVRenderSurface> surface_;
     std::weak_ptr<MVView> contentView_;
+    std::shared_ptr<Mivora::platform::WorkGroup> subviewLayoutDispatchGroup_;
     glm::mat4 projectionMatrix_{1.0F};
     std::optional<glm::mat4> drawingProjectionMatrix_;
     bool projectionMatrixDirty_ = true;

@@ -7,11 +7,13 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <thread>
 #include <vector>
 
 #include "MivoraMac/geometry/MVMath.h"
 #include "MivoraMac/platform/base/MVException.h"
+#include "MivoraMac/platform/threads/WorkGroup.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "tests/views/RecordingView.h"
 
@@ -22,6 +24,7 @@ using Mivora::Point3;
 using Mivora::Ray3;
 using Mivora::Size2;
 using Mivora::Viewport;
+using Mivora::platform::WorkGroup;
 
 using Window = std::shared_ptr<MVWindow>;
 
@@ -567,3 +570,16 @@ TEST(MVWindowContentTest, whatCannotBeASubviewIsRefusedAndChangesNothing) {
 }
 
 }  // namespace
+
+TEST(MVWindowTest, theLayoutGroupIsKeptUntilTheWindowGoes) {
+    auto window = MVWindow::init();
+    EXPECT_EQ(window->mv_subviewLayoutDispatchGroup(), nullptr);
+    const std::weak_ptr<WorkGroup> group = [&] {
+        auto made = WorkGroup::create();
+        window->setMv_subviewLayoutDispatchGroup(made);
+        return made;
+    }();
+    EXPECT_FALSE(group.expired());
+    window.reset();
+    EXPECT_TRUE(group.expired());
+}
