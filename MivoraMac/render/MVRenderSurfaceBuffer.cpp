@@ -46,7 +46,7 @@ MVRenderSurfaceBuffer::initWithStorageSizeStorageFormatMultisampleFormat(
             }
         });
     }
-    buffer->storageSize_ = storageSize;
+    buffer->storageSize_ = std::bit_cast<std::uint64_t>(storageSize);
     buffer->scale_ = 1.0F;
     return buffer;
 }
@@ -78,6 +78,6 @@ void MVRenderSurfaceBuffer::mv_setStorageSize(Mivora::Size2I storageSize) {
     }
     const auto kept = weak_from_this().lock();
     willChangeValueForKey("storageSize");
-    storageSize_.store(storageSize, std::memory_order_release);
+    storageSize_.store(std::bit_cast<std::uint64_t>(storageSize), std::memory_order_release);
     didChangeValueForKey("storageSize");
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <bit>
 #include <cstdint>
 #include <memory>
 
@@ -40,7 +41,9 @@ class MIVORA_EXPORT MVRenderSurfaceBuffer
     ~MVRenderSurfaceBuffer() override;
 
     /// In pixels. Thread: any.
-    Mivora::Size2I storageSize() const { return storageSize_.load(std::memory_order_acquire); }
+    Mivora::Size2I storageSize() const {
+        return std::bit_cast<Mivora::Size2I>(storageSize_.load(std::memory_order_acquire));
+    }
     /// Pixels per point.
     float scale() const { return scale_; }
     /// In points: `storageSize` divided by `scale`.
@@ -72,6 +75,6 @@ class MIVORA_EXPORT MVRenderSurfaceBuffer
 
  private:
     std::unique_ptr<MVGLName> renderbuffer_;
-    std::atomic<Mivora::Size2I> storageSize_{Mivora::Size2I::kZero};
+    std::atomic<std::uint64_t> storageSize_{0};  ///< The bits of the size.
     float scale_ = 1.0F;
 };

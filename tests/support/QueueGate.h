@@ -1,6 +1,7 @@
 #pragma once
 
 #include <latch>
+#include <memory>
 
 #include "MivoraMac/platform/threads/SerialQueue.h"
 
@@ -10,17 +11,22 @@ namespace Mivora::tests {
 class QueueGate {
  public:
     explicit QueueGate(platform::SerialQueue& queue) {
-        queue.async([this] {
-            entered_.count_down();
-            open_.wait();
+        // The queue may still be on its way out of the wait when this goes.
+        queue.async([latches = latches_] {
+            latches->entered.count_down();
+            latches->open.wait();
         });
-        entered_.wait();
+        latches_->entered.wait();
     }
-    void open() { open_.count_down(); }
+    void open() { latches_->open.count_down(); }
 
  private:
-    std::latch entered_{1};
-    std::latch open_{1};
+    struct Latches {
+        std::latch entered{1};
+        std::latch open{1};
+    };
+
+    const std::shared_ptr<Latches> latches_ = std::make_shared<Latches>();
 };
 
 }  // namespace Mivora::tests
