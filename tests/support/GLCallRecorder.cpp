@@ -191,6 +191,8 @@ GLCallRecorder::GLCallRecorder() {
 }
 
 GLCallRecorder::~GLCallRecorder() {
+    // The calls are over; taking the lock that each took at its end makes what they wrote known here.
+    const std::lock_guard lock(mutex_);
     for (const auto& hook : hooks_) {
         hook->remove();
     }
