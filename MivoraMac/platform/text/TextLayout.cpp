@@ -124,11 +124,76 @@ double component(float value) {
     return value > 0 ? std::min(value, 1.0F) : 0.0F;
 }
 
+/// The size of a font, in pixels of what is drawn into, above which glyphs are not drawn from
+/// images of them: Cairo keeps these for hundreds of fonts, and one of 10,000 pixels takes 100 MB.
+constexpr double kLargestGlyphImage = 512;
+
+/// The size of a run's font in points.
+double fontSizeOf(PangoFont* font) {
+    cairo_matrix_t matrix;
+    cairo_scaled_font_t* const scaled = pango_cairo_font_get_scaled_font(PANGO_CAIRO_FONT(font));
+    cairo_scaled_font_get_font_matrix(scaled, &matrix);
+    return std::hypot(matrix.xy, matrix.yy);
+}
+
+double pixelsPerPointOf(cairo_t* context) {
+    cairo_matrix_t matrix;
+    cairo_get_matrix(context, &matrix);
+    return std::sqrt(std::abs(matrix.xx * matrix.yy - matrix.xy * matrix.yx));
+}
+
+/// Draws coloured glyphs, which have no outlines, magnified from a bounded size.
+void showMagnified(cairo_t* context, const PangoGlyphItem& run, const TextColor& color,
+                   double fontSize) {
+    PangoFont* const font = run.item->analysis.font;
+    const double scale = kLargestGlyphImage / fontSize;
+    double x = 0;
+    double y = 0;
+    cairo_get_current_point(context, &x, &y);
+    cairo_save(context);
+    cairo_translate(context, x, y);
+    for (int i = 0; i < run.glyphs->num_glyphs; ++i) {
+        PangoGlyphInfo glyph = run.glyphs->glyphs[i];
+        PangoGlyphString single{1, &glyph, nullptr, 1};
+        PangoRectangle ink;
+        pango_glyph_string_extents(&single, font, &ink, nullptr);
+        const double left = pango_units_to_double(ink.x);
+        const double top = pango_units_to_double(ink.y);
+        cairo_surface_t* const image = cairo_image_surface_create(
+            CAIRO_FORMAT_ARGB32,
+            static_cast<int>(std::ceil(pango_units_to_double(ink.width) * scale)) + 1,
+            static_cast<int>(std::ceil(pango_units_to_double(ink.height) * scale)) + 1);
+        cairo_t* const drawing = cairo_create(image);
+        cairo_scale(drawing, scale, scale);
+        cairo_set_source_rgb(drawing, component(color.red), component(color.green),
+                             component(color.blue));
+        cairo_move_to(drawing, -left, -top);
+        pango_cairo_show_glyph_string(drawing, font, &single);
+        cairo_destroy(drawing);
+
+        cairo_save(context);
+        cairo_translate(context, left, top);
+        cairo_scale(context, 1 / scale, 1 / scale);
+        cairo_set_source_surface(context, image, 0, 0);
+        cairo_paint_with_alpha(context, component(color.alpha));
+        cairo_restore(context);
+        cairo_surface_destroy(image);
+        cairo_translate(context, pango_units_to_double(glyph.geometry.width), 0);
+    }
+    cairo_restore(context);
+}
+
 void showGlyphs(cairo_t* context, const PangoGlyphItem& run, const TextColor& color,
                 cairo_operator_t op) {
     const double alpha = component(color.alpha);
+    const double fontSize = fontSizeOf(run.item->analysis.font);
+    const bool isLarge = fontSize * pixelsPerPointOf(context) > kLargestGlyphImage;
     if (hasColors(*run.glyphs)) {
         cairo_set_operator(context, CAIRO_OPERATOR_OVER);
+        if (isLarge) {
+            showMagnified(context, run, color, fontSize);
+            return;
+        }
         if (alpha < 1) {
             const cairo_matrix_t matrix = [context] {
                 cairo_matrix_t current;
@@ -154,7 +219,12 @@ void showGlyphs(cairo_t* context, const PangoGlyphItem& run, const TextColor& co
     }
     cairo_set_source_rgba(context, component(color.red), component(color.green),
                           component(color.blue), alpha);
-    pango_cairo_show_glyph_string(context, run.item->analysis.font, run.glyphs);
+    if (isLarge) {
+        pango_cairo_glyph_string_path(context, run.item->analysis.font, run.glyphs);
+        cairo_fill(context);
+    } else {
+        pango_cairo_show_glyph_string(context, run.item->analysis.font, run.glyphs);
+    }
 }
 
 }  // namespace

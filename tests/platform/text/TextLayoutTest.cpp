@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
@@ -549,4 +550,33 @@ TEST(TextLayoutTest, manyFontsOneAfterTheOtherDoNotDisturbEarlierLayouts) {
     kept.draw(picture.context());
     EXPECT_EQ(picture.picture().rgba, expected.rgba);
     EXPECT_EQ(draw(string, 100, 40).rgba, expected.rgba);
+}
+
+// Glyphs above 512 pixels are not drawn from images of them.
+TEST(TextLayoutTest, hugeGlyphsLieWhereSmallOnesMagnifiedWould) {
+    for (const char* const text : {"\u2588", "H", "\U0001F600"}) {
+        const Picture small = draw(plain(text, 400), 600, 600);
+        const Picture huge = draw(plain(text, 800), 1200, 1200);
+        const auto componentAt = [](const Picture& picture, int x, int y, int component) {
+            return static_cast<int>(
+                picture
+                    .rgba[static_cast<std::size_t>((y * picture.size.width + x) * 4 + component)]);
+        };
+        int different = 0;
+        for (int y = 0; y < 600; ++y) {
+            for (int x = 0; x < 600; ++x) {
+                for (int component = 0; component < 4; ++component) {
+                    const int distance = std::abs(componentAt(small, x, y, component) -
+                                                  componentAt(huge, 2 * x, 2 * y, component));
+                    different += distance > 64 ? 1 : 0;
+                }
+            }
+        }
+        // At the edges, where one has half pixels and the other whole ones.
+        EXPECT_LT(different, 4 * 8 * 600) << text;
+        EXPECT_GT(std::count_if(huge.rgba.begin(), huge.rgba.end(),
+                                [](std::uint8_t value) { return value > 128; }),
+                  40000)
+            << text;
+    }
 }
