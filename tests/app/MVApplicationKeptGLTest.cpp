@@ -103,6 +103,13 @@ class MVApplicationKeptTest : public testing::Test {
         gl_.reset();
     }
 
+    /// Drops the context made last and waits for the end of its GL work: two queues must not call
+    /// through the recorder at the same time.
+    static void endLast(std::shared_ptr<MVRenderContext>& context) {
+        context.reset();
+        EXPECT_TRUE(MainThread::runUntil([] { return natives.back().expired(); }, 30));
+    }
+
     static std::shared_ptr<MVShader> makeShader() {
         auto shader = MVShader::initWithVertexShaderSourceFragmentShaderSource(
             "void main() { gl_Position = vec4(0.0); }",
@@ -205,14 +212,15 @@ TEST_F(MVApplicationKeptTest, whatGoesInAnUnrelatedContextLeavesThatAlone) {
 }
 
 TEST_F(MVApplicationKeptTest, inAnUnrelatedContextNothingOfItIsDrawn) {
-    const auto first = watched(MVRenderContext::init());
+    auto first = watched(MVRenderContext::init());
     MVRenderContext::mv_setActiveContext(first);
-    const auto shader = makeShader();
-    const auto image = filledImage(kOrange);
-    const auto second = watched(MVRenderContext::init());
+    auto shader = makeShader();
+    auto image = filledImage(kOrange);
+    first->mv_dispatchBlockSync([] {});
+    auto second = watched(MVRenderContext::init());
     MVRenderContext::mv_setActiveContext(second);
-    const auto ownShader = makeShader();
-    const auto ownImage = filledImage(kGreen);
+    auto ownShader = makeShader();
+    auto ownImage = filledImage(kGreen);
     ownShader->use();
     ownImage->use();
     shader->use();
@@ -227,6 +235,12 @@ TEST_F(MVApplicationKeptTest, inAnUnrelatedContextNothingOfItIsDrawn) {
     });
     EXPECT_EQ(shader->uniformLocation("u_color"), -1);
     second->setShader(nullptr);
+    ownShader.reset();
+    ownImage.reset();
+    endLast(second);
+    shader.reset();
+    image.reset();
+    first->mv_dispatchBlockSync([] {});
 }
 
 TEST_F(MVApplicationKeptTest, aMutableImageThatGetsPixelsElsewhereMovesThere) {
@@ -235,7 +249,7 @@ TEST_F(MVApplicationKeptTest, aMutableImageThatGetsPixelsElsewhereMovesThere) {
     auto image =
         MVMutableImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
             kOrange.data(), 1, 1, 1, 0, false, GL_RGBA);
-    const auto second = watched(MVRenderContext::init());
+    auto second = watched(MVRenderContext::init());
     MVRenderContext::mv_setActiveContext(second);
     image->replaceWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
         kGreen.data(), 1, 1, 1, 0, false, GL_RGBA);
@@ -250,6 +264,7 @@ TEST_F(MVApplicationKeptTest, aMutableImageThatGetsPixelsElsewhereMovesThere) {
     image.reset();
     second->mv_dispatchBlockSync([] {});
     EXPECT_THAT(gl_->liveObjects(), Not(Contains(Key("Textures"))));
+    endLast(second);
 }
 
 namespace {

@@ -171,9 +171,13 @@ constexpr const char* kFragment8 =
 /// Appends what printf makes of a format.
 template <class... Arguments>
 void append(std::string& text, const char* format, Arguments... arguments) {
-    char buffer[1024];
-    std::snprintf(buffer, sizeof buffer, format, arguments...);
-    text += buffer;
+    if constexpr (sizeof...(arguments) == 0) {
+        text += format;
+    } else {
+        char buffer[1024];
+        std::snprintf(buffer, sizeof buffer, format, arguments...);
+        text += buffer;
+    }
 }
 
 /// The same sources by another way: taps as they come, from the outside to the centre and back, and
