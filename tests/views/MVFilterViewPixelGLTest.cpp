@@ -417,7 +417,7 @@ TEST_F(MVFilterViewPixelTest, opacityAndAlphaFadeWhatIsDrawnIntoThePictureAndThe
 }
 
 TEST_F(MVFilterViewPixelTest, viewsAtAnyDepthAreSeenAsWithoutTheFilterView) {
-    const auto deep = [this]<class Holder>(std::shared_ptr<Holder> holder) {
+    const auto deep = []<class Holder>(std::shared_ptr<Holder> holder) {
         const auto window = windowOf({200, 200});
         window->addSubview(holder);
         place(*holder, {});
