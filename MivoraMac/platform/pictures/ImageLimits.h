@@ -14,9 +14,10 @@ struct ImageLimits {
     /// `ImageSource::kMaximumExtent` is refused besides.
     std::uint64_t pixels = std::uint64_t{1} << 26;
 
-    /// The most pixels that a vector picture (SVG) is drawn with: by default 16,777,216. They are
-    /// drawn at the size that the file states, in pixels of 1/96 inch. Layers and filters that are
-    /// drawn in passing may take sixteen times as many together.
+    /// The most pixels that a vector picture (SVG) is drawn with, and the most that the tiles of
+    /// its patterns may take: by default 16,777,216. They are drawn at the size that the file
+    /// states, in pixels of 1/96 inch. Layers and filters that are drawn in passing may take
+    /// sixteen times as many together.
     std::uint64_t vectorPixels = std::uint64_t{1} << 24;
 
     /// The most bytes of a vector picture's text: by default 4 MiB. Compressed ones are not read.

@@ -2,7 +2,7 @@
 #include <array>
 #include <cctype>
 #include <cstddef>
-#include <cstdlib>
+#include <limits>
 #include <optional>
 #include <span>
 #include <unordered_map>
@@ -12,6 +12,7 @@
 #include "MivoraMac/platform/pictures/ImageClaimPrivate.h"
 #include "MivoraMac/platform/pictures/ImageFormatPrivate.h"
 #include "MivoraMac/platform/pictures/VectorCheckPrivate.h"
+#include "MivoraMac/platform/pictures/VectorSizesPrivate.h"
 
 namespace Mivora::platform {
 
@@ -23,17 +24,20 @@ constexpr std::string_view kBlanks = " \t\r\n"sv;
 /// How deep elements may nest, those drawn by reference within those that refer to them: each level
 /// takes a part of the decoder's stack.
 constexpr std::uint64_t kMostDepth = 256;
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 /// One element, and what it draws besides its children.
 struct Element {
     std::vector<std::size_t> children;
     std::vector<std::string_view> references;
     bool isLayer = false;  ///< may have to be drawn apart before it is put on the rest
+    VectorSizes sizes;
     // Found by the sum.
     enum { New, Open, Done } state = New;
     std::uint64_t count = 0;
     std::uint64_t depth = 0;
     std::uint64_t layers = 0;
+    VectorBound bound;
 };
 
 struct Attribute {
@@ -233,6 +237,10 @@ class Reader {
         elements_.emplace_back();
         elements_[open_.back()].children.push_back(index);
         const std::string_view kind = withoutPrefix(name);
+        elements_[index].sizes.isPattern = kind == "pattern";
+        elements_[index].sizes.isMarker = kind == "marker";
+        elements_[index].sizes.isText = kind.starts_with("text") || kind == "tspan";
+        hasPatterns_ = hasPatterns_ || kind == "pattern";
         if (kind == "include") {
             return refuse("a part is in another file");
         }
@@ -255,8 +263,6 @@ class Reader {
     }
 
     bool readAttributes(std::size_t index, std::string_view kind, bool& isEmpty) {
-        double width = 0;
-        double height = 0;
         while (true) {
             skip(std::min(rest_.find_first_not_of(kBlanks), rest_.size()));
             if (rest_.empty() || rest_.front() == '>' || rest_.front() == '/') {
@@ -276,13 +282,50 @@ class Reader {
             if (!readAttribute(index, kind, attribute)) {
                 return false;
             }
-            if (kind == "pattern" && (attribute.name == "width" || attribute.name == "height")) {
-                (attribute.name == "width" ? width : height) =
-                    std::atof(std::string(attribute.value.substr(0, 64)).c_str());
-            }
+            readSizes(elements_[index].sizes, kind, attribute);
         }
-        return width * height <= static_cast<double>(limits_.vectorPixels) ||
-               refuse("the tile of a pattern has too many pixels");
+        return true;
+    }
+
+    /// What tells how large something is drawn.
+    void readSizes(VectorSizes& sizes, std::string_view kind, const Attribute& attribute) {
+        const std::string_view name = withoutPrefix(attribute.name);
+        const std::string_view value = attribute.value;
+        const bool isExtent = name == "width" || name == "height";
+        if (contains(name, "ransform") || (name == "style" && contains(value, "transform"))) {
+            sizes.scale *= largestScale(value);
+        } else if (name == "viewBox") {
+            sizes.viewBox = value;
+            units_.extent = std::max(units_.extent, largestLength(value).pixels);
+        } else if (value == "objectBoundingBox" || value == "userSpaceOnUse") {
+            const bool isRelative = value == "objectBoundingBox";
+            if (name == "patternUnits") {
+                sizes.saysUnits = true;
+                sizes.isRelative = isRelative;
+            } else {
+                sizes.contentIsRelative = sizes.contentIsRelative || isRelative;
+            }
+        } else if (isExtent) {
+            (name == "width" ? sizes.width : sizes.height) = largestLength(value);
+        }
+        const VectorLength extent = largestExtent(name, value);
+        units_.extent = std::max(units_.extent, extent.pixels);
+        if (kind != "pattern" && kind != "svg") {
+            sizes.extent.widenBy(extent);
+        }
+        if (name == "font-size" || name == "font" || (name == "style" && contains(value, "font"))) {
+            readFont(value);
+        }
+        if (name == "stroke-width" || (name == "style" && contains(value, "stroke-width"))) {
+            largestStroke_ = std::max(largestStroke_, largestLength(value).pixels);
+        }
+    }
+
+    void readFont(std::string_view style) {
+        const VectorLength size = largestLength(style);
+        // One relative to that of the element around it may grow with every level.
+        units_.font =
+            std::max(units_.font, size.percent == 0 && size.ems == 0 ? size.pixels : kInfinity);
     }
 
     bool readAttribute(std::size_t index, std::string_view kind, const Attribute& attribute) {
@@ -328,6 +371,11 @@ class Reader {
             return refuse("the style is written in a way that is not followed");
         }
         stylesAskForLayers_ = stylesAskForLayers_ || asksForLayer(text);
+        stylesTransform_ = stylesTransform_ || contains(text, "transform");
+        styleExtent_.widenBy(largestExtent("style", text));
+        if (contains(text, "font")) {
+            readFont(text);
+        }
         return readReferences(text, styleReferences_);
     }
 
@@ -406,6 +454,7 @@ class Reader {
         std::uint64_t count = 1;
         std::uint64_t depth = 0;
         std::uint64_t layers = 0;
+        VectorBound bound;
         const auto add = [&](std::size_t other) {
             if (!sumUp(other, level + 1)) {
                 return false;
@@ -414,6 +463,7 @@ class Reader {
             count += part.count;
             depth = std::max(depth, part.depth);
             layers = std::max(layers, part.layers);
+            bound.add(part.bound);
             return count <= limits_.vectorElements || refuseTooMany();
         };
         for (const std::size_t child : element.children) {
@@ -430,13 +480,68 @@ class Reader {
         element.count = count;
         element.depth = depth + 1;
         element.layers = layers + (element.isLayer || stylesAskForLayers_ ? 1 : 0);
+        element.bound = hasPatterns_ ? withTiles(index, bound) : VectorBound();
         element.state = Element::Done;
         return element.depth <= kMostDepth || refuse("elements are nested too deep");
     }
 
+    /// What an element may grow to, which draws parts of that size.
+    VectorBound withTiles(std::size_t index, VectorBound bound) {
+        Element& element = elements_[index];
+        VectorSizes& sizes = element.sizes;
+        const double extent = units_.pixelsOf(sizes.extent) + units_.pixelsOf(styleExtent_);
+        bound.extent = std::max(bound.extent, sizes.isText ? kInfinity : extent);
+        const auto fill = [&](std::string_view reference) {
+            const auto found = identified_.find(reference);
+            if (found == identified_.end() || !elements_[found->second].sizes.isPattern) {
+                return;
+            }
+            const Element& pattern = elements_[found->second];
+            if (sizes.isPattern) {
+                sizes.inherit(pattern.sizes);
+            }
+            bound.fillWith(pattern.sizes, pattern.bound, units_);
+        };
+        std::for_each(element.references.begin(), element.references.end(), fill);
+        std::for_each(styleReferences_.begin(), styleReferences_.end(), fill);
+        bound.magnify(sizes.scale * scaleOfViewBox(index));
+        return bound;
+    }
+
+    /// What a "viewBox" magnifies the content of an element by.
+    double scaleOfViewBox(std::size_t index) const {
+        constexpr std::size_t kRoot = 1;
+        const VectorSizes& sizes = elements_[index].sizes;
+        const double stroke = sizes.isMarker ? std::max(largestStroke_, 1.0) : 1;
+        if (sizes.viewBox.empty()) {
+            return stroke;
+        }
+        if (index == kRoot) {
+            // A size that it does not state is that of the box.
+            const VectorUnits whole{0, units_.font};
+            const double scale = largestViewBoxScale(sizes.viewBox, whole.pixelsOf(sizes.width),
+                                                     whole.pixelsOf(sizes.height));
+            return scale > 0 ? scale : 1;
+        }
+        return stroke * largestViewBoxScale(sizes.viewBox, units_.extent, units_.extent);
+    }
+
     bool sumUp(VectorClaim& claim) {
+        for (const std::string_view reference : styleReferences_) {
+            const auto found = identified_.find(reference);
+            if (found != identified_.end() && !sumUp(found->second, 0)) {
+                return false;
+            }
+        }
         if (!sumUp(0, 0)) {
             return false;
+        }
+        if (hasPatterns_ && stylesTransform_) {
+            return refuse("the style is written in a way that is not followed");
+        }
+        const double tilePixels = elements_[0].bound.tilePixels;
+        if (!(tilePixels <= static_cast<double>(limits_.vectorPixels))) {
+            return refuse("the tiles of patterns may have too many pixels");
         }
         // What a style refers to may be drawn with every element.
         std::uint64_t perElement = 1;
@@ -468,6 +573,11 @@ class Reader {
     bool isInStyle_ = false;
     bool stylesAskForLayers_ = false;
     std::size_t filterSteps_ = 0;  // of the longest filter
+    bool hasPatterns_ = false;
+    bool stylesTransform_ = false;
+    VectorLength styleExtent_;
+    double largestStroke_ = 0;
+    VectorUnits units_;
     std::uint64_t embeddedPixels_ = 0;
     std::size_t longestEntity_ = 0;
     std::size_t replaced_ = 0;

@@ -17,9 +17,10 @@ struct VectorClaim {
 };
 
 /// Reads the text of an SVG file: how many elements it has, counting those that are drawn by
-/// reference as often as they are, how deep they nest, and what embedded pictures claim. Files that
-/// could say it in ways that are not followed are refused: those with entities that hold more than
-/// plain text, parts of other files, or parts that contain themselves.
+/// reference as often as they are, how deep they nest, what embedded pictures claim, and how large
+/// the tiles of patterns may become. Files that could say it in ways that are not followed are
+/// refused: those with entities that hold more than plain text, parts of other files, or parts that
+/// contain themselves.
 ///
 /// Time and memory go with the length of the text.
 MIVORA_EXPORT VectorClaim vectorClaim(std::string_view text, const ImageLimits& limits);

@@ -153,6 +153,69 @@ TEST_F(VectorImageTest, layersAndStepsOfFiltersCountAsPictures) {
     expectFailure(large, "larger than the limit of");
 }
 
+TEST_F(VectorImageTest, theTilesOfPatternsAreLimitedHoweverTheyAreMagnified) {
+    const auto pattern = [](const std::string& name, const std::string& attributes) {
+        return "<pattern id='" + name + "' " + attributes +
+               "><rect width='9' height='9'/></pattern>";
+    };
+    const std::string kFilled = "<rect width='1' height='1' fill='url(#p)'/>";
+    const auto filled = [&](const std::string& tile, const std::string& around,
+                            const std::string& shape = "width='10' height='8'") {
+        return svg(pattern("p", tile) + "<g " + around + "><rect " + shape +
+                   " fill='url(#p)'/></g>");
+    };
+    const std::string kUnits = "patternUnits='userSpaceOnUse' ";
+    const std::string kSmall = kUnits + "width='5' height='5'";
+    const char* const kReason = "tiles of patterns";
+
+    EXPECT_NE(load(filled(kSmall, "")).image, nullptr);
+    EXPECT_NE(load(filled(kSmall, "transform='matrix(0 90,-90 0 1 1)'")).image, nullptr);
+    EXPECT_NE(load(filled(kSmall, "transform='scale(900) scale(.01)'")).image, nullptr);
+    expectFailure(filled(kUnits + "width='5000' height='5000'", ""), kReason);
+    expectFailure(filled(kUnits + "width='90in' height='5000'", ""), kReason);
+    expectFailure(filled(kSmall, "transform='translate(3) scale(900)'"), kReason);
+    expectFailure(filled(kSmall, "transform='scale(90) matrix(0 90 -90 0 1 1)'"), kReason);
+    expectFailure(filled(kSmall, "transform='skewX(89.99)'"), kReason);
+    expectFailure(filled(kSmall, "style='transform: scale(900)'"), kReason);
+    expectFailure(filled(kSmall + " patternTransform='scale(900)'", ""), kReason);
+
+    // Relative to the shape, as it is unless it says so.
+    EXPECT_NE(load(filled("width='.5' height='.5'", "")).image, nullptr);
+    EXPECT_NE(load(filled("width='100%' height='50%'", "")).image, nullptr);
+    expectFailure(filled("width='.5' height='.5'", "transform='scale(2000)'"), kReason);
+    expectFailure(filled("width='.5' height='.5'", "", "width='9000' height='9000'"), kReason);
+    expectFailure(filled("width='9000' height='900'", ""), kReason);
+    for (const char* const path : {"M0 0H9000V9000Z", "m1 2 3e999 4", "M0 0A9000 9000 0 0 0 1 1"}) {
+        expectFailure(
+            svg(pattern("p", "width='1' height='1'") + "<path fill='url(#p)' d='" + path + "'/>"),
+            kReason);
+    }
+    expectFailure(svg(pattern("p", "width='1' height='1'") + "<text fill='url(#p)'>a</text>"),
+                  kReason);
+
+    // By way of others.
+    expectFailure(svg(pattern("q", kUnits + "width='5000' height='5000'") +
+                      "<pattern id='p' xlink:href='#q'/>" + kFilled),
+                  kReason);
+    expectFailure(svg(pattern("p", kSmall) + "<g id='g'>" + kFilled +
+                      "</g><use transform='scale(900)' xlink:href='#g'/>"),
+                  kReason);
+    expectFailure(
+        svg(pattern("p", kSmall) + "<g fill='url(#p)'><rect transform='scale(900)'/></g>"),
+        kReason);
+    expectFailure(svg(pattern("p", kSmall) + "<svg viewBox='0 0 .01 .01'>" + kFilled + "</svg>"),
+                  kReason);
+    expectFailure(svg(pattern("p", kSmall) +
+                      "<style>rect { fill: url(#p) }</style><g transform='scale(900)'><rect/></g>"),
+                  kReason);
+    expectFailure(
+        svg(pattern("p", kSmall) + "<style>rect { transform: scale(900) }</style>" + kFilled),
+        "style");
+    std::string magnified = filled(kSmall, "");
+    magnified.insert(magnified.find("width=\"10\""), "viewBox='0 0 .01 .008' ");
+    expectFailure(magnified, kReason);
+}
+
 TEST_F(VectorImageTest, thePixelsOfEmbeddedPicturesAreLimited) {
     const auto with = [&](const std::string& data) {
         return svg("<image width=\"10\" height=\"8\" xlink:href=\"" + data + "\"/>");
