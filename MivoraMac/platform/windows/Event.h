@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "MivoraMac/platform/base/Rect.h"
@@ -9,8 +10,8 @@
 
 namespace Mivora::platform {
 
-/// Something that the pointer or fingers did over a native view, as the host reports it. Hosts make
-/// events, share them, and change them no more.
+/// Something that the pointer or fingers did over a native view, or the keyboard within it, as the
+/// host reports it. Hosts make events, share them, and change them no more.
 struct Event {
     /// What happened.
     enum class Type {
@@ -31,6 +32,8 @@ struct Event {
         TouchesMoved,
         TouchesEnded,      ///< fingers are lifted
         TouchesCancelled,  ///< the system has taken fingers over
+        KeyDown,           ///< a key is pressed, or repeats while it is held
+        KeyUp,             ///< a key is let go, or the keyboard has gone elsewhere meanwhile
     };
 
     /// A part of a gesture of scrolling. The values are bits, so that hosts can pass on what they
@@ -67,7 +70,8 @@ struct Event {
     /// them.
     std::vector<Touch> touches;
 
-    /// The modifier keys that are held meanwhile. A key that is pressed or let go makes no event.
+    /// The modifier keys that are held meanwhile; of a modifier key itself, those that were held
+    /// before. A change of them makes no event of the pointer.
     Modifiers modifiers;
 
     /// How many presses in quick succession this press or release is part of: 2 for a double
@@ -85,6 +89,18 @@ struct Event {
     Phase phase = PhaseNone;
     /// Of the momentum after the fingers have left. None for a wheel and for fingers.
     Phase momentumPhase = PhaseNone;
+
+    /// What is on the key, under the modifiers at hand; see `KeySymbol`. 0 for other events.
+    std::uint32_t key = 0;
+    /// Which key of the keyboard it is, by a number of the host's: what is on a key may differ
+    /// between its press and its release. 0 where the host cannot tell.
+    std::uint32_t keyCode = 0;
+    /// What a press writes, as UTF-8: after dead keys and composed characters what results. Empty
+    /// for a key that writes nothing, for control characters, with Control or Alt, and for
+    /// releases.
+    std::string text;
+    /// Whether a press is that of a key that has been held for a while.
+    bool isRepeat = false;
 };
 
 }  // namespace Mivora::platform

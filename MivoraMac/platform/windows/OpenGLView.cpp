@@ -33,6 +33,9 @@ OpenGLView::Peer::~Peer() = default;
 
 void OpenGLView::Peer::openGLContextDidChange() {}
 void OpenGLView::Peer::viewIsGoing() {}
+void OpenGLView::Peer::elementsDidChange() {}
+void OpenGLView::Peer::focusElement(std::uint64_t /*identifier*/) {}
+void OpenGLView::Peer::cursorDidChange() {}
 
 OpenGLView::OpenGLView() : backingScaleFactor_(Screen::mainScreen()->backingScaleFactor()) {}
 
@@ -110,47 +113,98 @@ void OpenGLView::deliver(const std::shared_ptr<const Event>& event) {
     runLogged(dispatch);
 }
 
-void OpenGLView::dispatch(const std::shared_ptr<const Event>& event) {
+bool OpenGLView::deliverKey(const std::shared_ptr<const Event>& event) {
+    if (!event || (event->type != Event::Type::KeyDown && event->type != Event::Type::KeyUp)) {
+        return false;
+    }
+    const std::shared_ptr<View> kept = weak_from_this().lock();
+    bool isHandled = false;
+    const auto dispatch = [&] { isHandled = this->dispatch(event); };
+    runLogged(dispatch);
+    return isHandled;
+}
+
+/// @return whether it was a key that the view had a use for
+bool OpenGLView::dispatch(const std::shared_ptr<const Event>& event) {
     switch (event->type) {
         case Event::Type::MouseDown:
-            return mouseDown(event);
+            mouseDown(event);
+            break;
         case Event::Type::MouseDragged:
-            return mouseDragged(event);
+            mouseDragged(event);
+            break;
         case Event::Type::MouseUp:
-            return mouseUp(event);
+            mouseUp(event);
+            break;
         case Event::Type::RightMouseDown:
-            return rightMouseDown(event);
+            rightMouseDown(event);
+            break;
         case Event::Type::RightMouseDragged:
-            return rightMouseDragged(event);
+            rightMouseDragged(event);
+            break;
         case Event::Type::RightMouseUp:
-            return rightMouseUp(event);
+            rightMouseUp(event);
+            break;
         case Event::Type::MiddleMouseDown:
-            return middleMouseDown(event);
+            middleMouseDown(event);
+            break;
         case Event::Type::MiddleMouseDragged:
-            return middleMouseDragged(event);
+            middleMouseDragged(event);
+            break;
         case Event::Type::MiddleMouseUp:
-            return middleMouseUp(event);
+            middleMouseUp(event);
+            break;
         case Event::Type::MouseEntered:
-            return isTracked(*this, *event, TrackingArea::MouseEnteredAndExited)
-                       ? mouseEntered(event)
-                       : void();
+            if (isTracked(*this, *event, TrackingArea::MouseEnteredAndExited)) {
+                mouseEntered(event);
+            }
+            break;
         case Event::Type::MouseMoved:
-            return isTracked(*this, *event, TrackingArea::MouseMoved) ? mouseMoved(event) : void();
+            if (isTracked(*this, *event, TrackingArea::MouseMoved)) {
+                mouseMoved(event);
+            }
+            break;
         case Event::Type::MouseExited:
-            return isTracked(*this, *event, TrackingArea::MouseEnteredAndExited)
-                       ? mouseExited(event)
-                       : void();
+            if (isTracked(*this, *event, TrackingArea::MouseEnteredAndExited)) {
+                mouseExited(event);
+            }
+            break;
         case Event::Type::ScrollWheel:
-            return scrollWheel(event);
+            scrollWheel(event);
+            break;
         case Event::Type::TouchesBegan:
-            return touchesBegan(event);
+            touchesBegan(event);
+            break;
         case Event::Type::TouchesMoved:
-            return touchesMoved(event);
+            touchesMoved(event);
+            break;
         case Event::Type::TouchesEnded:
-            return touchesEnded(event);
+            touchesEnded(event);
+            break;
         case Event::Type::TouchesCancelled:
-            return touchesCancelled(event);
+            touchesCancelled(event);
+            break;
+        case Event::Type::KeyDown:
+            return keyDown(event);
+        case Event::Type::KeyUp:
+            return keyUp(event);
     }
+    return false;
+}
+
+std::vector<Element> OpenGLView::elements() {
+    return {};
+}
+
+void OpenGLView::elementDidFocus(std::uint64_t /*identifier*/) {}
+void OpenGLView::elementDidBlur(std::uint64_t /*identifier*/) {}
+
+bool OpenGLView::performAction(std::uint64_t /*identifier*/, std::size_t /*index*/) {
+    return false;
+}
+
+std::string OpenGLView::cursorName() const {
+    return {};
 }
 
 void OpenGLView::settleInWindow() {
@@ -214,5 +268,13 @@ void OpenGLView::touchesBegan(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::touchesMoved(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::touchesEnded(const std::shared_ptr<const Event>& /*event*/) {}
 void OpenGLView::touchesCancelled(const std::shared_ptr<const Event>& /*event*/) {}
+
+bool OpenGLView::keyDown(const std::shared_ptr<const Event>& /*event*/) {
+    return false;
+}
+
+bool OpenGLView::keyUp(const std::shared_ptr<const Event>& /*event*/) {
+    return false;
+}
 
 }  // namespace Mivora::platform

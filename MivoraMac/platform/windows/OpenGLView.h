@@ -1,12 +1,15 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "MivoraMac/Export.h"
 #include "MivoraMac/platform/base/Rect.h"
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/pictures/Picture.h"
+#include "MivoraMac/platform/windows/Element.h"
 #include "MivoraMac/platform/windows/Event.h"
 #include "MivoraMac/platform/windows/View.h"
 
@@ -29,7 +32,8 @@ struct TrackingArea {
     unsigned options = 0;
 };
 
-/// A native view that shows what a GL context draws, and whose subclass takes the pointer's events.
+/// A native view that shows what a GL context draws, and whose subclass takes the events of the
+/// pointer and of the keyboard.
 ///
 /// A host shows the view on the screen, keeps bounds and scale what they are there, and delivers
 /// events. Where there is no desktop, the program does (see `HeadlessWindow`, `HeadlessPointer`).
@@ -99,6 +103,14 @@ class MIVORA_EXPORT OpenGLView : public View, public GLContextView {
     /// for the call; what a hook throws is logged.
     void deliver(const std::shared_ptr<const Event>& event);
 
+    /// `deliver` for a key that is pressed or let go, which tells whether the view had a use for
+    /// it. What the view has none for, nor for what is no key or null, belongs to the toolkit.
+    ///
+    /// A host delivers what comes while the keyboard's focus is in the view or in an element of it,
+    /// but not what a native view within it keeps for itself; and, when the keyboard goes elsewhere
+    /// while keys are held, their releases.
+    bool deliverKey(const std::shared_ptr<const Event>& event);
+
     /// What a host has on the screen for this view.
     class MIVORA_EXPORT Peer {
      public:
@@ -109,7 +121,49 @@ class MIVORA_EXPORT OpenGLView : public View, public GLContextView {
         virtual void openGLContextDidChange();
         /// The view is being destroyed and is no longer to be used. Nothing here.
         virtual void viewIsGoing();
+        /// `elements` may answer something else: at most once a frame. Nothing here.
+        virtual void elementsDidChange();
+        /// The view has moved the keyboard's focus to an element, or taken it off all of them,
+        /// which leaves it with the view itself if it is there. `elements` may know it only from
+        /// now on. A host that is there already does nothing. Nothing here.
+        /// @param identifier  0 for none
+        virtual void focusElement(std::uint64_t identifier);
+        /// `cursorName` answers something else. Nothing here.
+        virtual void cursorDidChange();
     };
+
+    /// @}
+    /// @name Elements, for hosts
+    /// What of the view the keyboard reaches and assistive technology shows. The view decides which
+    /// element has the focus and tells the peer; a host whose toolkit moves it tells the view. To
+    /// say what is so already does nothing, so that the two do not chase each other.
+    /// @{
+
+    /// All of them in the order of reading, which is that of the Tab key among those that are
+    /// focusable and those with a native view: parents before what is in them. None here, and for
+    /// programs that have none: their hosts make nothing.
+    virtual std::vector<Element> elements();
+
+    /// The keyboard's focus has come to an element by the toolkit's doing: the Tab key, assistive
+    /// technology, or a press on a native view. Nothing here, and for an unknown identifier.
+    virtual void elementDidFocus(std::uint64_t identifier);
+
+    /// The focus has left an element for something that is none. Not where the window as a whole
+    /// has gone to the background. Nothing here, and for one that has no focus.
+    virtual void elementDidBlur(std::uint64_t identifier);
+
+    /// Does what an element's action says.
+    /// @param index  in `Element::actions`
+    /// @return whether there is such an action. There is none here
+    virtual bool performAction(std::uint64_t identifier, std::size_t index);
+
+    /// The shape that the pointer has over the view, by its name in CSS, such as "pointer" or
+    /// "grab"; empty for the desktop's usual one, as here.
+    virtual std::string cursorName() const;
+
+    /// @}
+    /// @name For hosts
+    /// @{
 
     /// What the host has on the screen for this view; null for nothing.
     Peer* peer() const { return peer_; }
@@ -156,13 +210,18 @@ class MIVORA_EXPORT OpenGLView : public View, public GLContextView {
     virtual void touchesEnded(const std::shared_ptr<const Event>& event);
     virtual void touchesCancelled(const std::shared_ptr<const Event>& event);
 
+    /// What the keyboard did.
+    /// @return whether the view had a use for it; false here
+    virtual bool keyDown(const std::shared_ptr<const Event>& event);
+    virtual bool keyUp(const std::shared_ptr<const Event>& event);
+
     /// @}
 
     void boundsDidChange() override;
     void subviewsDidChange() override;
 
  private:
-    void dispatch(const std::shared_ptr<const Event>& event);
+    bool dispatch(const std::shared_ptr<const Event>& event);
     void settleInWindow() override;
     bool takeBackingScaleFactor(double factor);
     void shape();

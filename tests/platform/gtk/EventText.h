@@ -63,6 +63,10 @@ inline std::string text(const std::vector<platform::Event>& events) {
                 return "touches-ended";
             case Event::Type::TouchesCancelled:
                 return "touches-cancelled";
+            case Event::Type::KeyDown:
+                return "key-down";
+            case Event::Type::KeyUp:
+                return "key-up";
         }
         return "unknown";
     };

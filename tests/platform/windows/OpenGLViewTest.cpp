@@ -6,10 +6,12 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
 #include "MivoraMac/platform/windows/Screen.h"
+#include "tests/platform/base/LogCapture.h"
 #include "tests/platform/base/ScopedEnvironment.h"
 #include "tests/platform/gl/FakeGLContext.h"
 #include "tests/platform/windows/RecordingOpenGLView.h"
@@ -234,7 +236,7 @@ TEST_F(OpenGLViewTest, eachEventReachesTheHookOfItsType) {
           Type::RightMouseDragged, Type::RightMouseUp, Type::MiddleMouseDown,
           Type::MiddleMouseDragged, Type::MiddleMouseUp, Type::MouseEntered, Type::MouseMoved,
           Type::MouseExited, Type::ScrollWheel, Type::TouchesBegan, Type::TouchesMoved,
-          Type::TouchesEnded, Type::TouchesCancelled}) {
+          Type::TouchesEnded, Type::TouchesCancelled, Type::KeyDown, Type::KeyUp}) {
         view.deliver(eventOf(type, 10, 20));
     }
     EXPECT_THAT(view.log,
@@ -243,7 +245,44 @@ TEST_F(OpenGLViewTest, eachEventReachesTheHookOfItsType) {
                             "middleMouseDown 10,20", "middleMouseDragged 10,20",
                             "middleMouseUp 10,20", "mouseEntered 10,20", "mouseMoved 10,20",
                             "mouseExited 10,20", "scrollWheel 10,20", "touchesBegan 10,20",
-                            "touchesMoved 10,20", "touchesEnded 10,20", "touchesCancelled 10,20"));
+                            "touchesMoved 10,20", "touchesEnded 10,20", "touchesCancelled 10,20",
+                            "keyDown 10,20", "keyUp 10,20"));
+}
+
+TEST_F(OpenGLViewTest, aKeyThatTheViewHasNoUseForIsTheToolkits) {
+    RecordingOpenGLView view;
+    for (const Event::Type type : {Event::Type::KeyDown, Event::Type::KeyUp}) {
+        view.hasUseForKeys = true;
+        EXPECT_TRUE(view.deliverKey(eventOf(type, 10, 20)));
+        view.hasUseForKeys = false;
+        EXPECT_FALSE(view.deliverKey(eventOf(type, 10, 20)));
+    }
+    EXPECT_THAT(view.taken(),
+                ElementsAre("keyDown 10,20", "keyDown 10,20", "keyUp 10,20", "keyUp 10,20"));
+    view.hasUseForKeys = true;
+    EXPECT_FALSE(view.deliverKey(nullptr));
+    EXPECT_FALSE(view.deliverKey(eventOf(Event::Type::MouseDown, 10, 20)));
+    EXPECT_THAT(view.log, IsEmpty());
+    EXPECT_FALSE(OpenGLView().deliverKey(eventOf(Event::Type::KeyDown, 10, 20)));
+}
+
+TEST_F(OpenGLViewTest, aKeyWhoseHookThrowsIsTheToolkitsAndTheLogSaysSo) {
+    RecordingOpenGLView view;
+    view.hasUseForKeys = true;
+    view.reaction = [](const std::string&) { throw std::runtime_error("no such key"); };
+    const Mivora::tests::LogCapture log;
+    EXPECT_FALSE(view.deliverKey(eventOf(Event::Type::KeyDown, 10, 20)));
+    ASSERT_EQ(log.lines().size(), 1U);
+    EXPECT_THAT(log.lines().front().second, testing::HasSubstr("no such key"));
+}
+
+TEST_F(OpenGLViewTest, aPlainViewHasNoElementsAndTheUsualCursor) {
+    OpenGLView view;
+    EXPECT_THAT(view.elements(), IsEmpty());
+    EXPECT_FALSE(view.performAction(1, 0));
+    EXPECT_EQ(view.cursorName(), "");
+    view.elementDidFocus(1);
+    view.elementDidBlur(1);
 }
 
 TEST_F(OpenGLViewTest, theEventArrivesAsItIs) {
@@ -317,7 +356,7 @@ TEST_F(OpenGLViewTest, aViewLivesAsLongAsAnEventIsDelivered) {
 TEST_F(OpenGLViewTest, byDefaultEventsDoNothingAndTheViewIsTransparent) {
     OpenGLView view;
     view.addTrackingArea(std::make_shared<const TrackingArea>(TrackingArea{{0, 0, 50, 50}, ~0U}));
-    for (int type = 0; type <= static_cast<int>(Event::Type::ScrollWheel); ++type) {
+    for (int type = 0; type <= static_cast<int>(Event::Type::KeyUp); ++type) {
         view.deliver(eventOf(static_cast<Event::Type>(type), 1, 1));
     }
     EXPECT_FALSE(view.isOpaque());

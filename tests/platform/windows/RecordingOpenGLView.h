@@ -21,6 +21,8 @@ class RecordingOpenGLView : public platform::OpenGLView {
     std::vector<EventPointer> events;
     /// Called after every hook, with its bare name.
     std::function<void(const std::string& hook)> reaction;
+    /// What the hooks of keys answer.
+    bool hasUseForKeys = false;
 
     /// The lines since the last call.
     std::vector<std::string> taken() { return std::exchange(log, {}); }
@@ -60,6 +62,14 @@ class RecordingOpenGLView : public platform::OpenGLView {
     void touchesMoved(const EventPointer& event) override { record("touchesMoved", event); }
     void touchesEnded(const EventPointer& event) override { record("touchesEnded", event); }
     void touchesCancelled(const EventPointer& event) override { record("touchesCancelled", event); }
+    bool keyDown(const EventPointer& event) override {
+        record("keyDown", event);
+        return hasUseForKeys;
+    }
+    bool keyUp(const EventPointer& event) override {
+        record("keyUp", event);
+        return hasUseForKeys;
+    }
 
  private:
     void record(const std::string& hook, const EventPointer& event = nullptr) {
