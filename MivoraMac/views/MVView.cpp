@@ -8,6 +8,7 @@
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/threads/MainThreadAssertPrivate.h"
 #include "MivoraMac/platform/windows/Screen.h"
+#include "MivoraMac/views/MVViewRareStatePrivate.h"
 #include "MivoraMac/views/MVViewTreePrivate.h"
 #include "MivoraMac/views/MVWindow.h"
 
@@ -66,13 +67,25 @@ MVView::~MVView() {
         *backPointer_ = nullptr;
     }
     forgetCurrentDrawing();
-    if (stencilView_ != nullptr) {
-        std::erase(stencilView_->masked_, this);
-        releaseWithoutRecursion(std::move(stencilView_));
+    if (rare_ != nullptr && rare_->stencilView != nullptr) {
+        std::erase(rare_->stencilView->rareStateToChange().masked, this);
+        releaseWithoutRecursion(std::move(rare_->stencilView));
     }
     if (subviews_ != nullptr) {
         releaseWithoutRecursion(std::move(subviews_));
     }
+}
+
+const MVView::RareState& MVView::rareState() const {
+    static const RareState& none = *new RareState;  // read by views that outlive statics
+    return rare_ != nullptr ? *rare_ : none;
+}
+
+MVView::RareState& MVView::rareStateToChange() {
+    if (rare_ == nullptr) {
+        rare_ = std::make_unique<RareState>();
+    }
+    return *rare_;
 }
 
 // Tree
@@ -134,7 +147,7 @@ void MVView::insertSubviewAtIndex(std::shared_ptr<MVView> view, std::int64_t ind
 
 void MVView::removeFromSuperview() {
     if (MVView* const superview = superviewPointer();
-        superview != nullptr && superview->stencilView_.get() == this) {
+        superview != nullptr && superview->rareState().stencilView.get() == this) {
         const std::shared_ptr<MVView> self = shared_from_this();
         superview->setStencilView(nullptr);
         mv_setSuperview(nullptr);
@@ -218,7 +231,7 @@ void MVView::checkCanBecomeSubview(const MVView* view, const char* operation) co
 bool MVView::isInside(const MVView* view) const {
     // Only a view that something was ever placed in can be above this one: building a deep tree
     // from the top does not walk up for every leaf.
-    if (view->backPointer_ == nullptr && view->stencilView_ == nullptr) {
+    if (view->backPointer_ == nullptr && view->rareState().stencilView == nullptr) {
         return false;
     }
     std::vector<const MVView*> others;  // further ways up
@@ -226,14 +239,15 @@ bool MVView::isInside(const MVView* view) const {
     const MVView* above = this;
     for (;;) {
         for (; above != nullptr && above != view; above = above->superviewPointer()) {
-            if (above->masked_.empty()) {
+            const std::vector<MVView*>& masked = above->rareState().masked;
+            if (masked.empty()) {
                 continue;
             }
             if (!masking.insert(above).second) {
                 above = nullptr;
                 break;
             }
-            others.insert(others.end(), above->masked_.begin(), above->masked_.end());
+            others.insert(others.end(), masked.begin(), masked.end());
         }
         if (above != nullptr || others.empty()) {
             return above != nullptr;

@@ -24,10 +24,6 @@ class MVWindow;
 struct MVMaker;
 struct MVViewTree;
 
-namespace Mivora::platform {
-class SerialQueue;
-}
-
 /// A list of views. Views never change one that somebody else holds: they replace it.
 using MVViewArray = std::vector<std::shared_ptr<MVView>>;
 
@@ -324,7 +320,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// limit. It is placed in this view like a subview but drawn into the stencil only, unless it
     /// is on the list of subviews as well. While it is hidden there is no limit. Limits nest as
     /// deep as the window's surface has stencil bits; deeper ones are ignored.
-    std::shared_ptr<MVView> stencilView() const { return stencilView_; }
+    std::shared_ptr<MVView> stencilView() const;
 
     /// Sets the stencil view. One without a superview is placed in this view; one that is placed
     /// elsewhere stays there. Replacing a stencil view by another leaves the old one placed in this
@@ -350,7 +346,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     void setMouseHoverEnabled(bool enabled) { mouseHoverEnabled_ = enabled; }
 
     /// The plane that pointers are met on, in this view's content space; z = 0 by default.
-    Mivora::Plane interactionPlane() const { return interactionPlane_; }
+    Mivora::Plane interactionPlane() const;
     /// Changes the plane. An equal one does nothing; no redraw is asked for.
     void setInteractionPlane(const Mivora::Plane& plane);
 
@@ -543,10 +539,10 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// Rebuilds the effective opacity if it is marked, with the ancestors' first.
     void mv_buildEffectiveOpacity();
 
-    /// Stores the wish for a layout, on this view's layout queue, which is made for the first one.
+    /// Stores the wish for a layout. Thread: any.
     void mv_setLayoutDirty();
     /// Whether there is such a wish. Thread: any.
-    bool mv_isLayoutDirty() const { return layoutDirty_.load(std::memory_order_relaxed); }
+    bool mv_isLayoutDirty() const { return layoutDirty_.load(std::memory_order_acquire); }
 
     /// See `layoutSubviewsIfNeeded`.
     void mv_layoutSubviewsIfNeeded();
@@ -642,11 +638,13 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     MVShaderMatrices mv_shaderMatrices() override;
     void mv_readQuadMatrices(glm::mat4& projection, glm::mat4& transform) override;
 
-    struct StencilCache;
+    struct RareState;
+    const RareState& rareState() const;
+    RareState& rareStateToChange();
 
     // What every visit of every frame reads stands together.
     mutable std::shared_ptr<MVViewArray> subviews_;  ///< Null while empty; see `subviewArray`.
-    std::shared_ptr<MVView> stencilView_;
+    std::unique_ptr<RareState> rare_;  ///< Null until needed; see `rareState`.
     bool hidden_ = false;
     std::atomic<bool> layoutDirty_{false};
 
@@ -685,14 +683,4 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
 
     glm::mat4 localTransformMatrix_{1.0F};
     glm::mat4 transformMatrix_{1.0F};
-
-    std::shared_ptr<Mivora::platform::SerialQueue> layoutDispatchQueue_;
-    std::shared_ptr<StencilCache> stencilStateCache_;  ///< Null until first masked.
-
-    Mivora::Plane interactionPlane_{{0.0F, 0.0F, 1.0F}, 0.0F};
-    std::shared_ptr<MVGestureRecognizerArray> gestureRecognizers_;  ///< Null while empty.
-
-    std::vector<MVView*> masked_;  ///< The views whose stencil view this is.
-
-    std::unique_ptr<std::string> debugName_;  ///< Null while empty.
 };

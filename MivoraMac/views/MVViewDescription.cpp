@@ -5,6 +5,7 @@
 
 #include "MivoraMac/platform/base/ClassNamePrivate.h"
 #include "MivoraMac/views/MVView.h"
+#include "MivoraMac/views/MVViewRareStatePrivate.h"
 #include "MivoraMac/views/MVViewTreePrivate.h"
 
 namespace {
@@ -39,11 +40,13 @@ void writeUnless(std::ostream& out, const char* name, const Value& value, const 
 }  // namespace
 
 std::string MVView::debugName() const {
-    return debugName_ != nullptr ? *debugName_ : "";
+    return rareState().debugName;
 }
 
 void MVView::setDebugName(const std::string& name) {
-    debugName_ = name.empty() ? nullptr : std::make_unique<std::string>(name);
+    if (rareState().debugName != name) {
+        rareStateToChange().debugName = name;
+    }
 }
 
 std::string MVView::describe() const {
@@ -52,8 +55,8 @@ std::string MVView::describe() const {
     MVViewTree::visitSubtree(
         const_cast<MVView&>(*this), [&out](const MVView& view, std::size_t depth) {
             out << std::string(depth * 2, ' ') << Mivora::platform::classNameOf(typeid(view));
-            if (view.debugName_ != nullptr) {
-                out << " \"" << *view.debugName_ << '"';
+            if (const std::string& name = view.rareState().debugName; !name.empty()) {
+                out << " \"" << name << '"';
             }
             const Mivora::Point3 zero = Mivora::Point3::kZero;
             writeUnless(out, "position", view.position_, zero);

@@ -11,6 +11,7 @@
 #include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/platform/threads/MainThreadAssertPrivate.h"
 #include "MivoraMac/views/MVView.h"
+#include "MivoraMac/views/MVViewRareStatePrivate.h"
 
 using Mivora::Float4;
 
@@ -91,11 +92,15 @@ bool MVView::contentBoxContains(Mivora::Point3 p) const {
 
 // Interaction plane
 
+Mivora::Plane MVView::interactionPlane() const {
+    return rareState().interactionPlane;
+}
+
 void MVView::setInteractionPlane(const Mivora::Plane& plane) {
-    if (interactionPlane_ == plane) {
+    if (rareState().interactionPlane == plane) {
         return;
     }
-    interactionPlane_ = plane;
+    rareStateToChange().interactionPlane = plane;
     worldInteractionPlaneDirty_ = true;
 }
 
@@ -107,7 +112,7 @@ Mivora::Plane MVView::worldInteractionPlane() {
 void MVView::mv_buildWorldInteractionPlane() {
     if (worldInteractionPlaneDirty_) {
         const glm::mat4 matrix = transformMatrix();
-        worldInteractionPlane_ = MVPlaneApplyTransform(interactionPlane_, matrix);
+        worldInteractionPlane_ = MVPlaneApplyTransform(rareState().interactionPlane, matrix);
         // Building the matrix runs hooks, which may have moved the view again.
         worldInteractionPlaneDirty_ = transformMatrixDirty_;
     }
@@ -127,8 +132,8 @@ Mivora::Point3 MVView::mv_locationOfRay(const Mivora::Ray3& ray) {
 // Gesture recognizers
 
 std::shared_ptr<const MVGestureRecognizerArray> MVView::gestureRecognizers() const {
-    if (gestureRecognizers_ != nullptr) {
-        return gestureRecognizers_;
+    if (const std::shared_ptr<MVGestureRecognizerArray>& array = rareState().gestureRecognizers) {
+        return array;
     }
     static const MVGestureRecognizerArray empty;
     return {std::shared_ptr<void>(), &empty};
@@ -162,7 +167,8 @@ void MVView::removeGestureRecognizer(const std::shared_ptr<MVGestureRecognizer>&
 }
 
 void MVView::removeAllGestureRecognizers() {
-    const std::shared_ptr<const MVGestureRecognizerArray> all = gestureRecognizers_;
+    const std::shared_ptr<const MVGestureRecognizerArray> all =
+        rareState().gestureRecognizers;
     if (all != nullptr) {
         for (const std::shared_ptr<MVGestureRecognizer>& recognizer : *all) {
             removeGestureRecognizer(recognizer);
@@ -172,17 +178,18 @@ void MVView::removeAllGestureRecognizers() {
 
 /// The list, replaced by a copy if somebody else holds it.
 MVGestureRecognizerArray& MVView::gestureRecognizersToChange() {
-    if (gestureRecognizers_ == nullptr) {
-        gestureRecognizers_ = std::make_shared<MVGestureRecognizerArray>();
-    } else if (gestureRecognizers_.use_count() > 1) {
-        gestureRecognizers_ = std::make_shared<MVGestureRecognizerArray>(*gestureRecognizers_);
+    std::shared_ptr<MVGestureRecognizerArray>& array = rareStateToChange().gestureRecognizers;
+    if (array == nullptr) {
+        array = std::make_shared<MVGestureRecognizerArray>();
+    } else if (array.use_count() > 1) {
+        array = std::make_shared<MVGestureRecognizerArray>(*array);
     }
-    return *gestureRecognizers_;
+    return *array;
 }
 
 /// Takes a recognizer off the list, if it is there.
 void MVView::dropGestureRecognizer(const std::shared_ptr<MVGestureRecognizer>& recognizer) {
-    if (gestureRecognizers_ != nullptr) {
+    if (rareState().gestureRecognizers != nullptr) {
         std::erase(gestureRecognizersToChange(), recognizer);
     }
 }

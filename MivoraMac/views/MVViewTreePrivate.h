@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "MivoraMac/views/MVView.h"
+#include "MivoraMac/views/MVViewRareStatePrivate.h"
 
 /// How operations reach the views below and above a view. What counts as below is decided here and
 /// nowhere else.
@@ -18,15 +19,20 @@ struct MVViewTree {
     class Children {
      public:
         explicit Children(const MVView& view) : subviews_(view.subviewArray()) {
-            if (view.stencilView_ != nullptr && view.stencilView_->superviewPointer() == &view &&
-                !view.hasSubview(view.stencilView_.get())) {
-                stencilView_ = view.stencilView_;
+            if (view.rare_ == nullptr) {
+                return;
+            }
+            const std::shared_ptr<MVView>& stencilView = view.rare_->stencilView;
+            if (stencilView != nullptr && stencilView->superviewPointer() == &view &&
+                !view.hasSubview(stencilView.get())) {
+                stencilView_ = stencilView;
             }
         }
 
         /// Whether there may be any; costs no reference.
         static bool exist(const MVView& view) {
-            return view.subviews_ != nullptr || view.stencilView_ != nullptr;
+            return view.subviews_ != nullptr ||
+                   (view.rare_ != nullptr && view.rare_->stencilView != nullptr);
         }
 
         /// The next one, or null at the end.

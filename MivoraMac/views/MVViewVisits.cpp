@@ -7,12 +7,11 @@
 #include "MivoraMac/platform/base/AtEndPrivate.h"
 #include "MivoraMac/platform/threads/MainThread.h"
 #include "MivoraMac/platform/threads/MainThreadAssertPrivate.h"
-#include "MivoraMac/platform/threads/SerialQueue.h"
 #include "MivoraMac/render/MVQuadRecorderPrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 #include "MivoraMac/views/MVView.h"
-#include "MivoraMac/views/MVViewLayoutQueue.h"
+#include "MivoraMac/views/MVViewRareStatePrivate.h"
 #include "MivoraMac/views/MVViewTreePrivate.h"
 #include "MivoraMac/views/MVWindow.h"
 
@@ -36,7 +35,7 @@ void recordStencil(MVRenderContext& context, MVQuadEntry::Kind step, std::uint32
 
 /// A level: what it was begun with, which is also what ends it, and what it saves on the GL queue
 /// before it begins. Shared with the closures that use it.
-struct MVView::StencilCache {
+struct MVView::RareState::StencilCache {
     // Main thread, null while the level is not in use.
     std::shared_ptr<MVRenderSurface> surface;
     std::shared_ptr<MVRenderContext> context;
@@ -56,10 +55,7 @@ void MVView::setNeedsLayout() {
 }
 
 void MVView::mv_setLayoutDirty() {
-    if (layoutDispatchQueue_ == nullptr) {
-        layoutDispatchQueue_ = MVViewCreateLayoutDispatchQueue(this);
-    }
-    layoutDispatchQueue_->sync([this] { layoutDirty_.store(true, std::memory_order_relaxed); });
+    layoutDirty_.store(true, std::memory_order_release);
     if (!Mivora::platform::MainThread::isMainThread()) {
         if (const std::weak_ptr<MVView> self = weak_from_this(); !self.expired()) {
             Mivora::platform::MainThread::perform([self] {
@@ -249,9 +245,14 @@ void MVView::mv_drawVisit() {
 
 // Stencil
 
+std::shared_ptr<MVView> MVView::stencilView() const {
+    return rareState().stencilView;
+}
+
 void MVView::setStencilView(std::shared_ptr<MVView> view) {
     MIVORA_ASSERT_MAIN_THREAD("MVView::setStencilView");
-    if (stencilView_ == view) {
+    const std::shared_ptr<MVView> former = rareState().stencilView;
+    if (former == view) {
         return;
     }
     if (view != nullptr) {
@@ -259,8 +260,8 @@ void MVView::setStencilView(std::shared_ptr<MVView> view) {
         if (view->superviewPointer() == nullptr) {
             view->mv_setSuperview(this);
         }
-    } else if (stencilView_->superviewPointer() == this && !hasSubview(stencilView_.get())) {
-        stencilView_->mv_setSuperview(nullptr);
+    } else if (former->superviewPointer() == this && !hasSubview(former.get())) {
+        former->mv_setSuperview(nullptr);
     }
     storeStencilView(std::move(view));
     mv_setDrawDirty();
@@ -268,21 +269,22 @@ void MVView::setStencilView(std::shared_ptr<MVView> view) {
 
 /// Keeps a stencil view, which knows whom it masks.
 void MVView::storeStencilView(std::shared_ptr<MVView> view) {
-    if (stencilView_ != nullptr) {
-        std::erase(stencilView_->masked_, this);
+    std::shared_ptr<MVView>& stored = rareStateToChange().stencilView;
+    if (stored != nullptr) {
+        std::erase(stored->rareStateToChange().masked, this);
     }
-    stencilView_ = std::move(view);
-    if (stencilView_ == nullptr) {
+    stored = std::move(view);
+    if (stored == nullptr) {
         return;
     }
-    stencilView_->masked_.push_back(this);
-    if (stencilView_->layoutVisitWanted_) {
+    stored->rareStateToChange().masked.push_back(this);
+    if (stored->layoutVisitWanted_) {
         wantLayoutVisit();  // no visit came to one that was only placed here
     }
 }
 
 bool MVView::applyStencil() {
-    if (stencilView_ == nullptr || stencilView_->hidden_) {
+    if (rare_ == nullptr || rare_->stencilView == nullptr || rare_->stencilView->hidden_) {
         return false;
     }
     const std::shared_ptr<MVWindow> window = mv_window();
@@ -295,22 +297,23 @@ bool MVView::applyStencil() {
     currentStencilLayer = level;
     const std::uint32_t bit = 1U << (level % 32);
     const std::uint32_t mask = bit | (bit - 1);
-    if (stencilStateCache_ == nullptr) {
-        stencilStateCache_ = std::make_shared<StencilCache>();
-    } else if (stencilStateCache_->surface != nullptr) {
-        auto inner = std::make_shared<StencilCache>();
-        inner->outer = std::exchange(stencilStateCache_, inner);
+    std::shared_ptr<RareState::StencilCache>& cache = rare_->stencilStateCache;
+    if (cache == nullptr) {
+        cache = std::make_shared<RareState::StencilCache>();
+    } else if (cache->surface != nullptr) {
+        auto inner = std::make_shared<RareState::StencilCache>();
+        inner->outer = std::exchange(cache, inner);
     }
-    stencilStateCache_->surface = surface;
-    stencilStateCache_->context = context;
-    stencilStateCache_->level = level;
+    cache->surface = surface;
+    cache->context = context;
+    cache->level = level;
     MVQuadRecorder* const recorder = MVQuadRecorder::recording(context.get());
-    stencilStateCache_->isRecorded = recorder != nullptr;
+    cache->isRecorded = recorder != nullptr;
     // Every fragment of the stencil view fails the test and writes this level's bit.
     if (recorder != nullptr) {
         recorder->stencil(MVQuadEntry::Kind::BeginStencil, level);
     } else {
-        context->dispatchBlock([surface, cache = stencilStateCache_, bit] {
+        context->dispatchBlock([surface, cache, bit] {
             cache->state = surface->stencilState();
             glGetBooleanv(GL_DEPTH_WRITEMASK, &cache->depthMask);
             glEnable(GL_STENCIL_TEST);
@@ -323,7 +326,7 @@ bool MVView::applyStencil() {
         });
     }
     // From then on only pixels with this level's bit and those of all enclosing levels pass.
-    const auto limitDrawing = [&context, cache = stencilStateCache_, mask] {
+    const auto limitDrawing = [&context, cache, mask] {
         if (cache->isRecorded) {
             recordStencil(*context, MVQuadEntry::Kind::LimitToStencil, cache->level);
             return;
@@ -335,7 +338,7 @@ bool MVView::applyStencil() {
         });
     };
     try {
-        const std::shared_ptr<MVView> stencilView = stencilView_;
+        const std::shared_ptr<MVView> stencilView = rare_->stencilView;
         stencilView->mv_drawVisit();
     } catch (...) {
         limitDrawing();
@@ -347,7 +350,7 @@ bool MVView::applyStencil() {
 }
 
 void MVView::cleanupStencil() {
-    const std::shared_ptr<StencilCache> level = stencilStateCache_;
+    const std::shared_ptr<RareState::StencilCache> level = rareState().stencilStateCache;
     if (level == nullptr || level->surface == nullptr) {
         return;
     }
@@ -360,7 +363,7 @@ void MVView::cleanupStencil() {
         context->dispatchBlock([surface, level] { surface->setStencilState(level->state); });
     }
     if (level->outer != nullptr) {
-        stencilStateCache_ = std::exchange(level->outer, nullptr);
+        rare_->stencilStateCache = std::exchange(level->outer, nullptr);
     }
     --currentStencilLayer;
 }
