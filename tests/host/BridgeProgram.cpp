@@ -1,8 +1,10 @@
-// Widgets of the toolkit by bridge views, over a card that fills the window; for the scripts beside
-// it. Prints what happens to the widgets and to the card, and obeys the lines it reads. NAME is one
-// of entry, button, scale, text, menu.
+// Widgets of the toolkit by bridge views, over a card that fills the view they are in, and one more
+// widget, "aside", below that in the window; for the scripts beside it. Prints what happens to the
+// widgets and to the card, and obeys the lines it reads. NAME is one of entry, button, scale, text,
+// menu.
 //
 //   where NAME              where the widget is in the window: "NAME X Y W H", or "NAME nowhere"
+//   where popover           the middle of the menu's content and its upper edge: "popover X Y"
 //   position NAME X Y       moves the bridge view
 //   size NAME WIDTH HEIGHT  resizes it
 //   rotate NAME DEGREES     turns it about z
@@ -15,7 +17,7 @@
 //   drop-when-clicked       has the button drop its own bridge view
 //   away DEGREES            turns all widgets about the upright axis, by the sublayer transform
 //   cycle COUNT             makes, shows and drops so many entries, and prints how many are left
-//   resize WIDTH HEIGHT     of the window
+//   resize WIDTH HEIGHT     of the view, with its window
 //   quit                    ends the program, as does the end of the input
 #include <gtk/gtk.h>
 
@@ -31,11 +33,14 @@
 #include "MivoraMac/platform/gtk/GtkRenderView.h"
 #include "tests/host/CommandLines.h"
 
+using Mivora::platform::GtkWidgetForView;
 using Mivora::platform::MainThread;
 using Mivora::platform::ViewForGtkWidget;
 using Mivora::platform::Window;
 
 namespace {
+
+constexpr int kAsideHeight = 40;
 
 class Card : public MVColorView {
  public:
@@ -59,9 +64,64 @@ struct Item {
     std::shared_ptr<MVView> holder;
 };
 
+/// Prints when the focus comes to a widget.
+void printFocus(GtkWidget* widget, const std::string& name) {
+    auto* const focus = gtk_event_controller_focus_new();
+    g_object_set_data_full(G_OBJECT(focus), "name", g_strdup(name.c_str()), g_free);
+    g_signal_connect(focus, "enter", G_CALLBACK(+[](GtkEventController* controller, gpointer) {
+                         std::printf("focus %s\n", static_cast<const char*>(g_object_get_data(
+                                                       G_OBJECT(controller), "name")));
+                     }),
+                     nullptr);
+    gtk_widget_add_controller(widget, focus);
+}
+
+GtkWidget* newEntry(const char* name) {
+    GtkWidget* const entry = gtk_entry_new();
+    gtk_widget_set_name(entry, name);
+    g_signal_connect(entry, "changed", G_CALLBACK(+[](GtkEditable* editable, gpointer) {
+                         std::printf("%s \"%s\"\n", gtk_widget_get_name(GTK_WIDGET(editable)),
+                                     gtk_editable_get_text(editable));
+                     }),
+                     nullptr);
+    return entry;
+}
+
+/// What is written, with a bar for each end of a line.
+void printText(GtkTextBuffer* buffer) {
+    GtkTextIter start;
+    GtkTextIter end;
+    gtk_text_buffer_get_bounds(buffer, &start, &end);
+    char* const text = gtk_text_buffer_get_text(buffer, &start, &end, FALSE);
+    std::printf("text \"%s\"\n", g_strdelimit(text, "\n", '|'));
+    g_free(text);
+}
+
+/// Prints where in the window the middle of a popover's content is, and its upper edge.
+void printPlace(GtkPopover* popover) {
+    if (gtk_widget_get_mapped(GTK_WIDGET(popover)) == FALSE) {
+        std::puts("popover nowhere");
+        return;
+    }
+    GtkNative* const native = GTK_NATIVE(popover);
+    auto* const popup = GDK_POPUP(gtk_native_get_surface(native));
+    double x = 0;
+    double y = 0;
+    gtk_native_get_surface_transform(native, &x, &y);
+    graphene_rect_t bounds;
+    if (gtk_widget_compute_bounds(gtk_popover_get_child(popover), GTK_WIDGET(popover), &bounds) !=
+        FALSE) {
+        std::printf("popover %.0f %.0f\n",
+                    x + gdk_popup_get_position_x(popup) +
+                        static_cast<double>(bounds.origin.x + bounds.size.width / 2),
+                    y + gdk_popup_get_position_y(popup) + static_cast<double>(bounds.origin.y));
+    }
+}
+
 struct Program {
     std::shared_ptr<MVApplication> application = MVApplication::init();
-    std::shared_ptr<Window> window;
+    GtkWidget* window = nullptr;
+    GtkWidget* popover = nullptr;
     std::shared_ptr<MVApplication> otherApplication;
     std::shared_ptr<Window> otherWindow;
     std::map<std::string, Item> items;
@@ -70,6 +130,8 @@ struct Program {
     void add(const std::string& name, GtkWidget* widget, Mivora::Point2 position,
              Mivora::Size2 size);
     void addWidgets();
+    void addMenu();
+    void makeWindow();
     void act(const std::string& command, std::istringstream& rest);
     bool actOnItem(const std::string& command, const std::string& name, std::istringstream& rest);
     void cycle(int count);
@@ -85,24 +147,12 @@ void Program::add(const std::string& name, GtkWidget* widget, Mivora::Point2 pos
     item.bridge->setSize(size);
     item.holder->addSubview(item.bridge);
     application->window()->addSubview(item.holder);
-    auto* const focus = gtk_event_controller_focus_new();
-    g_object_set_data_full(G_OBJECT(focus), "name", g_strdup(name.c_str()), g_free);
-    g_signal_connect(focus, "enter", G_CALLBACK(+[](GtkEventController* controller, gpointer) {
-                         std::printf("focus %s\n", static_cast<const char*>(g_object_get_data(
-                                                       G_OBJECT(controller), "name")));
-                     }),
-                     nullptr);
-    gtk_widget_add_controller(widget, focus);
+    printFocus(widget, name);
     items[name] = std::move(item);
 }
 
 void Program::addWidgets() {
-    GtkWidget* const entry = gtk_entry_new();
-    g_signal_connect(entry, "changed", G_CALLBACK(+[](GtkEditable* editable, gpointer) {
-                         std::printf("entry \"%s\"\n", gtk_editable_get_text(editable));
-                     }),
-                     nullptr);
-    add("entry", entry, {20, 20}, {160, 40});
+    add("entry", newEntry("entry"), {20, 20}, {160, 40});
 
     GtkWidget* const button = gtk_button_new_with_label("Press");
     g_signal_connect(button, "clicked", G_CALLBACK(+[](GtkButton*, gpointer data) {
@@ -126,14 +176,15 @@ void Program::addWidgets() {
 
     GtkWidget* const text = gtk_text_view_new();
     g_signal_connect(gtk_text_view_get_buffer(GTK_TEXT_VIEW(text)), "changed",
-                     G_CALLBACK(+[](GtkTextBuffer* buffer, gpointer) {
-                         std::printf("text of %d\n", gtk_text_buffer_get_char_count(buffer));
-                     }),
+                     G_CALLBACK(+[](GtkTextBuffer* buffer, gpointer) { printText(buffer); }),
                      nullptr);
     add("text", text, {20, 140}, {200, 80});
+    addMenu();
+}
 
+void Program::addMenu() {
     GtkWidget* const menu = gtk_menu_button_new();
-    GtkWidget* const popover = gtk_popover_new();
+    popover = gtk_popover_new();
     GtkWidget* const choice = gtk_button_new_with_label("Choice");
     gtk_widget_set_size_request(choice, 120, 60);
     g_signal_connect(choice, "clicked", G_CALLBACK(+[](GtkButton*, gpointer data) {
@@ -156,8 +207,8 @@ bool Program::actOnItem(const std::string& command, const std::string& name,
         graphene_rect_t bounds;
         GtkRoot* const root = gtk_widget_get_root(item.widget);
         if (root != nullptr && gtk_widget_get_mapped(item.widget) != FALSE &&
-            gtk_widget_compute_bounds(item.widget, gtk_window_get_child(GTK_WINDOW(root)),
-                                      &bounds) != FALSE) {
+            gtk_widget_compute_bounds(item.widget, gtk_widget_get_parent(item.widget), &bounds) !=
+                FALSE) {
             std::printf("%s %.0f %.0f %.0f %.0f\n", name.c_str(),
                         static_cast<double>(bounds.origin.x), static_cast<double>(bounds.origin.y),
                         static_cast<double>(bounds.size.width),
@@ -200,6 +251,21 @@ bool Program::actOnItem(const std::string& command, const std::string& name,
     return true;
 }
 
+void Program::makeWindow() {
+    GtkWidget* const box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_box_append(GTK_BOX(box), GtkWidgetForView(application->renderView()));
+    GtkWidget* const aside = newEntry("aside");
+    gtk_widget_set_size_request(aside, -1, kAsideHeight);
+    printFocus(aside, "aside");
+    gtk_box_append(GTK_BOX(box), aside);
+    window = gtk_window_new();
+    gtk_window_set_title(GTK_WINDOW(window), "Widgets");
+    gtk_window_set_decorated(GTK_WINDOW(window), FALSE);
+    gtk_window_set_default_size(GTK_WINDOW(window), 400, 300 + kAsideHeight);
+    gtk_window_set_child(GTK_WINDOW(window), box);
+    gtk_window_present(GTK_WINDOW(window));
+}
+
 void Program::cycle(int count) {
     static int alive = 0;
     for (int i = 0; i < count; ++i) {
@@ -232,14 +298,16 @@ void Program::act(const std::string& command, std::istringstream& rest) {
         rest >> count;
         cycle(count);
     } else if (command == "resize") {
-        double width = 0;
-        double height = 0;
+        int width = 0;
+        int height = 0;
         rest >> width >> height;
-        window->setContentSize(width, height);
+        gtk_window_set_default_size(GTK_WINDOW(window), width, height + kAsideHeight);
     } else {
         std::string name;
         rest >> name;
-        if (items.count(name) == 0 || !actOnItem(command, name, rest)) {
+        if (command == "where" && name == "popover") {
+            printPlace(GTK_POPOVER(popover));
+        } else if (items.count(name) == 0 || !actOnItem(command, name, rest)) {
             std::printf("unknown command: %s %s\n", command.c_str(), name.c_str());
         }
     }
@@ -251,15 +319,13 @@ int main() {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     Program program;
     program.application->window()->addSubview(MVMake<Card>());
-    program.window = Window::initWithTitle("Widgets", 400, 300);
     program.addWidgets();
-    program.window->setContentView(program.application->renderView());
-    program.window->show();
+    program.makeWindow();
     program.application->setActive(true);
     std::puts("shown");
     Mivora::tests::obeyLines(
         [&](const std::string& command, std::istringstream& rest) { program.act(command, rest); });
-    program.window->close();
+    gtk_window_destroy(GTK_WINDOW(program.window));
     program.items.clear();
     program.application.reset();
     program.otherApplication.reset();

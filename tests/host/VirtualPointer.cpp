@@ -1,5 +1,6 @@
 // A pointer and a keyboard for compositors that know the protocols wlr-virtual-pointer-unstable-v1
 // and virtual-keyboard-unstable-v1: does what the lines it reads say, and prints "done" after each.
+// The argument is the scale of the first output.
 //
 //   move X Y          to a place of the first output, in its points
 //   press BUTTON      1 for the primary, 2 for the middle, 3 for the secondary button
@@ -7,21 +8,32 @@
 //   wheel LINES       the vertical wheel; downward is positive
 //   fingers X Y       two fingers on a touchpad scroll by so many points
 //   lift              the fingers leave the touchpad
-//   keys [KEY...]     the modifier keys that are held from now on: shift, control, alt, super
+//   key COMBINATION   presses keys and lets them go: Tab, Escape, control+a, control+shift+Left
+//   key-down KEY      the key is held from now on; windows repeat it
+//   key-up KEY
+//   type TEXT         the keys that write the text: a US keyboard that also has letters as "é"
+//   keys [KEY...]     the modifiers that are held from now on, as where their keys were pressed
+//                     in another window: shift, control, alt, super
 //   wait SECONDS
+//
+// Names of keys are those of X keysyms; modifiers have the shorter names above, too.
 #include <linux/input-event-codes.h>
-#include <sys/mman.h>
-#include <unistd.h>
 #include <wayland-client.h>
 
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <sstream>
 #include <string>
 #include <thread>
+
+#include "tests/host/VirtualKeyboard.h"
+
+using Mivora::tests::VirtualKeyboard;
 
 namespace {
 
@@ -61,39 +73,6 @@ const wl_message managerRequests[] = {
 const wl_interface managerInterface = {
     "zwlr_virtual_pointer_manager_v1", 1, 1, managerRequests, 0, nullptr};
 
-extern const wl_interface keyboardInterface;
-const wl_interface* const kCreateKeyboardTypes[] = {&wl_seat_interface, &keyboardInterface};
-
-enum KeyboardRequest : std::uint32_t { Keymap, Key, ModifierState };
-
-const wl_message keyboardRequests[] = {
-    {"keymap", "uhu", const_cast<const wl_interface**>(kNoTypes)},
-    {"key", "uuu", const_cast<const wl_interface**>(kNoTypes)},
-    {"modifiers", "uuuu", const_cast<const wl_interface**>(kNoTypes)},
-    {"destroy", "", const_cast<const wl_interface**>(kNoTypes)},
-};
-const wl_interface keyboardInterface = {"zwp_virtual_keyboard_v1", 1, 4,
-                                        keyboardRequests,          0, nullptr};
-
-const wl_message keyboardManagerRequests[] = {
-    {"create_virtual_keyboard", "on", const_cast<const wl_interface**>(kCreateKeyboardTypes)},
-};
-const wl_interface keyboardManagerInterface = {"zwp_virtual_keyboard_manager_v1", 1, 1,
-                                               keyboardManagerRequests,           0, nullptr};
-
-constexpr char kKeymap[] = R"keymap(xkb_keymap {
-    xkb_keycodes { include "evdev+aliases(qwerty)" };
-    xkb_types { include "complete" };
-    xkb_compat { include "complete" };
-    xkb_symbols { include "pc+us+inet(evdev)" };
-};
-)keymap";
-
-/// The bits of the modifiers of a keymap that begin with the real ones, in their order.
-std::uint32_t modifierBit(const std::string& key) {
-    return key == "shift" ? 1U << 0 : key == "control" ? 1U << 2 : key == "alt" ? 1U << 3 : 1U << 6;
-}
-
 /// What the compositor offers of what is needed.
 struct Globals {
     wl_proxy* manager = nullptr;
@@ -102,7 +81,7 @@ struct Globals {
     wl_output* output = nullptr;
     int width = 0;  // of the output, in pixels
     int height = 0;
-    int scale = 1;
+    double scale = 1;  // pixels for each of its points
 };
 
 const wl_output_listener outputListener = {
@@ -114,7 +93,7 @@ const wl_output_listener outputListener = {
         }
     },
     [](void*, wl_output*) {},
-    [](void* data, wl_output*, int scale) { static_cast<Globals*>(data)->scale = scale; },
+    [](void*, wl_output*, int) {},
     [](void*, wl_output*, const char*) {},
     [](void*, wl_output*, const char*) {},
 };
@@ -126,9 +105,9 @@ const wl_registry_listener registryListener = {
         if (std::strcmp(interface, managerInterface.name) == 0) {
             globals.manager =
                 static_cast<wl_proxy*>(wl_registry_bind(registry, name, &managerInterface, 1));
-        } else if (std::strcmp(interface, keyboardManagerInterface.name) == 0) {
+        } else if (std::strcmp(interface, VirtualKeyboard::kManagerInterface.name) == 0) {
             globals.keyboards = static_cast<wl_proxy*>(
-                wl_registry_bind(registry, name, &keyboardManagerInterface, 1));
+                wl_registry_bind(registry, name, &VirtualKeyboard::kManagerInterface, 1));
         } else if (std::strcmp(interface, wl_seat_interface.name) == 0) {
             globals.seat =
                 static_cast<wl_seat*>(wl_registry_bind(registry, name, &wl_seat_interface, 1));
@@ -148,32 +127,6 @@ std::uint32_t milliseconds() {
                                           .count());
 }
 
-/// Keys that are held without being pressed, which is all that a client is told of them.
-class Keyboard {
- public:
-    explicit Keyboard(const Globals& globals)
-        : proxy_(wl_proxy_marshal_constructor(globals.keyboards, 0, &keyboardInterface,
-                                              globals.seat, nullptr)) {
-        const int file = memfd_create("keymap", MFD_CLOEXEC);
-        if (write(file, kKeymap, sizeof kKeymap) == sizeof kKeymap) {
-            wl_proxy_marshal(proxy_, Keymap, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, file,
-                             static_cast<std::uint32_t>(sizeof kKeymap));
-        }
-        close(file);
-    }
-
-    void hold(std::istringstream& keys) {
-        std::uint32_t held = 0;
-        for (std::string key; keys >> key;) {
-            held |= modifierBit(key);
-        }
-        wl_proxy_marshal(proxy_, ModifierState, held, 0U, 0U, 0U);
-    }
-
- private:
-    wl_proxy* proxy_;
-};
-
 class Pointer {
  public:
     Pointer(wl_display* display, const Globals& globals)
@@ -181,7 +134,7 @@ class Pointer {
           globals_(globals),
           proxy_(wl_proxy_marshal_constructor(globals.manager, 0, &pointerInterface, globals.seat,
                                               nullptr)),
-          keyboard_(globals) {}
+          keyboard_(globals.keyboards, globals.seat) {}
 
     bool obey(const std::string& line) {
         std::istringstream words(line);
@@ -189,16 +142,18 @@ class Pointer {
         double first = 0;
         double second = 0;
         words >> command;
-        if (command == "keys") {
-            keyboard_.hold(words);
-            return wl_display_roundtrip(display_) >= 0;
+        if (command.substr(0, 3) == "key" || command == "type") {
+            std::string keys;
+            std::getline(words >> std::ws, keys);
+            return useKeyboard(command, keys) && wl_display_roundtrip(display_) >= 0;
         }
         words >> first >> second;
         if (command == "move") {
-            request(MotionAbsolute, milliseconds(), static_cast<std::uint32_t>(first),
-                    static_cast<std::uint32_t>(second),
-                    static_cast<std::uint32_t>(globals_.width / globals_.scale),
-                    static_cast<std::uint32_t>(globals_.height / globals_.scale));
+            request(MotionAbsolute, milliseconds(),
+                    static_cast<std::uint32_t>(std::lround(first * globals_.scale)),
+                    static_cast<std::uint32_t>(std::lround(second * globals_.scale)),
+                    static_cast<std::uint32_t>(globals_.width),
+                    static_cast<std::uint32_t>(globals_.height));
         } else if (command == "press" || command == "release") {
             request(Button, milliseconds(),
                     first == 1   ? BTN_LEFT
@@ -226,6 +181,14 @@ class Pointer {
     }
 
  private:
+    bool useKeyboard(const std::string& command, const std::string& keys) {
+        return command == "key"        ? keyboard_.stroke(keys)
+               : command == "key-down" ? keyboard_.press(keys)
+               : command == "key-up"   ? keyboard_.release(keys)
+               : command == "type"     ? keyboard_.type(keys)
+                                       : command == "keys" && keyboard_.hold(keys);
+    }
+
     // The compositor takes the source for that of the axis named before it.
     void scroll(wl_pointer_axis axis, double points) {
         if (points != 0) {
@@ -242,12 +205,12 @@ class Pointer {
     wl_display* display_;
     Globals globals_;
     wl_proxy* proxy_;
-    Keyboard keyboard_;
+    VirtualKeyboard keyboard_;
 };
 
 }  // namespace
 
-int main() {
+int main(int count, char** arguments) {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     wl_display* const display = wl_display_connect(nullptr);
     if (display == nullptr) {
@@ -255,6 +218,7 @@ int main() {
         return 1;
     }
     Globals globals;
+    globals.scale = count > 1 ? std::atof(arguments[1]) : 1;
     wl_registry* const registry = wl_display_get_registry(display);
     wl_registry_add_listener(registry, &registryListener, &globals);
     wl_display_roundtrip(display);

@@ -76,6 +76,109 @@ check_places() {
     widget entry "20 20 160 40"
 }
 
+# What the pointer and the keyboard do; the same on every display server.
+check_input() {
+    echo "keys go to the entry that is clicked"
+    hand move 100 40
+    hand click
+    await "focus entry"
+    hand type "Abc d"
+    await 'entry "Abc d"'
+    hand key shift+Left
+    hand key BackSpace
+    await 'entry "Abc "'
+
+    echo "the focus moves on, to every widget that takes it, out of the view, and back"
+    hand key Tab
+    await "focus button"
+    hand key space
+    await clicked
+    hand key Tab
+    await "focus scale"
+    hand key Right
+    await "scale 1"
+    hand key Tab
+    await "focus menu"
+    hand key Tab
+    await "focus text"
+    hand key control+Tab
+    await "focus aside"
+    hand type out
+    await 'aside "out"'
+    hand key Tab
+    await "focus entry"
+    hand key shift+Tab
+    await "focus aside"
+
+    echo "a text view is written in, by more than one line"
+    hand move 100 180
+    hand click
+    await "focus text"
+    hand type x
+    hand key Return
+    hand type yz
+    await 'text "x|yz"'
+
+    echo "a press beside is the card's, and stays so"
+    hand move 350 260
+    hand press
+    await "card down 350 260"
+    hand move 250 40
+    hand release
+    await "card up 250 40"
+
+    echo "a press of the button is its own, wherever it ends"
+    hand press
+    await "focus button"
+    hand move 350 260
+    hand release
+    silence
+    hand move 250 40
+    hand click
+    expect clicked
+
+    echo "the scale is dragged, also from beside it"
+    hand move 40 100
+    hand press
+    hand move 150 250
+    await "scale [3-9]*"
+    hand release
+    silence
+
+    echo "a popover opens under its button"
+    hand move 310 100
+    hand click
+    widget popover "310 1[2-4]?"
+    hand move 310 170
+    hand click
+    await chosen
+    widget popover nowhere
+
+    echo "and by a key, where the button is then; another key closes it"
+    order position menu 60 200
+    widget menu "60 200 100 40"
+    hand key space
+    widget popover "110 2[4-6]?"
+    hand key Escape
+    widget popover nowhere
+    order position menu 260 80
+    widget menu "260 80 100 40"
+}
+
+# Once all else has been seen: the button is gone then.
+check_drop_when_clicked() {
+    echo "dropped by its own signal"
+    order drop-when-clicked
+    order position button 300 230
+    widget button "300 230 100 40"
+    hand move 351 250
+    hand click
+    await dropped
+    hand move 352 250
+    hand click
+    await "card down 352 250"
+}
+
 check_lifetimes() {
     echo "to another window, which may lie over this one, and back"
     order other scale

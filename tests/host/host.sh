@@ -10,7 +10,11 @@
 #   no_complaint                        the toolkit has found no fault so far
 #   lies PLACE                          where the widget of ClientProgram's is; may be a pattern
 #   silence                             the program prints nothing for a while
-#   point LINE...                       has the pointer of the compositor do something (Wayland)
+#   point LINE...                       has the pointer or the keyboard of the compositor do something
+#                                       (Wayland); see VirtualPointer
+#   hand move X Y / press / release / click
+#                                       the pointer on either server, in points of the screen
+#   hand type TEXT / key COMBINATION    the keyboard on either server: as "Tab", "control+shift+Left"
 #   picture FILE                        photographs the screen
 #   see QUADRANTS...                    waits until this is seen: arguments of HostPicture quadrants
 set -euo pipefail
@@ -109,7 +113,7 @@ CONFIG
     export WAYLAND_DISPLAY GDK_BACKEND=wayland
     mkfifo "$work/to-pointer"
     : > "$work/pointer.out"
-    "$programs/VirtualPointer" < "$work/to-pointer" > "$work/pointer.out" 2> "$work/pointer.log" &
+    "$programs/VirtualPointer" "$scale" < "$work/to-pointer" > "$work/pointer.out" 2> "$work/pointer.log" &
     started+=($!)
     exec {to_pointer}> "$work/to-pointer"
     exec {from_pointer}< "$work/pointer.out"
@@ -191,6 +195,29 @@ point() {
     for line in "$@"; do
         pointer_says "done"
     done
+}
+
+# Waits after moves: what is pressed at once may still be what the pointer was over before.
+hand() {
+    local action=$1
+    shift
+    if [ -n "${WAYLAND_DISPLAY:-}" ]; then
+        case $action in
+            move) point "move $*" "wait 0.1" ;;
+            press | release) point "$action 1" ;;
+            click) point "press 1" "release 1" ;;
+            *) point "$action $*" ;;
+        esac
+        return
+    fi
+    case $action in
+        move) xdotool mousemove $(($1 * ${GDK_SCALE:-1})) $(($2 * ${GDK_SCALE:-1})) && sleep 0.1 ;;
+        press) xdotool mousedown 1 ;;
+        release) xdotool mouseup 1 ;;
+        click) xdotool click 1 ;;
+        type) xdotool type -- "$*" ;;
+        key) xdotool key "${1/control/ctrl}" ;;
+    esac
 }
 
 picture() {
