@@ -3,6 +3,7 @@
 # argument; ends what it starts when the test ends.
 #
 #   start_x11 / start_wayland [SCALE]   a display server with a screen of 1024 x 768 pixels
+#   start_devices [SCALE]               the same on Wayland, with fingers and a touchpad
 #   start PROGRAM [ARGUMENT...]         a test program; its lines are kept for `expect`
 #   say LINE                            has the program obey a line
 #   expect LINE...                      the next lines that the program prints, exactly
@@ -10,8 +11,8 @@
 #   no_complaint                        the toolkit has found no fault so far
 #   lies PLACE                          where the widget of ClientProgram's is; may be a pattern
 #   silence                             the program prints nothing for a while
-#   point LINE...                       has the pointer or the keyboard of the compositor do something
-#                                       (Wayland); see VirtualPointer
+#   point LINE...                       has the devices of the compositor do something (Wayland); see
+#                                       VirtualPointer, or TestCompositor after start_devices
 #   hand move X Y / press / release / click
 #                                       the pointer on either server, in points of the screen
 #   hand type TEXT / key COMBINATION    the keyboard on either server: as "Tab", "control+shift+Left"
@@ -109,16 +110,35 @@ CONFIG
         > "$work/sway.log" 2>&1 &
     started+=($!)
     wait_for "the compositor" has_socket "$run"
-    WAYLAND_DISPLAY=$(find "$run" -name 'wayland-*' ! -name '*.lock')
+    use_compositor "$run"
+    start_pointer VirtualPointer "$scale"
+    point "move 1000 750"
+}
+
+start_devices() {
+    [ -x "$programs/TestCompositor" ] || skip "there was no wlroots 0.15 to build the compositor with"
+    need grim dbus-run-session
+    clean_environment
+    start_pointer TestCompositor "${1:-1}"
+    use_compositor "$work"
+    point "move 1000 750"
+}
+
+# use_compositor FOLDER: programs show their windows on the one whose socket lies there.
+use_compositor() {
+    WAYLAND_DISPLAY=$(find "$1" -name 'wayland-*' ! -name '*.lock')
     export WAYLAND_DISPLAY GDK_BACKEND=wayland
+}
+
+# start_pointer PROGRAM [ARGUMENT...]: what obeys `point`.
+start_pointer() {
     mkfifo "$work/to-pointer"
     : > "$work/pointer.out"
-    "$programs/VirtualPointer" "$scale" < "$work/to-pointer" > "$work/pointer.out" 2> "$work/pointer.log" &
+    "$programs/$1" "${@:2}" < "$work/to-pointer" > "$work/pointer.out" 2> "$work/pointer.log" &
     started+=($!)
     exec {to_pointer}> "$work/to-pointer"
     exec {from_pointer}< "$work/pointer.out"
     pointer_says ready
-    point "move 1000 750"
 }
 
 has_socket() {
