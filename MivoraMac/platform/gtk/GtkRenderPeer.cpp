@@ -452,6 +452,9 @@ void GtkRenderPeer::moveOn() {
 }
 
 void GtkRenderPeer::pointerEntered(GtkEventController* controller, double x, double y) {
+    if (!isPointerOver()) {
+        return;  // a finger has landed
+    }
     if (gtk_event_controller_get_current_event(controller) != nullptr) {
         modifiers_ = modifiersOf(gtk_event_controller_get_current_event_state(controller));
     }
@@ -496,13 +499,31 @@ bool GtkRenderPeer::isInOwnWindow(GdkEvent* event) const {
     return native != nullptr && gtk_native_get_surface(native) == gdk_event_get_surface(event);
 }
 
+/// Whether it is the pointer that is over the view: to the toolkit, a finger that lands brings one.
+bool GtkRenderPeer::isPointerOver() const {
+    GtkNative* const native = gtk_widget_get_native(widget_);
+    GdkSeat* const seat = gdk_display_get_default_seat(gtk_widget_get_display(widget_));
+    double x = 0;
+    double y = 0;
+    Point location;
+    return native != nullptr && seat != nullptr &&
+           gdk_surface_get_device_position(gtk_native_get_surface(native),
+                                           gdk_seat_get_pointer(seat), &x, &y, nullptr) != FALSE &&
+           locate(x, y, location) &&
+           gtk_widget_contains(widget_, location.x, gtk_widget_get_height(widget_) - location.y) !=
+               FALSE;
+}
+
 /// Where an event is in the view; false when it is elsewhere.
 bool GtkRenderPeer::locate(GdkEvent* event, Point& location) const {
     double x = 0;
     double y = 0;
-    if (!isInOwnWindow(event) || gdk_event_get_position(event, &x, &y) == FALSE) {
-        return false;
-    }
+    return isInOwnWindow(event) && gdk_event_get_position(event, &x, &y) != FALSE &&
+           locate(x, y, location);
+}
+
+/// Where a place of the window's surface is in the view; false when the view is in no window.
+bool GtkRenderPeer::locate(double x, double y, Point& location) const {
     GtkNative* const native = gtk_widget_get_native(widget_);
     double shiftX = 0;
     double shiftY = 0;

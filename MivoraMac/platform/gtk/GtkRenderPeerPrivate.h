@@ -89,7 +89,9 @@ class GtkRenderPeer : public OpenGLView::Peer {
     bool isOverEmbedded(Point location) const;
     Point location(double x, double y) const;
     bool isInOwnWindow(GdkEvent* event) const;
+    bool isPointerOver() const;
     bool locate(GdkEvent* event, Point& location) const;
+    bool locate(double x, double y, Point& location) const;
     ClickCounter::Limits clickLimits() const;
 
     /// Hands events to the view, with the modifier keys, or holds them back during a move.
