@@ -130,6 +130,7 @@
 #include "MivoraMac/views/MVScrollViewDelegate.h"
 #include "MivoraMac/views/MVTextView.h"
 #include "MivoraMac/views/MVView.h"
+#include "MivoraMac/views/MVViewBackPointer.h"
 #include "MivoraMac/views/MVViewLayoutQueue.h"
 #include "MivoraMac/views/MVWindow.h"
 

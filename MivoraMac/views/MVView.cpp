@@ -63,9 +63,7 @@ std::shared_ptr<MVView> MVView::init() {
 MVView::MVView() : contentScaleFactor_(contentScaleFactorOfNewView()) {}
 
 MVView::~MVView() {
-    if (backPointer_ != nullptr) {
-        *backPointer_ = nullptr;
-    }
+    backPointer_.forgetView();
     forgetCurrentDrawing();
     if (rare_ != nullptr && rare_->stencilView != nullptr) {
         std::erase(rare_->stencilView->rareStateToChange().masked, this);
@@ -174,7 +172,7 @@ void MVView::mv_setSuperview(MVView* superview) {
     if (previous != nullptr) {
         previous->mv_removeSubviewFromHierarchy(this);
     }
-    superview_ = superview != nullptr ? superview->backPointer() : nullptr;
+    superview_ = superview != nullptr ? superview->backPointer() : MVViewBackPointer();
     if (superview != nullptr && layoutVisitWanted_) {
         superview->wantLayoutVisit();
     }
@@ -205,9 +203,9 @@ void MVView::mv_removeSubviewFromHierarchy(const MVView* view) {
     mv_setDrawDirty();
 }
 
-const MVView::BackPointer& MVView::backPointer() {
-    if (backPointer_ == nullptr) {
-        backPointer_ = std::make_shared<MVView*>(this);
+const MVViewBackPointer& MVView::backPointer() {
+    if (!backPointer_) {
+        backPointer_ = MVViewBackPointer(*this);
     }
     return backPointer_;
 }
@@ -231,7 +229,7 @@ void MVView::checkCanBecomeSubview(const MVView* view, const char* operation) co
 bool MVView::isInside(const MVView* view) const {
     // Only a view that something was ever placed in can be above this one: building a deep tree
     // from the top does not walk up for every leaf.
-    if (view->backPointer_ == nullptr && view->rareState().stencilView == nullptr) {
+    if (!view->backPointer_ && view->rareState().stencilView == nullptr) {
         return false;
     }
     std::vector<const MVView*> others;  // further ways up
@@ -304,7 +302,7 @@ void MVView::mv_setWindowUpdateSubviews(MVWindow* window, bool updateSubviews) {
     if (superviewPointer() != superview) {
         return;
     }
-    window_ = window != nullptr ? window->backPointer() : nullptr;
+    window_ = window != nullptr ? window->backPointer() : MVViewBackPointer();
     mv_windowDidChange();
     if (!updateSubviews || windowPointer() != window) {
         return;

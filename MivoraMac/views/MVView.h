@@ -15,6 +15,7 @@
 #include "MivoraMac/input/MVOrderedSet.h"
 #include "MivoraMac/render/MVShader.h"
 #include "MivoraMac/render/MVStencilState.h"
+#include "MivoraMac/views/MVViewBackPointer.h"
 
 class MVInteraction;
 class MVMouse;
@@ -163,8 +164,8 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
 
     /// The scale along every axis, 1 by default. 0 makes the world transform singular, and its
     /// inverse the identity.
-    float uniformScale() const { return scale_.x; }
-    /// Scales every axis alike. Compares with the scale along x alone.
+    float uniformScale() const { return scale_; }
+    /// Scales every axis alike.
     void setUniformScale(float scale);
 
     /// The pivot of rotation and scale, as a fraction of the size along each axis: 0 is the side
@@ -599,14 +600,9 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     friend struct MVViewTree;
     friend class MVWindow;
 
-    /// How a view is known to those it does not keep alive: a cell that holds its address and that
-    /// it clears when it is destroyed. Unlike a weak pointer it works from within a constructor,
-    /// and reading it costs two loads.
-    using BackPointer = std::shared_ptr<MVView*>;
-
-    const BackPointer& backPointer();
-    MVView* superviewPointer() const { return superview_ != nullptr ? *superview_ : nullptr; }
-    MVView* windowPointer() const { return window_ != nullptr ? *window_ : nullptr; }
+    const MVViewBackPointer& backPointer();
+    MVView* superviewPointer() const { return superview_.get(); }
+    MVView* windowPointer() const { return window_.get(); }
 
     void checkCanBecomeSubview(const MVView* view, const char* operation) const;
     bool isInside(const MVView* view) const;
@@ -668,9 +664,9 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     Mivora::Plane worldInteractionPlane_{{0.0F, 0.0F, 1.0F}, 0.0F};
     glm::mat4 inverseTransformMatrix_{1.0F};
 
-    BackPointer superview_;
-    BackPointer window_;
-    BackPointer backPointer_;  ///< To this view; null until somebody needs it.
+    MVViewBackPointer superview_;
+    MVViewBackPointer window_;
+    MVViewBackPointer backPointer_;  ///< To this view; null until somebody needs it.
 
     std::int32_t coordinateSystem_ = 0;
     float opacity_ = 1.0F;
@@ -678,7 +674,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
 
     Mivora::Point3 position_ = Mivora::Point3::kZero;
     Mivora::Point3 rotation_ = Mivora::Point3::kZero;
-    Mivora::Point3 scale_{1.0F, 1.0F, 1.0F};
+    float scale_ = 1.0F;
     Mivora::Point3 anchorPoint_ = Mivora::Point3::kZero;
 
     glm::mat4 localTransformMatrix_{1.0F};

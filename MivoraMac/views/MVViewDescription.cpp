@@ -62,7 +62,8 @@ std::string MVView::describe() const {
             writeUnless(out, "position", view.position_, zero);
             writeUnless(out, "size", view.size_, Mivora::Size3::kZero);
             writeUnless(out, "rotation", view.rotation_, zero);
-            writeUnless(out, "scale", view.scale_, {1.0F, 1.0F, 1.0F});
+            writeUnless(out, "scale", Mivora::Point3{view.scale_, view.scale_, view.scale_},
+                        {1.0F, 1.0F, 1.0F});
             writeUnless(out, "anchor", view.anchorPoint_, zero);
             writeUnless(out, "localOrigin", view.localOrigin_, zero);
             writeUnless(out, "coordinateSystem", view.coordinateSystem_, 0);

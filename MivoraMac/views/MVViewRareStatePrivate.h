@@ -16,7 +16,7 @@ struct MVView::RareState {
     struct StencilCache;
 
     std::shared_ptr<MVView> stencilView;
-    std::vector<MVView*> masked;  ///< The views whose stencil view this is.
+    std::vector<MVView*> masked;                      ///< The views whose stencil view this is.
     std::shared_ptr<StencilCache> stencilStateCache;  ///< Null until first masked.
 
     Mivora::Plane interactionPlane{{0.0F, 0.0F, 1.0F}, 0.0F};

@@ -22,7 +22,7 @@ struct SineCosine {
 };
 
 /// T(position) · Rx · Ry · Rz · S(scale) · T(-pivot), multiplied out.
-glm::mat4 placementMatrix(Mivora::Point3 position, Mivora::Point3 rotation, Mivora::Point3 scale,
+glm::mat4 placementMatrix(Mivora::Point3 position, Mivora::Point3 rotation, float scale,
                           Mivora::Point3 pivot) {
     const SineCosine x(rotation.x);
     const SineCosine y(rotation.y);
@@ -32,11 +32,11 @@ glm::mat4 placementMatrix(Mivora::Point3 position, Mivora::Point3 rotation, Mivo
     glm::mat4 result;
     result[0] = glm::vec4(y.cosine * z.cosine, sineXSineY * z.cosine + x.cosine * z.sine,
                           x.sine * z.sine - cosineXSineY * z.cosine, 0.0F) *
-                scale.x;
+                scale;
     result[1] = glm::vec4(-(y.cosine * z.sine), x.cosine * z.cosine - sineXSineY * z.sine,
                           cosineXSineY * z.sine + x.sine * z.cosine, 0.0F) *
-                scale.y;
-    result[2] = glm::vec4(y.sine, -(x.sine * y.cosine), x.cosine * y.cosine, 0.0F) * scale.z;
+                scale;
+    result[2] = glm::vec4(y.sine, -(x.sine * y.cosine), x.cosine * y.cosine, 0.0F) * scale;
     result[3] = glm::vec4(position.x, position.y, position.z, 1.0F) - result[0] * pivot.x -
                 result[1] * pivot.y - result[2] * pivot.z;
     return result;
@@ -91,10 +91,10 @@ void MVView::setRotation(float rotation) {
 }
 
 void MVView::setUniformScale(float scale) {
-    if (scale_.x == scale) {
+    if (scale_ == scale) {
         return;
     }
-    scale_ = {scale, scale, scale};
+    scale_ = scale;
     mv_setLocalTransformMatrixDirty();
 }
 
