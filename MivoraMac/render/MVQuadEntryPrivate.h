@@ -26,7 +26,7 @@ struct MVQuadProgram {
 
 /// One drawing of a view, or a step of a stencil level, as a value. What it means is the sequence
 /// of GL calls that it stands for; see `MVQuadBatch`.
-struct MVQuadEntry {
+struct alignas(64) MVQuadEntry {
     enum class Kind : std::uint8_t {
         Quad,            ///< a rectangle
         Projection,      ///< `matrix` is that of the quads that follow

@@ -1,6 +1,7 @@
 #include "MivoraMac/render/MVQuadRecorderPrivate.h"
 
 #include <cstring>
+#include <span>
 #include <utility>
 
 #include "MivoraMac/render/MVQuadBatchPrivate.h"
@@ -44,46 +45,66 @@ MVQuadRecorder::MVQuadRecorder(MVRenderContext& context, MVQuadBatch& batch)
 MVQuadRecorder::~MVQuadRecorder() = default;
 
 MVQuadRecorder* MVQuadRecorder::recording(const MVRenderContext* context) {
+    MVQuadRecorder* const recorder = recording();
+    return recorder != nullptr && &recorder->context_ == context ? recorder : nullptr;
+}
+
+MVQuadRecorder* MVQuadRecorder::recording() {
     MVQuadRecorder* const recorder = recorderAtHand;
-    return recorder != nullptr && &recorder->context_ == context &&
-                   MVRenderContext::mv_isActiveContext(context)
+    return recorder != nullptr && MVRenderContext::mv_isActiveContext(&recorder->context_)
                ? recorder
                : nullptr;
 }
 
-void MVQuadRecorder::draw(const std::shared_ptr<MVShader>& shader, const MVQuadProgram& program,
-                          const Quad& quad) {
-    context_.mv_noteShader(shader);
-    glm::mat4 projection(0.0F);
-    glm::mat4 transform(0.0F);
-    MVShader::mv_readQuadMatrices(projection, transform);
-    bool committed = false;
-    while (!committed) {
-        makeRoom();
-        if (!commitProjection(projection)) {
-            continue;
+bool MVQuadRecorder::Run::setShader(const std::shared_ptr<MVShader>& shader) {
+    if (shader->mv_group() != recorder_.context_.mv_group()) {
+        return false;
+    }
+    recorder_.context_.mv_noteShader(shader);
+    return true;
+}
+
+/// Sees to it that there is a recording with room for a quad, and with its projection.
+void MVQuadRecorder::Run::begin() {
+    end();
+    recorder_.makeRoom();
+    recorder_.setProjection(projection_);
+    isBegun_ = true;
+}
+
+void MVQuadRecorder::Run::end() {
+    if (std::exchange(isBegun_, false)) {
+        recorder_.commit();
+    }
+}
+
+/// Makes what was added part of the queue's work. Where something else was queued meanwhile, it is
+/// the beginning of the next recording.
+void MVQuadRecorder::commit() {
+    while (current_ != nullptr) {
+        const std::span<const MVQuadEntry> added = current_->uncommitted();
+        if (added.empty() || current_->commit()) {
+            return;
         }
-        MVQuadEntry& entry = current_->next();
-        entry.matrix = transform;
-        entry.tint = quad.tint;
-        entry.textureCoordinates = quad.textureCoordinates;
-        entry.size = quad.size;
-        entry.program = program;
-        entry.texture = quad.texture;
-        entry.kind = MVQuadEntry::Kind::Quad;
-        entry.blend = quad.blend;
-        entry.rebuilt = quad.rebuilt;
-        committed = current_->commit();
+        const std::vector<MVQuadEntry> rest(added.begin(), added.end());
+        makeRoom();
+        // There is room: a recording with all this has been before, and no more.
+        if (rest.front().kind == MVQuadEntry::Kind::Quad) {
+            setProjection(projection_);
+        }
+        for (const MVQuadEntry& entry : rest) {
+            current_->next() = entry;
+            current_->add();
+            hasProjection_ |= entry.kind == MVQuadEntry::Kind::Projection;
+        }
     }
 }
 
 void MVQuadRecorder::stencil(MVQuadEntry::Kind step, std::uint32_t level) {
-    bool committed = false;
-    while (!committed) {
-        makeRoom();
-        current_->next() = stencilStep(step, level);
-        committed = current_->commit();
-    }
+    makeRoom();
+    current_->next() = stencilStep(step, level);
+    current_->add();
+    commit();
 }
 
 MVQuadEntry MVQuadRecorder::stencilStep(MVQuadEntry::Kind step, std::uint32_t level) {
@@ -93,23 +114,22 @@ MVQuadEntry MVQuadRecorder::stencilStep(MVQuadEntry::Kind step, std::uint32_t le
     return entry;
 }
 
-/// Adds the projection unless the recording at hand ends with that one.
-/// @return whether there is room for what is drawn with it
-bool MVQuadRecorder::commitProjection(const glm::mat4& projection) {
-    if (hasProjection_ && std::memcmp(&projection, &projection_, sizeof(projection)) == 0) {
-        return true;
+/// Adds the projection unless the recording at hand ends with that one, and sees to it that there
+/// is room for what is drawn with it.
+void MVQuadRecorder::setProjection(const glm::mat4& projection) {
+    while (!hasProjection_ || std::memcmp(&projection, &projection_, sizeof(projection)) != 0 ||
+           current_->isFull()) {
+        if (current_->isFull()) {
+            makeRoom();
+            continue;
+        }
+        MVQuadEntry& entry = current_->next();
+        entry.matrix = projection;
+        entry.kind = MVQuadEntry::Kind::Projection;
+        current_->add();
+        projection_ = projection;
+        hasProjection_ = true;
     }
-    MVQuadEntry& entry = current_->next();
-    entry.matrix = projection;
-    entry.kind = MVQuadEntry::Kind::Projection;
-    if (!current_->commit()) {
-        hasProjection_ = false;
-        current_ = nullptr;
-        return false;
-    }
-    projection_ = projection;
-    hasProjection_ = true;
-    return !current_->isFull();
 }
 
 /// Sees to it that there is a recording to add to.

@@ -37,24 +37,51 @@ class MIVORA_EXPORT MVQuadRecorder {
     MVQuadRecorder(MVRenderContext& context, MVQuadBatch& batch);
     ~MVQuadRecorder();
 
-    /// The recorder of the scope at hand if it belongs to the context given and that is the active
-    /// one; else null, and the drawing is played call by call.
+    /// The recorder of the scope at hand if it belongs to the active context; else null, and the
+    /// drawing is played call by call.
+    static MVQuadRecorder* recording();
+    /// As above, and only if that is the context given.
     static MVQuadRecorder* recording(const MVRenderContext* context);
 
-    /// What varies from quad to quad but for its matrices.
-    struct Quad {
-        Mivora::ColorRGBA tint;
-        Mivora::Rect2 textureCoordinates;
-        Mivora::Size2 size;
-        std::uint32_t texture;
-        MVQuadBlend blend;
-        bool rebuilt;
-    };
+    /// Drawings of quads that follow each other while nobody else can queue anything from this
+    /// thread: as a whole they cost what one costs.
+    class MIVORA_EXPORT Run {
+     public:
+        /// @param projection  of all of them
+        Run(MVQuadRecorder& recorder, const glm::mat4& projection)
+            : recorder_(recorder), projection_(projection) {}
+        ~Run() { end(); }
+        Run(const Run&) = delete;
+        Run& operator=(const Run&) = delete;
 
-    /// Records `use` on a standard shader, the binding of the texture if it uses one, the setting
-    /// of its colour and the drawing of a quad.
-    void draw(const std::shared_ptr<MVShader>& shader, const MVQuadProgram& program,
-              const Quad& quad);
+        const MVRenderContext& context() const { return recorder_.context_; }
+
+        /// The place for the next quad, of which everything has to be written but the kind.
+        MVQuadEntry& next() {
+            if (recorder_.current_ == nullptr || !isBegun_ || recorder_.current_->isFull()) {
+                begin();
+            }
+            return recorder_.current_->next();
+        }
+        /// Adds what was written to `next`.
+        void add() {
+            recorder_.current_->next().kind = MVQuadEntry::Kind::Quad;
+            recorder_.current_->add();
+        }
+        /// Takes note of the shader that the next quads are drawn with, unless it is one of another
+        /// share group.
+        /// @return whether they can be
+        bool setShader(const std::shared_ptr<MVShader>& shader);
+        /// Before anything else is done. There may be more quads later.
+        void end();
+
+     private:
+        void begin();
+
+        MVQuadRecorder& recorder_;
+        const glm::mat4 projection_;
+        bool isBegun_ = false;
+    };
 
     /// Whether it ever has.
     bool hasRecorded() const { return hasRecorded_; }
@@ -66,7 +93,8 @@ class MIVORA_EXPORT MVQuadRecorder {
 
  private:
     void makeRoom();
-    bool commitProjection(const glm::mat4& projection);
+    void setProjection(const glm::mat4& projection);
+    void commit();
     void finish();
 
     MVRenderContext& context_;

@@ -9,6 +9,7 @@ MVQuadRecording::~MVQuadRecording() = default;
 
 void MVQuadRecording::begin() {
     next_ = 0;
+    committed_ = 0;
     state_.store(0, std::memory_order_relaxed);
     idle_.store(false, std::memory_order_relaxed);
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "MivoraMac/platform/threads/SerialQueue.h"
 #include "MivoraMac/render/MVQuadEntryPrivate.h"
@@ -35,12 +36,20 @@ class MVQuadRecording : public Mivora::platform::GrowingWork {
     bool isFull() const { return next_ == kCapacity; }
     /// The place for the next entry; not while full.
     MVQuadEntry& next() { return entries_[next_]; }
-    /// Adds the entry that was written to `next`.
-    /// @return false where the run had ended: the entry is not part of it, and nothing can be
-    ///         added any more
+    /// Adds the entry that was written to `next`, as far as the adding thread knows.
+    void add() { ++next_; }
+    /// Adds all entries since the last call to the run, before anybody else may queue something
+    /// that has to come after them.
+    /// @return false where the run had ended: they are not part of it, and nothing can be added any
+    ///         more
     bool commit() {
-        ++next_;
-        return (state_.fetch_add(1, std::memory_order_release) & kClosed) == 0;
+        const std::uint32_t count = next_ - committed_;
+        committed_ = next_;
+        return (state_.fetch_add(count, std::memory_order_release) & kClosed) == 0;
+    }
+    /// What has been added but not committed. It stays in place until `begin`.
+    std::span<const MVQuadEntry> uncommitted() const {
+        return {&entries_[committed_], next_ - committed_};
     }
 
  private:
@@ -52,6 +61,7 @@ class MVQuadRecording : public Mivora::platform::GrowingWork {
     MVQuadBatch& batch_;
     const std::unique_ptr<MVQuadEntry[]> entries_;
     std::uint32_t next_ = 0;               // the adding thread's
+    std::uint32_t committed_ = 0;          // likewise
     std::uint32_t count_ = 0;              // known once it is closed
     std::atomic<std::uint32_t> state_{0};  // the number of entries, and whether it is closed
     std::atomic<bool> idle_{true};

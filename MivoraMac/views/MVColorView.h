@@ -42,6 +42,8 @@ class MIVORA_EXPORT MVColorView : public MVView {
     /// Rewrites the quad's vertices if the width or height changed since they were built.
     void mv_buildQuadVertices();
 
+    bool mv_recordQuad(MVQuadVisit& visit) override;
+
     /// @}
 
  protected:
@@ -50,6 +52,8 @@ class MIVORA_EXPORT MVColorView : public MVView {
     explicit MVColorView(Mivora::ColorRGBA color = Mivora::ColorRGBA::kWhite);
 
  private:
+    Mivora::ColorRGBA fadedColor();
+
     Mivora::ColorRGBA color_;
     std::unique_ptr<MVQuad> quad_;
     std::shared_ptr<MVShaderPositionUniformColor> shader_;

@@ -1,6 +1,7 @@
 #include "MivoraMac/views/MVImageView.h"
 
 #include <string_view>
+#include <typeinfo>
 
 #include "MivoraMac/images/MVFilter.h"
 #include "MivoraMac/images/MVImage.h"
@@ -11,6 +12,7 @@
 #include "MivoraMac/render/MVShaderPositionTextureUniformColor.h"
 #include "MivoraMac/views/MVFilterStagePrivate.h"
 #include "MivoraMac/views/MVQuadPrivate.h"
+#include "MivoraMac/views/MVQuadVisitPrivate.h"
 
 using Mivora::platform::ObservableObject;
 using Mivora::platform::PropertyChange;
@@ -140,6 +142,16 @@ void MVImageView::prepareForDraw() {
     const MVImage* const drawn =
         filterStage_->processedImage() ? filterStage_->processedImage().get() : image_.get();
     setCoordinateSystem(drawn != nullptr ? drawn->coordinateSystem() : 0);
+}
+
+bool MVImageView::mv_recordQuad(MVQuadVisit& visit) {
+    if (typeid(*this) != typeid(MVImageView) || filterStage_->filter() || !image_) {
+        return false;
+    }
+    mv_buildQuadVertices();
+    const bool premultiplied = image_->premultipliedAlpha();
+    return visit.add(*this, *quad_, shader_, MVQuad::tint(premultiplied, effectiveOpacity()),
+                     quad_->textureOf(*image_), MVQuad::blendOf(premultiplied));
 }
 
 void MVImageView::draw() {

@@ -68,6 +68,8 @@ class MIVORA_EXPORT MVImageView : public MVView, public MVFilterObserver {
     /// Rewrites the vertices if size or texture coordinates changed since they were last built.
     void mv_buildQuadVertices();
 
+    bool mv_recordQuad(MVQuadVisit& visit) override;
+
     /// @}
 
  protected:

@@ -143,9 +143,7 @@ void MVQuad::drawImage(const std::shared_ptr<MVShaderPositionTextureUniformColor
     const Mivora::ColorRGBA color = tint(premultiplied, opacity);
     MVQuadProgram program;
     if (shader->mv_readQuadProgram(program) &&
-        record(shader, program, color,
-               context_ ? image->mv_textureIn(context_->mv_group().get()) : 0,
-               blendOf(premultiplied))) {
+        record(shader, program, color, textureOf(*image), blendOf(premultiplied))) {
         return;
     }
     shader->use();
@@ -154,17 +152,40 @@ void MVQuad::drawImage(const std::shared_ptr<MVShaderPositionTextureUniformColor
     draw(blendOf(premultiplied));
 }
 
+std::uint32_t MVQuad::textureOf(const MVImage& image) const {
+    return context_ ? image.mv_textureIn(context_->mv_group().get()) : 0;
+}
+
 /// @return false where nothing is recorded at present
 bool MVQuad::record(const std::shared_ptr<MVShader>& shader, const MVQuadProgram& program,
                     Mivora::ColorRGBA tint, std::uint32_t texture, Blend blend) {
     MVQuadRecorder* const recorder = MVQuadRecorder::recording(context_.get());
-    if (recorder == nullptr || shader->mv_group() != context_->mv_group()) {
+    if (recorder == nullptr) {
         return false;
     }
-    recorder->draw(shader, program,
-                   {tint, builtTextureCoordinates_, builtSize_, texture, blend, rebuilt_});
-    rebuilt_ = false;
+    glm::mat4 projection(0.0F);
+    glm::mat4 transform(0.0F);
+    MVShader::mv_readQuadMatrices(projection, transform);
+    MVQuadRecorder::Run run(*recorder, projection);
+    if (!run.setShader(shader)) {
+        return false;
+    }
+    MVQuadEntry& entry = run.next();
+    entry.matrix = transform;
+    write(entry, program, tint, texture, blend);
+    run.add();
     return true;
+}
+
+void MVQuad::write(MVQuadEntry& entry, const MVQuadProgram& program, Mivora::ColorRGBA tint,
+                   std::uint32_t texture, Blend blend) {
+    entry.tint = tint;
+    entry.textureCoordinates = builtTextureCoordinates_;
+    entry.size = builtSize_;
+    entry.program = program;
+    entry.texture = texture;
+    entry.blend = blend;
+    entry.rebuilt = std::exchange(rebuilt_, false);
 }
 
 Mivora::ColorRGBA MVQuad::tint(bool premultiplied, float opacity) {

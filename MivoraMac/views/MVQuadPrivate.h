@@ -76,6 +76,12 @@ class MIVORA_EXPORT MVQuad {
     void drawImage(const std::shared_ptr<MVShaderPositionTextureUniformColor>& shader,
                    const std::shared_ptr<MVImage>& image, float opacity);
 
+    /// Writes a recorded drawing of the quad but for its matrix, for one who records it himself.
+    void write(MVQuadEntry& entry, const MVQuadProgram& program, Mivora::ColorRGBA tint,
+               std::uint32_t texture, Blend blend);
+    /// The name of an image's texture, as the quad's context knows it.
+    std::uint32_t textureOf(const MVImage& image) const;
+
     /// Queues the drawing with what is bound by then. Leaves blending off and no array bound.
     void draw(Blend blend);
 

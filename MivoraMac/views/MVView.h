@@ -19,6 +19,7 @@
 
 class MVInteraction;
 class MVMouse;
+class MVQuadVisit;
 class MVScroll;
 class MVView;
 class MVWindow;
@@ -509,10 +510,20 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// Rebuilds the local transform if it is marked.
     void mv_buildLocalTransformMatrix();
 
-    /// Rebuilds the world transform and its inverse if they are marked: after
-    /// `mv_transformMatrixWillBuild`, with the ancestors' first, and followed by
-    /// `mv_transformMatrixDidBuild`.
+    /// Rebuilds the world transform if it is marked: after `mv_transformMatrixWillBuild`, with the
+    /// ancestors' first, and followed by `mv_transformMatrixDidBuild`. The inverse follows when it
+    /// is next asked for.
     void mv_buildTransformMatrix();
+
+    /// As `transformMatrix`, for a view of a class without hooks.
+    /// @param superview   the superview, with nothing left to build
+    /// @param worldAbove  its `transformMatrix`
+    const glm::mat4& mv_transformMatrixBelow(const MVView& superview, const glm::mat4& worldAbove) {
+        if (transformMatrixDirty_) {
+            computeTransformMatrix(&superview, worldAbove);
+        }
+        return transformMatrix_;
+    }
 
     /// Where a ray meets the interaction plane, in this view's content space and with every
     /// component rounded to this view's pixels, halves away from zero.
@@ -554,6 +565,11 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     void mv_layoutVisit();
     virtual void mv_prepareForDrawVisit();
     virtual void mv_drawVisit();
+
+    /// Records what `draw` would draw as a part of the superview's drawing visit, where that is
+    /// nothing but a quad.
+    /// @return whether it did, so that `draw` is not called; never in a client's class
+    virtual bool mv_recordQuad(MVQuadVisit& visit);
 
     /// Names the view that `currentDrawingView` answers and shaders take their matrices from.
     static void mv_setCurrentDrawingView(MVView* view);
@@ -598,6 +614,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
  private:
     friend struct MVMaker;
     friend struct MVViewTree;
+    friend class MVQuadVisit;
     friend class MVWindow;
 
     const MVViewBackPointer& backPointer();
@@ -613,7 +630,9 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     void inheritContentScaleFactor(const MVView* superview);
     void giveWindowOfSuperview();
     std::shared_ptr<MVWindow> windowOfSubviews() const;
-    void computeTransformMatrix();
+    void computeTransformMatrix(const MVView* superview, const glm::mat4& worldAbove);
+    const glm::mat4& inverseMatrix();
+    glm::mat4 placement() const;
     void layOutIfWanted();
     void wantLayoutVisit();
     void tellWindowOfLayoutVisit(bool wanted);
@@ -646,6 +665,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
 
     bool localTransformMatrixDirty_ = false;
     bool transformMatrixDirty_ = false;
+    bool inverseTransformMatrixDirty_ = false;  ///< The world transform was rebuilt since.
     bool effectivelyHiddenDirty_ = false;
     bool effectiveOpacityDirty_ = false;
     bool worldInteractionPlaneDirty_ = true;

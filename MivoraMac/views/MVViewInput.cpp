@@ -120,11 +120,10 @@ void MVView::mv_buildWorldInteractionPlane() {
 
 Mivora::Point3 MVView::mv_locationOfRay(const Mivora::Ray3& ray) {
     mv_buildWorldInteractionPlane();
-    mv_buildTransformMatrix();
+    const glm::mat4& inverse = inverseMatrix();
     const Mivora::Point3 world = worldInteractionPlane_.RayIntersection(ray);
     const float scale = contentScaleFactor_;
-    const Float4 location =
-        Mivora::columnsOf(inverseTransformMatrix_) * Float4{world.x, world.y, world.z, 1.0F};
+    const Float4 location = Mivora::columnsOf(inverse) * Float4{world.x, world.y, world.z, 1.0F};
     const Float4 snapped = roundHalfAway(location * scale) / scale;
     return {snapped[0], snapped[1], snapped[2]};
 }

@@ -3,9 +3,13 @@
 #include <cmath>
 #include <glm/vec4.hpp>
 
+#include "MivoraMac/geometry/Float4Private.h"
 #include "MivoraMac/geometry/MatrixPrivate.h"
 #include "MivoraMac/views/MVView.h"
 #include "MivoraMac/views/MVViewTreePrivate.h"
+
+using Mivora::Float4;
+using Mivora::Float4x4;
 
 namespace {
 
@@ -22,23 +26,30 @@ struct SineCosine {
 };
 
 /// T(position) · Rx · Ry · Rz · S(scale) · T(-pivot), multiplied out.
-glm::mat4 placementMatrix(Mivora::Point3 position, Mivora::Point3 rotation, float scale,
-                          Mivora::Point3 pivot) {
-    const SineCosine x(rotation.x);
-    const SineCosine y(rotation.y);
+Float4x4 placementMatrix(Mivora::Point3 position, Mivora::Point3 rotation, float scale,
+                         Mivora::Point3 pivot) {
     const SineCosine z(rotation.z);
-    const float sineXSineY = x.sine * y.sine;
-    const float cosineXSineY = x.cosine * y.sine;
-    glm::mat4 result;
-    result[0] = glm::vec4(y.cosine * z.cosine, sineXSineY * z.cosine + x.cosine * z.sine,
-                          x.sine * z.sine - cosineXSineY * z.cosine, 0.0F) *
-                scale;
-    result[1] = glm::vec4(-(y.cosine * z.sine), x.cosine * z.cosine - sineXSineY * z.sine,
-                          cosineXSineY * z.sine + x.sine * z.cosine, 0.0F) *
-                scale;
-    result[2] = glm::vec4(y.sine, -(x.sine * y.cosine), x.cosine * y.cosine, 0.0F) * scale;
-    result[3] = glm::vec4(position.x, position.y, position.z, 1.0F) - result[0] * pivot.x -
-                result[1] * pivot.y - result[2] * pivot.z;
+    Float4x4 result;
+    if (rotation.x == 0.0F && rotation.y == 0.0F) {
+        result.column[0] = Float4{z.cosine, z.sine, 0.0F, 0.0F} * scale;
+        result.column[1] = Float4{-z.sine, z.cosine, 0.0F, 0.0F} * scale;
+        result.column[2] = Float4{0.0F, 0.0F, 1.0F, 0.0F} * scale;
+    } else {
+        const SineCosine x(rotation.x);
+        const SineCosine y(rotation.y);
+        const float sineXSineY = x.sine * y.sine;
+        const float cosineXSineY = x.cosine * y.sine;
+        result.column[0] = Float4{y.cosine * z.cosine, sineXSineY * z.cosine + x.cosine * z.sine,
+                                  x.sine * z.sine - cosineXSineY * z.cosine, 0.0F} *
+                           scale;
+        result.column[1] = Float4{-(y.cosine * z.sine), x.cosine * z.cosine - sineXSineY * z.sine,
+                                  cosineXSineY * z.sine + x.sine * z.cosine, 0.0F} *
+                           scale;
+        result.column[2] = Float4{y.sine, -(x.sine * y.cosine), x.cosine * y.cosine, 0.0F} * scale;
+    }
+    result.column[3] = Float4{position.x, position.y, position.z, 1.0F} -
+                       result.column[0] * pivot.x - result.column[1] * pivot.y -
+                       result.column[2] * pivot.z;
     return result;
 }
 
@@ -138,7 +149,15 @@ glm::mat4 MVView::transformMatrix() {
 }
 
 glm::mat4 MVView::inverseTransformMatrix() {
+    return inverseMatrix();
+}
+
+const glm::mat4& MVView::inverseMatrix() {
     mv_buildTransformMatrix();
+    if (inverseTransformMatrixDirty_) {
+        inverseTransformMatrix_ = Mivora::invertMatrix(transformMatrix_, nullptr);
+        inverseTransformMatrixDirty_ = false;
+    }
     return inverseTransformMatrix_;
 }
 
@@ -161,14 +180,18 @@ void MVView::mv_setTransformMatrixDirty() {
 }
 
 void MVView::mv_buildLocalTransformMatrix() {
-    if (!localTransformMatrixDirty_) {
-        return;
+    if (localTransformMatrixDirty_) {
+        localTransformMatrix_ = placement();
+        localTransformMatrixDirty_ = false;
     }
-    localTransformMatrix_ =
+}
+
+/// The local transform as it is to be.
+inline glm::mat4 MVView::placement() const {
+    return Mivora::matrixOf(
         placementMatrix(position_, rotation_, scale_,
                         {anchorPoint_.x * size_.width, anchorPoint_.y * size_.height,
-                         anchorPoint_.z * size_.depth});
-    localTransformMatrixDirty_ = false;
+                         anchorPoint_.z * size_.depth}));
 }
 
 void MVView::mv_buildTransformMatrix() {
@@ -183,30 +206,43 @@ void MVView::mv_buildTransformMatrix() {
             return superview != nullptr && superview->transformMatrixDirty_;
         },
         [](MVView& view) {
-            view.computeTransformMatrix();
+            MVView* const superview = view.superviewPointer();
+            view.computeTransformMatrix(
+                superview, superview != nullptr ? superview->transformMatrix() : glm::mat4(1.0F));
             view.mv_transformMatrixDidBuild();
         });
 }
 
-void MVView::computeTransformMatrix() {
-    mv_buildLocalTransformMatrix();
-    MVView* const superview = superviewPointer();
-    glm::mat4 world = superview != nullptr ? superview->transformMatrix() * localTransformMatrix_
-                                           : localTransformMatrix_;
-    const std::int32_t coordinateSystemAbove =
-        superview != nullptr ? superview->coordinateSystem_ : 0;
+/// @param superview   null for none
+/// @param worldAbove  its world transform
+void MVView::computeTransformMatrix(const MVView* superview, const glm::mat4& worldAbove) {
+    // What was just computed is not read again from where it is stored: that would wait for it.
+    Float4x4 world =
+        Mivora::columnsOf(localTransformMatrixDirty_ ? placement() : localTransformMatrix_);
+    if (localTransformMatrixDirty_) {
+        localTransformMatrix_ = Mivora::matrixOf(world);
+        localTransformMatrixDirty_ = false;
+    }
+    std::int32_t coordinateSystemAbove = 0;
+    if (superview != nullptr) {
+        coordinateSystemAbove = superview->coordinateSystem_;
+        const Float4x4 above = Mivora::columnsOf(worldAbove);
+        for (Float4& column : world.column) {
+            column = above * column;
+        }
+    }
     if (coordinateSystemAbove != coordinateSystem_) {
         // · T(0, height, 0) · S(1, -1, 1)
-        world[3] += world[1] * size_.height;
-        world[1] = -world[1];
+        world.column[3] += world.column[1] * size_.height;
+        world.column[1] = -world.column[1];
     }
     if (localOrigin_ != Mivora::Point3::kZero) {
         // · T(-localOrigin)
-        world[3] -=
-            world[0] * localOrigin_.x + world[1] * localOrigin_.y + world[2] * localOrigin_.z;
+        world.column[3] -= world.column[0] * localOrigin_.x + world.column[1] * localOrigin_.y +
+                           world.column[2] * localOrigin_.z;
     }
-    transformMatrix_ = world;
-    inverseTransformMatrix_ = Mivora::invertMatrix(world, nullptr);
+    transformMatrix_ = Mivora::matrixOf(world);
+    inverseTransformMatrixDirty_ = true;
     transformMatrixDirty_ = false;
 }
 

@@ -10,6 +10,7 @@
 #include "MivoraMac/render/MVQuadRecorderPrivate.h"
 #include "MivoraMac/render/MVRenderContext.h"
 #include "MivoraMac/render/MVRenderSurface.h"
+#include "MivoraMac/views/MVQuadVisitPrivate.h"
 #include "MivoraMac/views/MVView.h"
 #include "MivoraMac/views/MVViewRareStatePrivate.h"
 #include "MivoraMac/views/MVViewTreePrivate.h"
@@ -238,9 +239,11 @@ void MVView::mv_drawVisit() {
         return;
     }
     const std::shared_ptr<const MVViewArray> snapshot = subviewArray();
-    for (const std::shared_ptr<MVView>& subview : *snapshot) {
-        subview->mv_drawVisit();
-    }
+    MVQuadVisit(*this).visit(*snapshot);
+}
+
+bool MVView::mv_recordQuad(MVQuadVisit& /*visit*/) {
+    return false;
 }
 
 // Stencil

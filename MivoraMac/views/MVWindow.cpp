@@ -6,6 +6,9 @@
 
 #include "MivoraMac/geometry/MVMath.h"
 #include "MivoraMac/platform/base/MVMake.h"
+#include "MivoraMac/platform/threads/MainThread.h"
+
+using Mivora::platform::MainThread;
 
 namespace {
 
@@ -182,10 +185,20 @@ void MVWindow::mv_setNeedsLayoutVisit(bool needsLayoutVisit) {
 }
 
 void MVWindow::mv_setDrawDirty() {
-    drawRequests_.fetch_add(1);
+    // Another thread has to make sure that whoever answers the request sees what it did before.
+    if ((drawRequests_.load() & 1U) == 0 || !MainThread::isMainThread()) {
+        drawRequests_.fetch_or(1);
+    }
     if (const std::shared_ptr<MVWindowOwner> owner = mv_owner()) {
         owner->mv_windowDidBecomeDrawDirty();
     }
+}
+
+std::uint64_t MVWindow::mv_drawRequests() {
+    std::uint64_t requests = drawRequests_.load();
+    while (!drawRequests_.compare_exchange_weak(requests, roundedUp(requests))) {
+    }
+    return roundedUp(requests);
 }
 
 void MVWindow::mv_setDrawClean() {

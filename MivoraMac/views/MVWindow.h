@@ -202,10 +202,13 @@ class MIVORA_EXPORT MVWindow : public MVView, public Mivora::platform::Observabl
     /// Notes that it has been. Thread: any.
     void mv_setDrawClean();
     /// Whether the tree has to be drawn. True for a new window. Thread: any.
-    bool mv_windowNeedsDraw() const { return drawnRequests_.load() < mv_drawRequests(); }
+    bool mv_windowNeedsDraw() const {
+        return drawnRequests_.load() < roundedUp(drawRequests_.load());
+    }
 
-    /// How often the tree has asked for a redraw so far. Thread: any.
-    std::uint64_t mv_drawRequests() const { return drawRequests_.load(); }
+    /// A number for what the tree has asked for so far: it is larger whenever there was something
+    /// since the last call. Thread: any.
+    std::uint64_t mv_drawRequests();
     /// As `mv_setDrawClean`, for a frame that was drawn when there had been `requests`: what was
     /// asked for since is still to be drawn. Thread: any.
     void mv_setDrawCleanAsOf(std::uint64_t requests);
@@ -220,6 +223,7 @@ class MIVORA_EXPORT MVWindow : public MVView, public Mivora::platform::Observabl
     friend struct MVMaker;
 
     void fitContentView();
+    static std::uint64_t roundedUp(std::uint64_t requests) { return requests + (requests & 1U); }
 
     std::weak_ptr<MVWindowOwner> owner_;
     std::weak_ptr<MVRenderSurface> surface_;
@@ -229,8 +233,10 @@ class MIVORA_EXPORT MVWindow : public MVView, public Mivora::platform::Observabl
     std::optional<glm::mat4> drawingProjectionMatrix_;
     bool projectionMatrixDirty_ = true;
     std::atomic<bool> needsLayoutVisit_{false};
+    // Odd from the first request after `mv_drawRequests` answered until it answers again: all that
+    // come meanwhile are one, which only the first has to pay for.
     std::atomic<std::uint64_t> drawRequests_{0};
-    std::atomic<std::uint64_t> drawnRequests_{0};  // as many of them as have been drawn
+    std::atomic<std::uint64_t> drawnRequests_{0};  // what `mv_drawRequests` answered, once drawn
     float fieldOfView_ = 1.0471976F;
     float nearDistance_ = 150.0F;
     float farDistance_ = 150.0F;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <memory>
 #include <random>
@@ -330,6 +331,58 @@ TEST_F(MVQuadBatchTest, aClosureOfAnyThreadComesAfterWhatWasRecordedBefore) {
     EXPECT_EQ(asking->drawnBefore, 1U) << "the first two";
     finish();
     EXPECT_EQ(drawCalls(), 2U);
+}
+
+TEST_F(MVQuadBatchTest, nothingIsLostWhileAnotherThreadQueuesClosures) {
+    constexpr int kSquares = 1600;  // the whole window
+    const auto window = squares(kSquares);
+    const Picture expected = captureWith(true, window, 0);
+    std::atomic<bool> over = false;
+    std::thread thread([&] {
+        while (!over) {
+            context_->dispatchBlock([] {});
+        }
+    });
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(captureWith(true, window, 0).rgba, expected.rgba);
+    }
+    over = true;
+    thread.join();
+    finish();
+}
+
+/// A colour view that draws nothing.
+class SilentView : public MVColorView {
+ public:
+    int drawn = 0;
+    void draw() override { ++drawn; }
+};
+
+TEST_F(MVQuadBatchTest, viewsOfAClientsClassAreDrawnByTheirOwnDraw) {
+    const auto window = squares(2);
+    const auto silent = MVMake<SilentView>();
+    silent->setSize({kExtent, kExtent});
+    window->insertSubviewAtIndex(silent, 1);
+    gl_->clear();
+    window->mv_drawVisit();
+    finish();
+    EXPECT_EQ(silent->drawn, 1);
+    EXPECT_THAT(gl_->callsOf("glDrawElementsBaseVertex"), SizeIs(1)) << "the other two";
+}
+
+TEST_F(MVQuadBatchTest, subviewsFollowTheirSuperviewThatMoved) {
+    const auto window = MVWindow::init();
+    window->setSize({kExtent, kExtent});
+    const auto above = MVView::init();
+    window->addSubview(above);
+    const auto square = MVColorView::initWithColor({0, 1, 0, 1});
+    square->setSize({20, 20});
+    above->addSubview(square);
+    captureWith(true, window, 0);
+    above->setPosition({100, 0});
+    const Picture picture = captureWith(true, window, 0);
+    EXPECT_EQ(picture.pixel(110, 10)[1], 255);
+    EXPECT_LT(picture.pixel(10, 10)[1], 100) << "the background";
 }
 
 TEST_F(MVQuadBatchTest, theContextKnowsTheShaderThatWasRecordedLast) {
