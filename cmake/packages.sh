@@ -27,7 +27,7 @@ MIVORA_GTK_PACKAGES=(libgtk-4-dev libgl1)
 # To test it: display servers without a screen, and what drives and photographs them.
 MIVORA_HOST_TEST_PACKAGES=(
     libwayland-dev libwlroots-dev libx11-dev libxkbcommon-dev
-    dbus-daemon grim sway xdotool xvfb
+    at-spi2-core dbus-daemon grim sway xdotool xvfb
 )
 
 # For the second compiler.

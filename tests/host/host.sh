@@ -4,6 +4,7 @@
 #
 #   start_x11 / start_wayland [SCALE]   a display server with a screen of 1024 x 768 pixels
 #   start_devices [SCALE]               the same on Wayland, with fingers and a touchpad
+#   start_access                        a session with assistive technology
 #   start PROGRAM [ARGUMENT...]         a test program; its lines are kept for `expect`
 #   say LINE                            has the program obey a line
 #   expect LINE...                      the next lines that the program prints, exactly
@@ -16,6 +17,7 @@
 #   hand move X Y / press / release / click
 #                                       the pointer on either server, in points of the screen
 #   hand type TEXT / key COMBINATION    the keyboard on either server: as "Tab", "control+shift+Left"
+#   hand hold KEY / let KEY             a key that is held for a while
 #   picture FILE                        photographs the screen
 #   see QUADRANTS...                    waits until this is seen: arguments of HostPicture quadrants
 set -euo pipefail
@@ -155,10 +157,23 @@ wait_for() {
     done
 }
 
+# Programs started from now on are on one session bus with AccessClient.
+start_access() {
+    need dbus-daemon
+    [ -x /usr/libexec/at-spi-bus-launcher ] || skip "at-spi2-core is not installed"
+    dbus-daemon --session --nofork --print-address=1 > "$work/bus" 2> "$work/bus.log" &
+    started+=($!)
+    wait_for "the session bus" test -s "$work/bus"
+    DBUS_SESSION_BUS_ADDRESS=$(cat "$work/bus")
+    export DBUS_SESSION_BUS_ADDRESS GTK_A11Y=atspi
+    session=(env)
+}
+session=(dbus-run-session --)
+
 start() {
     mkfifo "$work/to-program" "$work/from-program"
     # shellcheck disable=SC2086  # the launcher is a command and its options, or nothing
-    dbus-run-session -- ${MIVORA_TEST_LAUNCHER:-} "$programs/$1" "${@:2}" < "$work/to-program" \
+    "${session[@]}" ${MIVORA_TEST_LAUNCHER:-} "$programs/$1" "${@:2}" < "$work/to-program" \
         > "$work/from-program" 2> "$work/program.log" &
     started+=($!)
     exec {to_program}> "$work/to-program"
@@ -226,6 +241,8 @@ hand() {
             move) point "move $*" "wait 0.1" ;;
             press | release) point "$action 1" ;;
             click) point "press 1" "release 1" ;;
+            hold) point "key-down $*" ;;
+            let) point "key-up $*" ;;
             *) point "$action $*" ;;
         esac
         return
@@ -237,6 +254,8 @@ hand() {
         click) xdotool click 1 ;;
         type) xdotool type -- "$*" ;;
         key) xdotool key "${1/control/ctrl}" ;;
+        hold) xdotool keydown "$1" ;;
+        let) xdotool keyup "$1" ;;
     esac
 }
 

@@ -73,12 +73,19 @@ Point wheelClicks(GdkEvent* event) {
 }  // namespace
 
 GtkRenderPeer::GtkRenderPeer(GtkWidget* widget, const std::shared_ptr<OpenGLView>& view)
-    : widget_(widget), view_(view), embedding_(widget) {
+    : widget_(widget),
+      view_(view),
+      embedding_(widget),
+      elements_(
+          widget, [this](const GtkElements::Call& call) { tellView(call); },
+          [this] { deliver(keys_.releaseAll()); }) {
     sink_ = std::make_shared<GtkFrameSink>([this] { gtk_widget_queue_draw(widget_); });
     addControllers();
     view->setPeer(this);
     openGLContextDidChange();
     update();
+    elementsDidChange();
+    cursorDidChange();
 }
 
 GtkRenderPeer::~GtkRenderPeer() {
@@ -101,6 +108,7 @@ GtkRenderPeer::Move::Move(std::shared_ptr<OpenGLView> view) : view_(std::move(vi
     auto* const peer = view_ != nullptr ? dynamic_cast<GtkRenderPeer*>(view_->peer()) : nullptr;
     if (peer != nullptr && !std::exchange(peer->moving_, true)) {
         peer_ = peer;
+        peer->elements_.hold();
         keepForThisTurn(peer->widget_);
     }
 }
@@ -115,8 +123,9 @@ void GtkRenderPeer::moved() {
     const Kept kept(widget_);
     moving_ = false;
     hand(std::exchange(held_, {}));
+    elements_.release();
     if (std::exchange(rootChanged_, false)) {
-        gtk_widget_get_root(widget_) != nullptr ? rooted() : unrooted();
+        tellRoot();
     }
 }
 
@@ -145,11 +154,28 @@ void GtkRenderPeer::viewIsGoing() {
     view_.reset();
     sink_->close();
     embedding_.update(nullptr);
+    elements_.close();
+    keys_.releaseAll();
     pointer_.cancel();
     scroll_.cancel({});
     fingers_.cancelAll();
     pinch_.cancel();
     gtk_widget_queue_draw(widget_);
+}
+
+void GtkRenderPeer::elementsDidChange() {
+    elements_.elementsDidChange();
+}
+
+void GtkRenderPeer::focusElement(std::uint64_t identifier) {
+    const Kept kept(widget_);
+    elements_.focus(identifier);
+}
+
+void GtkRenderPeer::cursorDidChange() {
+    std::string name;
+    tellView([&name](const OpenGLView& view) { name = view.cursorName(); });
+    gtk_widget_set_cursor_from_name(widget_, name.empty() ? nullptr : name.c_str());
 }
 
 /// Calls what may be a program's code. What that throws is logged: it must not reach the toolkit.
@@ -163,23 +189,28 @@ void GtkRenderPeer::tellView(const Call& call) {
 }
 
 void GtkRenderPeer::rooted() {
-    if (moving_) {
-        rootChanged_ = true;
-        return;
-    }
-    tellView([this](OpenGLView& view) {
-        view.moveToWindow(GtkNativeWindow::of(GTK_WIDGET(gtk_widget_get_root(widget_))));
-    });
+    root_ = gtk_widget_get_root(widget_);
+    elements_.entered(root_);
+    tellRoot();
 }
 
 void GtkRenderPeer::unrooted() {
     keepForThisTurn(widget_);
     disabled();
+    root_ = nullptr;
+    elements_.left();
+    tellRoot();
+}
+
+/// Tells the view which window it is in, after the move if there is one.
+void GtkRenderPeer::tellRoot() {
     if (moving_) {
         rootChanged_ = true;
         return;
     }
-    tellView([](OpenGLView& view) { view.moveToWindow(nullptr); });
+    tellView([this](OpenGLView& view) {
+        view.moveToWindow(root_ != nullptr ? GtkNativeWindow::of(GTK_WIDGET(root_)) : nullptr);
+    });
 }
 
 void GtkRenderPeer::realized() {
@@ -194,6 +225,7 @@ void GtkRenderPeer::disabled() {
     deliver(pinch_.cancel());
     deliver(scroll_.cancel(pointer_.location()));
     deliver(pointer_.cancel());
+    deliver(keys_.releaseAll());
 }
 
 void GtkRenderPeer::scaled() {
@@ -221,6 +253,7 @@ void GtkRenderPeer::allocated(int width, int height) {
         update();
     }
     embedding_.place(*view, height);
+    elements_.place(height);
 }
 
 void GtkRenderPeer::snapshot(GtkSnapshot* snapshot) {
@@ -305,6 +338,9 @@ gboolean GtkRenderPeer::handle(GdkEvent* event) {
             return scroll(event);
         case GDK_TOUCHPAD_PINCH:
             return pinch(event);
+        case GDK_KEY_PRESS:
+        case GDK_KEY_RELEASE:
+            return key(event);
         default:
             return FALSE;
     }
@@ -393,6 +429,23 @@ gboolean GtkRenderPeer::pinch(GdkEvent* event) {
             break;
     }
     return TRUE;
+}
+
+/// What the view has no use for is the toolkit's: it moves the focus, or presses what the window
+/// has for that.
+gboolean GtkRenderPeer::key(GdkEvent* event) {
+    if (!elements_.haveKeyboard()) {
+        return FALSE;  // what is embedded has let it pass
+    }
+    GtkKeys::Meaning meaning = keys_.read(event);
+    bool isHandled = meaning.isTaken;
+    if (meaning.event) {
+        meaning.event->modifiers = modifiers_;
+        tellView([&](OpenGLView& view) {
+            isHandled = view.deliverKey(std::make_shared<const Event>(std::move(*meaning.event)));
+        });
+    }
+    return isHandled ? TRUE : FALSE;
 }
 
 /// Events of scrolling do not say where: it is where the pointer is.
@@ -559,8 +612,9 @@ void GtkRenderPeer::deliver(Events events) {
 
 void GtkRenderPeer::hand(const Events& events) {
     const Kept kept(widget_);
+    const std::weak_ptr<OpenGLView> taker = view_;
     for (const Event& event : events) {
-        if (const auto view = view_.lock()) {
+        if (const auto view = taker.lock()) {
             view->deliver(std::make_shared<const Event>(event));
         }
     }

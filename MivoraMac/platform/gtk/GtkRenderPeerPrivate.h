@@ -2,13 +2,17 @@
 
 #include <gtk/gtk.h>
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "MivoraMac/platform/gtk/ClickCounterPrivate.h"
 #include "MivoraMac/platform/gtk/FingerTrackerPrivate.h"
+#include "MivoraMac/platform/gtk/GtkElementsPrivate.h"
 #include "MivoraMac/platform/gtk/GtkEmbeddingPrivate.h"
 #include "MivoraMac/platform/gtk/GtkFrameSinkPrivate.h"
+#include "MivoraMac/platform/gtk/GtkKeysPrivate.h"
 #include "MivoraMac/platform/gtk/PointerTrackerPrivate.h"
 #include "MivoraMac/platform/gtk/ScrollTrackerPrivate.h"
 #include "MivoraMac/platform/windows/OpenGLView.h"
@@ -50,6 +54,9 @@ class GtkRenderPeer : public OpenGLView::Peer {
     void subviewsDidChange() override;
     void openGLContextDidChange() override;
     void viewIsGoing() override;
+    void elementsDidChange() override;
+    void focusElement(std::uint64_t identifier) override;
+    void cursorDidChange() override;
 
     /// @name What happens to the widget
     /// @{
@@ -62,6 +69,8 @@ class GtkRenderPeer : public OpenGLView::Peer {
     void scaled();
     void allocated(int width, int height);
     void snapshot(GtkSnapshot* snapshot);
+    /// The keyboard's focus is to move on; see `GtkElements::move`.
+    std::optional<bool> focus(GtkDirectionType direction) { return elements_.move(direction); }
 
     /// @}
 
@@ -71,6 +80,7 @@ class GtkRenderPeer : public OpenGLView::Peer {
     void addControllers();
     void update();
     void moved();
+    void tellRoot();
     template <class Call>
     void tellView(const Call& call);
 
@@ -79,6 +89,7 @@ class GtkRenderPeer : public OpenGLView::Peer {
     gboolean touch(GdkEvent* event);
     gboolean scroll(GdkEvent* event);
     gboolean pinch(GdkEvent* event);
+    gboolean key(GdkEvent* event);
     void press(PointerTracker::Button button, Point location, guint32 time);
     void pointerEntered(GtkEventController* controller, double x, double y);
     void pointerMoved(GtkEventController* controller, double x, double y);
@@ -105,6 +116,8 @@ class GtkRenderPeer : public OpenGLView::Peer {
     std::weak_ptr<OpenGLView> view_;
     std::shared_ptr<GtkFrameSink> sink_;
     GtkEmbedding embedding_;
+    GtkElements elements_;
+    GtkRoot* root_ = nullptr;
     bool allocating_ = false;
     bool subviewsChanged_ = false;
     bool moving_ = false;
@@ -117,6 +130,7 @@ class GtkRenderPeer : public OpenGLView::Peer {
     ScrollTracker scroll_;
     FingerTracker fingers_;
     PinchTracker pinch_;
+    GtkKeys keys_;
     guint momentumTick_ = 0;
 };
 

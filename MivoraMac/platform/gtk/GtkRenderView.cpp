@@ -3,6 +3,7 @@
 #include <gtk/gtk.h>
 
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "MivoraMac/platform/Host.h"
@@ -90,6 +91,12 @@ void sizeAllocate(GtkWidget* widget, int width, int height, int /*baseline*/) {
     }
 }
 
+gboolean focus(GtkWidget* widget, GtkDirectionType direction) {
+    GtkRenderPeer* const peer = peerOf(widget);
+    const std::optional<bool> isTaken = peer != nullptr ? peer->focus(direction) : std::nullopt;
+    return isTaken ? static_cast<gboolean>(*isTaken) : baseClass()->focus(widget, direction);
+}
+
 void snapshot(GtkWidget* widget, GtkSnapshot* snapshot) {
     if (GtkRenderPeer* const peer = peerOf(widget)) {
         peer->snapshot(snapshot);
@@ -108,7 +115,9 @@ static void mivora_render_widget_class_init(MivoraRenderWidgetClass* type) {
     widget->state_flags_changed = stateFlagsChanged;
     widget->size_allocate = sizeAllocate;
     widget->snapshot = snapshot;
+    widget->focus = focus;
     gtk_widget_class_set_css_name(widget, "mivora-render-view");
+    gtk_widget_class_set_accessible_role(widget, GTK_ACCESSIBLE_ROLE_GROUP);
 }
 
 static void mivora_render_widget_init(MivoraRenderWidget* self) {
