@@ -211,8 +211,11 @@ bool MVApplication::mv_runLoop(const std::shared_ptr<MVApplicationRunLoop>& /*se
         parts_->animationClock->tickVideoSync(kStep, 0.0);
     }
     MVFrame::layOut(*parts_->window);
+    parts_->window->mv_settleFocus();
     parts_->renderView->mv_updateBridgeViews();
-    if (!parts_->window->mv_windowNeedsDraw()) {
+    const bool needsDraw = parts_->window->mv_windowNeedsDraw();
+    parts_->renderView->mv_tellOfElements(needsDraw);
+    if (!needsDraw) {
         return false;
     }
     const auto context = parts_->context->mv_context();
@@ -262,6 +265,7 @@ void MVApplication::mv_setActiveResources() {
 
 bool MVApplication::mv_isIdle() const {
     return !parts_->window->mv_windowNeedsDraw() && !parts_->window->mv_needsLayoutVisit() &&
+           !parts_->window->mv_elementsChanged() &&
            (paused_.load() || !parts_->animationClock->mv_hasTickers());
 }
 
@@ -277,6 +281,12 @@ void MVApplication::mv_wake() {
     }
     if (runLoop) {
         runLoop->mv_wake();
+    }
+}
+
+void MVApplication::mv_windowFocusDidChange() {
+    if (parts_->renderView) {
+        parts_->renderView->mv_focusDidChange();
     }
 }
 

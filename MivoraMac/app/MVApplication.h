@@ -179,6 +179,8 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
     void mv_applicationInit();
     void mv_windowDidBecomeDrawDirty() override { mv_wake(); }
     void mv_windowDidBecomeLayoutDirty() override { mv_wake(); }
+    void mv_windowFocusDidChange() override;
+    void mv_windowElementsDidChange() override { mv_wake(); }
     void mv_windowPerspectiveDidBuild(const glm::dmat4& sublayerTransform) override;
     std::shared_ptr<MVBridgeViewHost> mv_bridgeViewHost() override;
     void observeValueForKeyPathOfObjectChangeContext(std::string_view keyPath,

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <glm/mat4x4.hpp>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "MivoraMac/Export.h"
@@ -12,14 +14,18 @@
 
 class MVApplication;
 class MVBridgeView;
+class MVCursorDispatcher;
+class MVElementList;
 class MVFingerDispatcher;
+class MVKeyDispatcher;
 class MVMouseDispatcher;
 class MVMouseToTouchDispatcher;
 class MVRenderContext;
 class MVScrollDispatcher;
 class MVWindow;
 
-/// The native view that shows an application's window and takes the pointer's events for it.
+/// The native view that shows an application's window and takes the events of the pointer
+/// and of the keyboard for it.
 ///
 /// It keeps the viewport at its size in pixels, has the application draw a frame within every
 /// change of size, holds the native views that stand over the drawing, and hands events to its
@@ -30,7 +36,12 @@ class MVWindow;
 /// - a pointer with no button held to the mouse, as a hover, while the window is the main one;
 /// - a wheel, fingers and momentum to scrolling; a line of a wheel counts as 24 points;
 /// - leaving the view ends the hover, then cancels scrolling, then the touch;
-/// - fingers to touches of their own, and to nothing else: no button is pressed by them.
+/// - fingers to touches of their own, and to nothing else: no button is pressed by them;
+/// - keys to the focused view, see `MVKeyDispatcher`; leaving the native window ends those that are
+///   held and takes the focus off.
+///
+/// Before all that, a press of the primary button and a finger that lands move the focus to the
+/// view that asks for it (`MVView::focusesOnPress`).
 ///
 /// Fingers and the pointer do not know of each other, but for this:
 /// - a finger that lands ends the hover; it begins again with the first move of the pointer after
@@ -78,6 +89,14 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
         return fingerDispatcher_;
     }
 
+    /// Where keys go to.
+    const std::shared_ptr<MVKeyDispatcher>& keyDispatcher() const { return keyDispatcher_; }
+
+    /// Where the shape of the pointer comes from.
+    const std::shared_ptr<MVCursorDispatcher>& cursorDispatcher() const {
+        return cursorDispatcher_;
+    }
+
     /// True: there is nothing to see through the drawing.
     bool isOpaque() const override;
 
@@ -103,8 +122,30 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     }
 
     /// @}
+    /// @name Elements
+    /// Those of the window's tree.
+    /// @{
+
+    std::vector<Mivora::platform::Element> elements() override;
+    std::uint64_t focusedElement() const override;
+    /// The element's view gets the focus. Where it cannot have it, the peer is told where it is.
+    void elementDidFocus(std::uint64_t identifier) override;
+    /// No view has the focus then, and the keys that are held are ended.
+    void elementDidBlur(std::uint64_t identifier) override;
+    bool performAction(std::uint64_t identifier, std::size_t index) override;
+    std::string cursorName() const override;
+
+    /// @}
     /// @name Internal to the library
     /// @{
+
+    /// Tells the peer what of the elements and of the pointer's shape is another since the latest
+    /// frame, as each frame does.
+    /// @param isDrawn  whether the frame draws, which it does wherever something has moved
+    void mv_tellOfElements(bool isDrawn);
+
+    /// Tells the peer where the focus is.
+    void mv_focusDidChange();
 
     /// The event's place in points, with the origin at this view's bottom left corner.
     Mivora::Point2 mv_pointForEvent(const Event& event) const;
@@ -150,6 +191,8 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     void touchesMoved(const std::shared_ptr<const Event>& event) override;
     void touchesEnded(const std::shared_ptr<const Event>& event) override;
     void touchesCancelled(const std::shared_ptr<const Event>& event) override;
+    bool keyDown(const std::shared_ptr<const Event>& event) override;
+    bool keyUp(const std::shared_ptr<const Event>& event) override;
 
  private:
     friend struct ::MVMaker;
@@ -162,8 +205,12 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     bool mayHover() const;
     void beginHover(const std::shared_ptr<const Event>& event);
     void endHover(const std::shared_ptr<const Event>& event);
+    void pointerDid(const Event& event);
+    void focusByPress(Mivora::Point2 point);
+    void tellOfCursor(bool changed);
 
     std::weak_ptr<MVApplication> application_;
+    std::weak_ptr<MVWindow> window_;
     std::shared_ptr<MVRenderContext> context_;
     std::shared_ptr<const Mivora::platform::TrackingArea> trackingArea_;
     bool mouseHoverActive_ = false;
@@ -174,6 +221,10 @@ class MIVORA_EXPORT MVApplicationRenderView : public Mivora::platform::OpenGLVie
     std::shared_ptr<MVScrollDispatcher> scrollDispatcher_;
     std::shared_ptr<MVMouseToTouchDispatcher> mouseToTouchDispatcher_;
     std::shared_ptr<MVFingerDispatcher> fingerDispatcher_;
+    std::shared_ptr<MVKeyDispatcher> keyDispatcher_;
+    std::shared_ptr<MVCursorDispatcher> cursorDispatcher_;
+    std::unique_ptr<MVElementList> elementList_;
+    bool elementsTold_ = false;  // the peer was told of some
 };
 
 /// Pixels for each point of a view's drawing: the scale of the window it is in, if it wants the

@@ -10,15 +10,6 @@
 
 using Mivora::platform::DebugLog;
 
-namespace {
-
-std::string nameOf(const MVView& view) {
-    const std::string name = view.debugName();
-    return name.empty() ? Mivora::platform::classNameOf(typeid(view)) : '"' + name + '"';
-}
-
-}  // namespace
-
 void MVEventLog::write(const char* what, const MVInteraction& interaction) {
     constexpr DebugLog::Category kEvents = DebugLog::Category::Events;
     if (!DebugLog::isEnabled(kEvents)) {
@@ -33,4 +24,9 @@ void MVEventLog::write(const char* what, const MVInteraction& interaction) {
     DebugLog::log(kEvents, "%s in %s at (%g, %g, %g)", what, nameOf(*view).c_str(),
                   static_cast<double>(location.x), static_cast<double>(location.y),
                   static_cast<double>(location.z));
+}
+
+std::string MVEventLog::nameOf(const MVView& view) {
+    const std::string name = view.debugName();
+    return name.empty() ? Mivora::platform::classNameOf(typeid(view)) : '"' + name + '"';
 }

@@ -23,7 +23,11 @@ std::shared_ptr<MVBridgeView> MVBridgeView::initWithBridgeView(std::shared_ptr<V
     return MVMake<MVBridgeView>(std::move(bridgeView));
 }
 
-MVBridgeView::MVBridgeView(std::shared_ptr<View> bridgeView) : bridgeView_(std::move(bridgeView)) {}
+MVBridgeView::MVBridgeView(std::shared_ptr<View> bridgeView) : bridgeView_(std::move(bridgeView)) {
+    if (bridgeView_) {
+        mv_elementDidChange();
+    }
+}
 
 MVBridgeView::~MVBridgeView() {
     if (bridgeView_ && !MainThread::isMainThread()) {
@@ -41,6 +45,7 @@ void MVBridgeView::setBridgeView(std::shared_ptr<View> bridgeView) {
     mv_positionBridgeView();
     mv_sizeBridgeView();
     mv_updateBridgeViewVisibility();
+    mv_elementDidChange();
 }
 
 void MVBridgeView::setSize3(Mivora::Size3 size) {
@@ -143,4 +148,8 @@ void MVBridgeView::mv_windowDidChange() {
 
 void MVBridgeView::mv_effectivelyHiddenDidBuild() {
     mv_updateBridgeViewVisibility();
+}
+
+MVOwnElement MVBridgeView::mv_ownElement() const {
+    return {bridgeView_ != nullptr, Mivora::platform::Role::Group, {}, bridgeView_};
 }

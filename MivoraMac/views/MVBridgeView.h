@@ -35,7 +35,9 @@ class View;
 ///   drawn, or earlier if the transform or `isEffectivelyHidden` is read, or the desktop lays the
 ///   window out.
 ///
-/// Presses over the native view are its own; see `ViewForGtkWidget`.
+/// Presses over the native view are its own; see `ViewForGtkWidget`. So are its keys while it has
+/// the keyboard's focus, which it can have without being `focusable`: the Tab key finds it at the
+/// place that this view has among the others.
 ///
 /// Thread: main. Size, place and visibility follow changes that are made on another thread when the
 /// main thread next turns its loop. Dropped on another thread, the native view is released on the
@@ -84,6 +86,9 @@ class MIVORA_EXPORT MVBridgeView : public MVView {
 
     /// Brings place and visibility of the native view up to date, if anything changed.
     void mv_updateBridgeView();
+
+    /// The native view, which knows all about itself.
+    MVOwnElement mv_ownElement() const override;
 
     /// @}
 

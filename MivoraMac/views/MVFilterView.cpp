@@ -172,6 +172,12 @@ void MVFilterView::mv_windowDidBecomeDrawDirty() {
     setNeedsDraw();
 }
 
+void MVFilterView::mv_windowElementsDidChange() {
+    if (const std::shared_ptr<MVWindow> window = MVView::mv_window()) {
+        window->mv_setElementsChanged();
+    }
+}
+
 void MVFilterView::observeValueForKeyPathOfObjectChangeContext(std::string_view keyPath,
                                                                ObservableObject& object,
                                                                PropertyChange /*change*/,
@@ -334,9 +340,12 @@ void MVFilterView::mv_drawVisit() {
         return;
     }
     const MVQuadRecorder::Scope recording;
-    const AtEnd done([] { mv_setCurrentDrawingView(nullptr); });
-    mv_setCurrentDrawingView(this);
-    draw();
+    {
+        const AtEnd done([] { mv_setCurrentDrawingView(nullptr); });
+        mv_setCurrentDrawingView(this);
+        draw();
+    }
+    mv_drawFocusRing();
 }
 
 void MVFilterView::mv_buildQuadVertices() {

@@ -46,6 +46,10 @@ class MVShaderPositionTextureUniformColor;
 /// one above it is rotated or scaled. Otherwise they are found where they would be without that;
 /// this view itself still where it is, but for a rotation about x or y.
 ///
+/// The keyboard and assistive technology find the views below, too: those have the window's focus
+/// as any other view, their places are those of what the picture shows, and the ring of the focus
+/// is part of the picture.
+///
 /// Needs the render context and the shader cache that are active when it is made. Thread: main.
 class MIVORA_EXPORT MVFilterView : public MVView,
                                    public MVFilterObserver,
@@ -113,6 +117,7 @@ class MIVORA_EXPORT MVFilterView : public MVView,
     void mv_buildQuadVertices();
 
     void mv_windowDidBecomeDrawDirty() override;
+    void mv_windowElementsDidChange() override;
 
     void observeValueForKeyPathOfObjectChangeContext(std::string_view keyPath,
                                                      Mivora::platform::ObservableObject& object,

@@ -160,3 +160,7 @@ void MVImageView::draw() {
         filterStage_->draw(*quad_, shader_, image_, effectiveOpacity());
     }
 }
+
+MVOwnElement MVImageView::mv_ownElement() const {
+    return {false, Mivora::platform::Role::Picture, {}, nullptr};
+}

@@ -70,6 +70,9 @@ class MIVORA_EXPORT MVImageView : public MVView, public MVFilterObserver {
 
     bool mv_recordQuad(MVQuadVisit& visit) override;
 
+    /// A picture, as soon as it has a label: one without says nothing to those who do not see it.
+    MVOwnElement mv_ownElement() const override;
+
     /// @}
 
  protected:

@@ -19,8 +19,8 @@ bool MVQuadVisit::record(MVView& view) {
     if (view.hidden_) {
         return true;
     }
-    return !MVViewTree::Children::exist(view) && view.superviewPointer() == &superview_ &&
-           (run_ || begin()) && view.mv_recordQuad(*this);
+    return !view.drawsFocusRing_ && !MVViewTree::Children::exist(view) &&
+           view.superviewPointer() == &superview_ && (run_ || begin()) && view.mv_recordQuad(*this);
 }
 
 /// @return whether anything is recorded at present

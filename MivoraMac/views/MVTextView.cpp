@@ -60,6 +60,17 @@ void MVTextView::setText(const AttributedStringPointer& text) {
     text_ = text;
     rendered_->setDirty();
     setNeedsDraw();
+    mv_elementDidChange();
+}
+
+MVOwnElement MVTextView::mv_ownElement() const {
+    MVOwnElement element;
+    element.role = Mivora::platform::Role::Label;
+    if (text_) {
+        element.label = text_->text();
+    }
+    element.isElement = !element.label.empty();
+    return element;
 }
 
 void MVTextView::setTextureScaleFactor(float textureScaleFactor) {

@@ -40,6 +40,8 @@ MIVORA_EXPORT std::uint8_t MVTextAlignementToCTTextAlignment(std::uint32_t align
 /// window: in a view that faces the viewer, in the window's plane, at a position and of a size of
 /// whole pixels.
 ///
+/// To assistive technology it is a label that says its text.
+///
 /// For styles that differ within a string see `Mivora::platform::AttributedStringBuilder`, for what
 /// counts as a font `Mivora::platform::TextFont`, for line ends, control characters and invalid
 /// UTF-8 `Mivora::platform::AttributedString`. Of a text of more than a megabyte (2^20 bytes), only
@@ -103,6 +105,9 @@ class MIVORA_EXPORT MVTextView : public MVView {
     void mv_buildTextImage();
     /// Rewrites the quad's vertices if the width or height has changed, and asks for a redraw.
     void mv_buildQuadVertices();
+
+    /// A label with the text, where there is one.
+    MVOwnElement mv_ownElement() const override;
 
     /// @}
 

@@ -176,6 +176,9 @@ void MVView::mv_setSuperview(MVView* superview) {
     if (superview != nullptr && layoutVisitWanted_) {
         superview->wantLayoutVisit();
     }
+    if (superview != nullptr && mayHoldElements_) {
+        superview->noteElement();
+    }
 
     giveWindowOfSuperview();
     if (superviewPointer() != superview) {

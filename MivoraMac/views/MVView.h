@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <glm/mat4x4.hpp>
 #include <memory>
 #include <string>
@@ -12,12 +13,15 @@
 #include "MivoraMac/geometry/Point.h"
 #include "MivoraMac/geometry/Ray.h"
 #include "MivoraMac/geometry/Size.h"
+#include "MivoraMac/input/MVCursor.h"
 #include "MivoraMac/input/MVOrderedSet.h"
+#include "MivoraMac/platform/windows/Element.h"
 #include "MivoraMac/render/MVShader.h"
 #include "MivoraMac/render/MVStencilState.h"
 #include "MivoraMac/views/MVViewBackPointer.h"
 
 class MVInteraction;
+class MVKey;
 class MVMouse;
 class MVQuadVisit;
 class MVScroll;
@@ -31,6 +35,23 @@ using MVViewArray = std::vector<std::shared_ptr<MVView>>;
 
 /// A list of recognizers, replaced whole like a list of views.
 using MVGestureRecognizerArray = std::vector<std::shared_ptr<MVGestureRecognizer>>;
+
+/// Something that can be done with a view without seeing it.
+struct MVAccessibilityAction {
+    std::string name;                ///< what it is called, for people: "flip"
+    std::function<void()> function;  ///< what does it; none does nothing
+};
+
+/// What can be done with a view, the most usual first.
+using MVAccessibilityActionArray = std::vector<MVAccessibilityAction>;
+
+/// What a view is to assistive technology without any work of the program.
+struct MVOwnElement {
+    bool isElement = false;  ///< rather than what it is as soon as the program makes it an element
+    Mivora::platform::Role role = Mivora::platform::Role::None;  ///< what it is
+    std::string label;                                           ///< what it is called
+    std::shared_ptr<Mivora::platform::View> embedded;            ///< a native view that stands here
+};
 
 /// A node of the view tree, and the base of every visible element.
 ///
@@ -337,15 +358,24 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// @name Input
     /// @{
 
-    /// Whether this view and those below it can be hit; true by default.
+    /// Whether this view and those below it can be hit, and can have the keyboard's focus; true by
+    /// default.
     bool interactionEnabled() const { return interactionEnabled_; }
-    void setInteractionEnabled(bool enabled) { interactionEnabled_ = enabled; }
+    void setInteractionEnabled(bool enabled);
 
     /// Whether the view wants to know of a pointer that hovers over it; false by default. A hover
     /// over a view that does not want it is not offered to the ancestors: it lands on a view behind
     /// that does, or on none.
     bool mouseHoverEnabled() const { return mouseHoverEnabled_; }
     void setMouseHoverEnabled(bool enabled) { mouseHoverEnabled_ = enabled; }
+
+    /// The shape of the pointer over this view and those in it that name none; `Inherit` by
+    /// default, which leaves it to the superview, and at the root to the desktop. The frontmost
+    /// view that a press would land on decides, whether or not it wants hovers; while a button is
+    /// held, the one that was pressed.
+    MVCursor cursor() const;
+    /// Changes the shape, at once where the pointer is over the view.
+    void setCursor(MVCursor cursor);
 
     /// The plane that pointers are met on, in this view's content space; z = 0 by default.
     Mivora::Plane interactionPlane() const;
@@ -419,6 +449,91 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     virtual void scrollMoved(const std::shared_ptr<MVScroll>& scroll);
     virtual void scrollEnded(const std::shared_ptr<MVScroll>& scroll);
     virtual void scrollCancelled(const std::shared_ptr<MVScroll>& scroll);
+
+    /// A key that is pressed, or repeats, while this view has the focus or passes on from one that
+    /// has; see `MVKeyDispatcher`.
+    /// @return whether the view had a use for it. Otherwise the superview is asked, and at the end
+    ///         the toolkit: so Tab, Escape and the window's shortcuts go on working
+    virtual bool keyBegan(const std::shared_ptr<MVKey>& key);
+    /// The end of a key that this view took. What it answers makes no difference but to whoever
+    /// passes on to it.
+    virtual bool keyEnded(const std::shared_ptr<MVKey>& key);
+
+    /// The keyboard's focus has come to this view.
+    virtual void focusBegan();
+    /// It has left. Comes once for every `focusBegan`.
+    virtual void focusEnded();
+
+    /// @}
+    /// @name Focus
+    /// One view of a window has the keyboard's focus, or none; see `MVWindow::focusedView`. Those
+    /// below a filter view take part, their ring in the picture with them.
+    /// @{
+
+    /// Whether the view can have the focus; false by default. It can while it is in a window and
+    /// neither it nor a view that it is in is hidden or without `interactionEnabled`.
+    bool focusable() const;
+    void setFocusable(bool focusable);
+
+    /// Moves the focus here and calls the hooks; see `MVWindow::setFocusedView`.
+    /// @return whether the view has the focus then
+    bool focus();
+    /// Takes the focus off this view, if it has it: no view has it then.
+    void blur();
+    /// Whether this view has the focus.
+    bool isFocused() const;
+
+    /// Where the Tab key, and a screen reader, come to this view and those in it among the other
+    /// subviews of its superview: smaller numbers first, equal ones in the order of the subviews.
+    /// 0 by default.
+    std::int32_t focusOrder() const;
+    void setFocusOrder(std::int32_t focusOrder);
+
+    /// Whether a press of the primary button or a finger on this view, or on one in it that does
+    /// not want this itself, moves the focus here; false by default. The focus moves before the
+    /// hooks of the press are called. Other presses leave it where it is.
+    bool focusesOnPress() const;
+    void setFocusesOnPress(bool focusesOnPress);
+
+    /// Whether a ring is drawn along the inside of the view, in its plane and over its subviews,
+    /// while it has the focus and the keyboard is what was used last; true by default. A view that
+    /// shows in its own way that it has the focus switches it off.
+    bool showsFocusRing() const;
+    void setShowsFocusRing(bool showsFocusRing);
+
+    /// @}
+    /// @name Accessibility
+    /// What assistive technology shows of the view, as an element in those of the views that it is
+    /// in. A view is one that is given any of these or is focusable; a text view with a text; and a
+    /// bridge view. Hidden views are none, nor is anything in them.
+    ///
+    /// A button, a check box, a heading, a link, a list item, a picture, a progress bar, a radio
+    /// button, a slider and a switch speak for the text views in them that are given nothing of
+    /// their own: these are left out, and are the label where there is none.
+    ///
+    /// Changes are told in the next frame. Texts are UTF-8, for people, and empty by default.
+    /// @{
+
+    /// What the view is. `None` by default: then a text view is a label, an image view with a label
+    /// a picture, one with actions a button, and any other element a group.
+    Mivora::platform::Role accessibilityRole() const;
+    void setAccessibilityRole(Mivora::platform::Role role);
+
+    /// What it is called. A text view that is given none is called what it says.
+    std::string accessibilityLabel() const;
+    void setAccessibilityLabel(const std::string& label);
+
+    /// More about it.
+    std::string accessibilityDescription() const;
+    void setAccessibilityDescription(const std::string& description);
+
+    /// What it says at present, where that changes: "3 of 5".
+    std::string accessibilityValue() const;
+    void setAccessibilityValue(const std::string& value);
+
+    /// What can be done with it. The functions are called on the main thread, with the view held.
+    MVAccessibilityActionArray accessibilityActions() const;
+    void setAccessibilityActions(MVAccessibilityActionArray actions);
 
     /// @}
     /// @name Debugging
@@ -583,6 +698,28 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     /// where the view has left its window since. Nothing happens without such a level.
     void cleanupStencil();
 
+    /// Draws the ring of the focus where it belongs: the last step of a drawing visit.
+    void mv_drawFocusRing() {
+        if (drawsFocusRing_) {
+            drawFocusRing();
+        }
+    }
+
+    /// Whether the focus can come here, if nothing is hidden on the way: to a focusable view, and
+    /// to a native one.
+    bool mv_takesFocus() const;
+    /// Whether anything that the program said makes the view an element.
+    bool mv_isGivenElement() const;
+    /// What the view is to assistive technology by itself; nothing here.
+    virtual MVOwnElement mv_ownElement() const;
+    /// What tells the element from all others of the process; made for the first call.
+    std::uint64_t mv_elementIdentifier();
+    /// What makes this view an element, or what it says, has changed.
+    void mv_elementDidChange();
+
+    /// Whether any view has a `cursor`. Thread: main.
+    static bool mv_anyCursors();
+
     /// What the dispatch of touches sends to views and recognizers alike; a view calls its hook.
     void mv_touchesBegan(const MVTouchSet& touches) { touchesBegan(touches); }
     void mv_touchesMoved(const MVTouchSet& touches) { touchesMoved(touches); }
@@ -638,6 +775,8 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     void tellWindowOfLayoutVisit(bool wanted);
     bool childWantsLayoutVisit() const;
     void forgetCurrentDrawing();
+    void drawFocusRing();
+    void noteElement();
 
     /// Whether the interaction is this view's or one's below it, rather than of what is behind.
     /// @param self   this view
@@ -654,12 +793,17 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     void mv_readQuadMatrices(glm::mat4& projection, glm::mat4& transform) override;
 
     struct RareState;
+    struct ElementState;
+    const ElementState& elementState() const;
+    ElementState& elementStateToChange();
+    template <class Value>
+    void changeElement(Value ElementState::*member, const Value& value);
     const RareState& rareState() const;
     RareState& rareStateToChange();
 
     // What every visit of every frame reads stands together.
     mutable std::shared_ptr<MVViewArray> subviews_;  ///< Null while empty; see `subviewArray`.
-    std::unique_ptr<RareState> rare_;  ///< Null until needed; see `rareState`.
+    std::unique_ptr<RareState> rare_;                ///< Null until needed; see `rareState`.
     bool hidden_ = false;
     std::atomic<bool> layoutDirty_{false};
 
@@ -672,9 +816,11 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     bool interactionEnabled_ = true;
     bool mouseHoverEnabled_ = false;
     bool effectivelyHidden_ = false;
-    bool layingOut_ = false;                      ///< `layoutSubviews` is running.
-    bool layoutVisitWanted_ = false;              ///< This view or one below it may want a layout.
-    bool contentScaleFactorSet_ = false;          ///< By a client, rather than taken over.
+    bool layingOut_ = false;              ///< `layoutSubviews` is running.
+    bool layoutVisitWanted_ = false;      ///< This view or one below it may want a layout.
+    bool contentScaleFactorSet_ = false;  ///< By a client, rather than taken over.
+    bool drawsFocusRing_ = false;
+    bool mayHoldElements_ = false;                ///< This view or one below it may be an element.
     mutable std::uint32_t removedFromFront_ = 0;  ///< Empty places at the front of `subviews_`.
 
     // And so does, with the flags, what hit testing reads of every view.

@@ -12,6 +12,7 @@
 #include "MivoraMac/platform/threads/MainThreadAssertPrivate.h"
 #include "MivoraMac/views/MVView.h"
 #include "MivoraMac/views/MVViewRareStatePrivate.h"
+#include "MivoraMac/views/MVWindow.h"
 
 using Mivora::Float4;
 
@@ -90,6 +91,17 @@ bool MVView::contentBoxContains(Mivora::Point3 p) const {
            o.z <= p.z && p.z <= o.z + size_.depth;
 }
 
+void MVView::setInteractionEnabled(bool enabled) {
+    if (interactionEnabled_ == enabled) {
+        return;
+    }
+    interactionEnabled_ = enabled;
+    MVView* const window = windowPointer();
+    if (window != nullptr && mayHoldElements_) {
+        static_cast<MVWindow*>(window)->mv_setElementsChanged();
+    }
+}
+
 // Interaction plane
 
 Mivora::Plane MVView::interactionPlane() const {
@@ -166,8 +178,7 @@ void MVView::removeGestureRecognizer(const std::shared_ptr<MVGestureRecognizer>&
 }
 
 void MVView::removeAllGestureRecognizers() {
-    const std::shared_ptr<const MVGestureRecognizerArray> all =
-        rareState().gestureRecognizers;
+    const std::shared_ptr<const MVGestureRecognizerArray> all = rareState().gestureRecognizers;
     if (all != nullptr) {
         for (const std::shared_ptr<MVGestureRecognizer>& recognizer : *all) {
             removeGestureRecognizer(recognizer);

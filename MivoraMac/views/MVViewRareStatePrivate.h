@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "MivoraMac/geometry/Plane.h"
+#include "MivoraMac/input/MVCursor.h"
+#include "MivoraMac/platform/windows/Element.h"
 #include "MivoraMac/views/MVView.h"
 
 /// What few views use: a view makes it when it is first told to keep anything of it. What every
@@ -23,4 +26,35 @@ struct MVView::RareState {
     std::shared_ptr<MVGestureRecognizerArray> gestureRecognizers;  ///< Null while empty.
 
     std::string debugName;
+
+    std::uint64_t elementIdentifier = 0;    ///< 0 until somebody asks for it.
+    std::unique_ptr<ElementState> element;  ///< Null until needed.
+};
+
+/// What the program says of a view to the keyboard, to assistive technology and to the pointer.
+struct MVView::ElementState {
+    Mivora::platform::Role role = Mivora::platform::Role::None;
+    std::string label;
+    std::string description;
+    std::string value;
+    MVAccessibilityActionArray actions;
+    std::int32_t focusOrder = 0;
+    bool focusable = false;
+    bool focusesOnPress = false;
+    bool showsFocusRing = true;
+    MVCursor cursor = MVCursor::Inherit;
+
+    ElementState() = default;
+    ~ElementState() { setCursor(MVCursor::Inherit); }
+    ElementState(const ElementState&) = delete;
+    ElementState& operator=(const ElementState&) = delete;
+
+    /// Stores the shape, and counts the views that have one.
+    void setCursor(MVCursor shape);
+
+    /// Whether any of it makes the view an element.
+    bool isElement() const {
+        return focusable || role != Mivora::platform::Role::None || !label.empty() ||
+               !description.empty() || !value.empty() || !actions.empty();
+    }
 };

@@ -9,6 +9,7 @@
 
 #include "MivoraMac/views/MVView.h"
 #include "MivoraMac/views/MVViewRareStatePrivate.h"
+#include "MivoraMac/views/MVWindow.h"
 
 /// How operations reach the views below and above a view. What counts as below is decided here and
 /// nowhere else.
@@ -78,6 +79,36 @@ struct MVViewTree {
             }
         }
     }
+
+    /// Whether a view is in the tree of a window with nothing hidden or disabled on the way.
+    static bool isReachable(const MVView& view, const MVView& window) {
+        const MVView* above = &view;
+        while (above != nullptr && !above->hidden_ && above->interactionEnabled_) {
+            if (above == &window) {
+                return true;
+            }
+            above = above->superviewPointer();
+        }
+        return false;
+    }
+
+    /// The window at the root of a view's tree, also from within a filter view, which has a window
+    /// of its own for what is below it; null for none.
+    static MVWindow* rootWindow(MVView& view) {
+        MVView* above = &view;
+        while (MVView* const superview = above->superviewPointer()) {
+            above = superview;
+        }
+        return above->windowPointer() == above ? static_cast<MVWindow*>(above) : nullptr;
+    }
+
+    /// Whether a view or one below it may be an element. Never false for one that is.
+    static bool mayHoldElements(const MVView& view) { return view.mayHoldElements_; }
+    /// Notes that none is.
+    static void holdsNoElements(MVView& view) { view.mayHoldElements_ = false; }
+
+    /// Has a view draw the ring of the focus, or not.
+    static void setDrawsFocusRing(MVView& view, bool draws) { view.drawsFocusRing_ = draws; }
 
     /// The content scale factors of a view and everything below it at some time.
     class ContentScaleFactors {

@@ -235,11 +235,11 @@ void MVView::mv_drawVisit() {
         mv_setCurrentDrawingView(this);
         draw();
     }
-    if (subviews_ == nullptr) {
-        return;
+    if (subviews_ != nullptr) {
+        const std::shared_ptr<const MVViewArray> snapshot = subviewArray();
+        MVQuadVisit(*this).visit(*snapshot);
     }
-    const std::shared_ptr<const MVViewArray> snapshot = subviewArray();
-    MVQuadVisit(*this).visit(*snapshot);
+    mv_drawFocusRing();
 }
 
 bool MVView::mv_recordQuad(MVQuadVisit& /*visit*/) {

@@ -7,6 +7,9 @@
 #include "MivoraMac/geometry/MVMath.h"
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/threads/MainThread.h"
+#include "MivoraMac/platform/threads/MainThreadAssertPrivate.h"
+#include "MivoraMac/views/MVViewTreePrivate.h"
+#include "MivoraMac/views/MVWindowFocusPrivate.h"
 
 using Mivora::platform::MainThread;
 
@@ -49,6 +52,8 @@ MVWindow::MVWindow(const std::shared_ptr<MVWindowOwner>& owner) {
     // Last: what construction asks for is not the owner's concern.
     owner_ = owner;
 }
+
+MVWindow::~MVWindow() = default;
 
 void MVWindow::setSize3(Mivora::Size3 size) {
     const bool changes = this->size() != Mivora::Size2{size.width, size.height};
@@ -208,5 +213,62 @@ void MVWindow::mv_setDrawClean() {
 void MVWindow::mv_setDrawCleanAsOf(std::uint64_t requests) {
     std::uint64_t drawn = drawnRequests_.load(std::memory_order_relaxed);
     while (drawn < requests && !drawnRequests_.compare_exchange_weak(drawn, requests)) {
+    }
+}
+
+// Focus
+
+std::shared_ptr<MVView> MVWindow::focusedView() const {
+    return focus_ != nullptr ? focus_->view() : nullptr;
+}
+
+bool MVWindow::setFocusedView(const std::shared_ptr<MVView>& view) {
+    MIVORA_ASSERT_MAIN_THREAD("MVWindow::setFocusedView");
+    return view == nullptr && focus_ == nullptr ? true : focusToChange().moveTo(view);
+}
+
+MVWindowFocus& MVWindow::focusToChange() {
+    if (focus_ == nullptr) {
+        focus_ = std::make_unique<MVWindowFocus>(*this);
+        focus_->setRingVisible(focusRingVisible_);
+    }
+    return *focus_;
+}
+
+void MVWindow::mv_settleFocus() {
+    if (focus_ != nullptr) {
+        focus_->settle();
+    }
+}
+
+void MVWindow::mv_setFocusRingVisible(bool visible) {
+    focusRingVisible_ = visible;
+    if (focus_ != nullptr) {
+        focus_->setRingVisible(visible);
+    }
+}
+
+void MVWindow::mv_placeFocusRing() {
+    if (focus_ != nullptr) {
+        focus_->placeRing();
+    }
+}
+
+void MVWindow::mv_drawFocusRingOver(MVView& view) {
+    if (focus_ != nullptr) {
+        focus_->drawRing(view);
+    }
+}
+
+// Elements
+
+bool MVWindow::mv_mayHaveElements() const {
+    return MVViewTree::mayHoldElements(*this);
+}
+
+void MVWindow::mv_setElementsChanged() {
+    elementsChanged_.store(true);
+    if (const std::shared_ptr<MVWindowOwner> owner = mv_owner()) {
+        owner->mv_windowElementsDidChange();
     }
 }

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -15,6 +16,7 @@ class MVApplication;
 class MVFilterView;
 class MVBridgeViewHost;
 class MVRenderSurface;
+class MVWindowFocus;
 
 namespace Mivora::platform {
 class WorkGroup;
@@ -32,6 +34,12 @@ class MIVORA_EXPORT MVWindowOwner {
 
     /// The tree has come to want layout visits.
     virtual void mv_windowDidBecomeLayoutDirty() {}
+
+    /// The keyboard's focus has come to another view, or to none.
+    virtual void mv_windowFocusDidChange() {}
+
+    /// Elements of the tree, or the shapes of the pointer, are others than in the latest frame.
+    virtual void mv_windowElementsDidChange() {}
 
     /// The camera changed. `sublayerTransform` gives native views that are placed over the drawing
     /// the same perspective: the identity, with -1 / d as what z contributes to w (column 2, row 3
@@ -59,6 +67,8 @@ class MIVORA_EXPORT MVWindow : public MVView, public Mivora::platform::Observabl
  public:
     /// Creates a window of size zero.
     static std::shared_ptr<MVWindow> init();
+
+    ~MVWindow() override;
 
     /// Creates a window of size zero that tells its owner of redraws and of the camera.
     /// @param owner  held weakly; may be null
@@ -127,8 +137,51 @@ class MIVORA_EXPORT MVWindow : public MVView, public Mivora::platform::Observabl
     glm::mat4 projectionMatrix();
 
     /// @}
+    /// @name Focus
+    /// @{
+
+    /// The view of the tree that has the keyboard's focus: keys go there first. Null for none, as
+    /// at first.
+    ///
+    /// Where the view that has it cannot have it any more (it, or one that it is in, has been
+    /// hidden, removed or disabled, or it is not focusable any more), it is with the nearest of
+    /// those views that it was in that can have it, or else with none. This holds at once; the
+    /// hooks are called before the next frame and before the next key. What leaves the window's
+    /// native window loses the focus, too. The window of a filter view has none of its own.
+    std::shared_ptr<MVView> focusedView() const;
+
+    /// Moves the focus: `focusEnded` is called on the view that loses it and then, unless that has
+    /// moved the focus elsewhere, `focusBegan` on the one that gets it. Both may do anything; what
+    /// they throw goes through at the end.
+    ///
+    /// @param view  null for none. The one that has the focus does nothing, and so does one that
+    ///              cannot have it
+    /// @return whether the focus is there at the end
+    bool setFocusedView(const std::shared_ptr<MVView>& view);
+
+    /// @}
     /// @name Internal to the library
     /// @{
+
+    /// Calls the hooks of focus for what was done to the tree.
+    void mv_settleFocus();
+
+    /// Says whether the keyboard was used last, rather than the pointer: only then is the ring of
+    /// the focus seen. True at first.
+    void mv_setFocusRingVisible(bool visible);
+    /// Takes up what the focused view says about its ring.
+    void mv_placeFocusRing();
+    /// Draws the ring over a view, within its drawing visit.
+    void mv_drawFocusRingOver(MVView& view);
+
+    /// Whether any view of the tree may be an element.
+    bool mv_mayHaveElements() const;
+    /// Notes that elements, or shapes of the pointer, are others.
+    void mv_setElementsChanged();
+    /// Whether they are, of which a frame is to tell. Thread: any.
+    bool mv_elementsChanged() const { return elementsChanged_.load(); }
+    /// Whether they were, of which a frame tells with this call.
+    bool mv_takeElementsChanged() { return elementsChanged_.exchange(false); }
 
     /// This window; null while it is being constructed or destroyed.
     std::shared_ptr<MVWindow> mv_window() const override;
@@ -224,6 +277,7 @@ class MIVORA_EXPORT MVWindow : public MVView, public Mivora::platform::Observabl
 
     void fitContentView();
     static std::uint64_t roundedUp(std::uint64_t requests) { return requests + (requests & 1U); }
+    MVWindowFocus& focusToChange();
 
     std::weak_ptr<MVWindowOwner> owner_;
     std::weak_ptr<MVRenderSurface> surface_;
@@ -237,6 +291,9 @@ class MIVORA_EXPORT MVWindow : public MVView, public Mivora::platform::Observabl
     // come meanwhile are one, which only the first has to pay for.
     std::atomic<std::uint64_t> drawRequests_{0};
     std::atomic<std::uint64_t> drawnRequests_{0};  // what `mv_drawRequests` answered, once drawn
+    std::atomic<bool> elementsChanged_{false};
+    std::unique_ptr<MVWindowFocus> focus_;  // null until a view gets the focus
+    bool focusRingVisible_ = true;
     float fieldOfView_ = 1.0471976F;
     float nearDistance_ = 150.0F;
     float farDistance_ = 150.0F;

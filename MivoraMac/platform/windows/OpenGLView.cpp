@@ -196,6 +196,10 @@ std::vector<Element> OpenGLView::elements() {
     return {};
 }
 
+std::uint64_t OpenGLView::focusedElement() const {
+    return 0;
+}
+
 void OpenGLView::elementDidFocus(std::uint64_t /*identifier*/) {}
 void OpenGLView::elementDidBlur(std::uint64_t /*identifier*/) {}
 

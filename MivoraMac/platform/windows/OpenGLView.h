@@ -144,6 +144,9 @@ class MIVORA_EXPORT OpenGLView : public View, public GLContextView {
     /// programs that have none: their hosts make nothing.
     virtual std::vector<Element> elements();
 
+    /// The element that has the focus, by its identifier; 0 for none, as here.
+    virtual std::uint64_t focusedElement() const;
+
     /// The keyboard's focus has come to an element by the toolkit's doing: the Tab key, assistive
     /// technology, or a press on a native view. Nothing here, and for an unknown identifier.
     virtual void elementDidFocus(std::uint64_t identifier);

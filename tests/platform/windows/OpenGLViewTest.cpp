@@ -279,6 +279,7 @@ TEST_F(OpenGLViewTest, aKeyWhoseHookThrowsIsTheToolkitsAndTheLogSaysSo) {
 TEST_F(OpenGLViewTest, aPlainViewHasNoElementsAndTheUsualCursor) {
     OpenGLView view;
     EXPECT_THAT(view.elements(), IsEmpty());
+    EXPECT_EQ(view.focusedElement(), 0U);
     EXPECT_FALSE(view.performAction(1, 0));
     EXPECT_EQ(view.cursorName(), "");
     view.elementDidFocus(1);
