@@ -16,6 +16,8 @@
 #                                       VirtualPointer, or TestCompositor after start_devices
 #   hand move X Y / press / release / click
 #                                       the pointer on either server, in points of the screen
+#   hand wheel LINES                    so many clicks of the wheel, one after the other; downward
+#                                       is positive
 #   hand type TEXT / key COMBINATION    the keyboard on either server: as "Tab", "control+shift+Left"
 #   hand hold KEY / let KEY             a key that is held for a while
 #   picture FILE                        photographs the screen
@@ -243,6 +245,14 @@ hand() {
             click) point "press 1" "release 1" ;;
             hold) point "key-down $*" ;;
             let) point "key-up $*" ;;
+            wheel)
+                local lines=()
+                for _ in $(seq "${1#-}"); do
+                    # Whoever has more to read than fits is thrown out by the compositor.
+                    lines+=("wheel ${1/[0-9]*/}1" "wait 0.004")
+                done
+                point "${lines[@]}"
+                ;;
             *) point "$action $*" ;;
         esac
         return
@@ -252,6 +262,7 @@ hand() {
         press) xdotool mousedown 1 ;;
         release) xdotool mouseup 1 ;;
         click) xdotool click 1 ;;
+        wheel) xdotool click --repeat "${1#-}" --delay 1 $(($1 < 0 ? 4 : 5)) ;;
         type) xdotool type -- "$*" ;;
         key) xdotool key "${1/control/ctrl}" ;;
         hold) xdotool keydown "$1" ;;

@@ -1,6 +1,7 @@
 #!/bin/bash
 # A list of 500 rows under two fingers: it moves with them, glides on with the momentum of the host,
-# stops at its ends and under a press, always on whole pixels. At the scale that is given.
+# stops at its ends and under a press, always on whole pixels; a scroll view in it, one that is
+# turned in space, and a button; and all of them under a wheel. At the scale that is given.
 . "$(dirname "$0")/host.sh"
 . "$(dirname "$0")/scroll.sh"
 
@@ -63,6 +64,26 @@ scrolled "list 0.00 inner 0.00 turned 0.00"
 echo "fingers over a scroll view that is turned in space"
 point "move 300 150" "fingers 0 30" "wait 0.2" lift
 scrolled "list 0.00 inner 0.00 turned -30.00"
+point "fingers 0 -40" "wait 0.2" lift
+scrolled "list 0.00 inner 0.00 turned 0.00"
+
+echo "over a scroll view in the list, which keeps them at its end, and their momentum"
+point "move 60 200" "fingers 0 30" "wait 0.2" lift
+scrolled "list 0.00 inner -30.00 turned 0.00"
+point "${flick[@]:0:12}" "fingers 0 150" lift
+scrolled "list 0.00 inner -140.00 turned 0.00"
+wait_for "rest" rest
+scrolled "list 0.00 inner -140.00 turned 0.00"
+point "fingers 0 -200" "wait 0.2" lift
+scrolled "list 0.00 inner 0.00 turned 0.00"
+
+echo "over a button in the list"
+point "move 60 108" "fingers 0 10" "wait 0.2" lift
+scrolled "list -10.00 inner 0.00 turned 0.00"
+point "fingers 0 -10" "wait 0.2" lift
+scrolled "list 0.00 inner 0.00 turned 0.00"
+
+check_wheel
 say scale
 await "scale *"
 echo "    $line"
