@@ -5,9 +5,11 @@
 #include <cmath>
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/type_ptr.hpp>
+#include <limits>
 #include <utility>
 
 #include "MivoraMac/platform/gtk/GtkWidgetViewPrivate.h"
+#include "MivoraMac/platform/gtk/PlaneTransformPrivate.h"
 
 namespace Mivora::platform {
 
@@ -43,19 +45,41 @@ bool isFinite(const glm::dmat4& matrix) {
     return std::all_of(values, values + 16, [](double value) { return std::isfinite(value); });
 }
 
+GskTransform* transformOf(const PlaneTransform& plane) {
+    const graphene_point_t origin = {static_cast<float>(plane.x), static_cast<float>(plane.y)};
+    GskTransform* transform = gsk_transform_translate(nullptr, &origin);
+    if (plane.degrees != 0) {
+        transform = gsk_transform_rotate(transform, static_cast<float>(plane.degrees));
+    }
+    if (plane.shearDegrees != 0) {
+        transform = gsk_transform_skew(transform, static_cast<float>(plane.shearDegrees), 0);
+    }
+    if (plane.scaleX != 1 || plane.scaleY != 1) {
+        transform = gsk_transform_scale(transform, static_cast<float>(plane.scaleX),
+                                        static_cast<float>(plane.scaleY));
+    }
+    return transform;
+}
+
 /// Column vectors, column by column, lie in memory as row vectors, row by row.
 GskTransform* transformOf(const glm::dmat4& matrix) {
-    const glm::dmat4 shift = translation(matrix[3][0], matrix[3][1]);
-    if (matrix == shift) {
-        const graphene_point_t point = {static_cast<float>(matrix[3][0]),
-                                        static_cast<float>(matrix[3][1])};
-        return gsk_transform_translate(nullptr, &point);
-    }
     std::array<float, 16> values;
     std::copy_n(glm::value_ptr(matrix), values.size(), values.begin());
     graphene_matrix_t transform;
     graphene_matrix_init_from_float(&transform, values.data());
     return gsk_transform_matrix(nullptr, &transform);
+}
+
+/// How far the corners of a widget may be off, in points, before it is drawn in space.
+constexpr double kTolerance = 0.05;
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// Whether the toolkit draws what is seen in perspective. Where it does not, it fills the place
+/// with a glaring colour.
+bool drawsPerspective(GtkWidget* widget) {
+    GtkNative* const native = gtk_widget_get_native(widget);
+    GskRenderer* const renderer = native != nullptr ? gtk_native_get_renderer(native) : nullptr;
+    return renderer == nullptr || !GSK_IS_CAIRO_RENDERER(renderer);
 }
 
 }  // namespace
@@ -152,7 +176,12 @@ void GtkEmbedding::placeWidget(const GtkWidgetView& view, const glm::dmat4& toRo
     const Rect bounds = view.bounds();
     const glm::dmat4 matrix =
         flip(height) * toRoot * translation(bounds.x, bounds.y) * flip(bounds.height);
-    const bool isShown = !hidden && bounds.width > 0 && bounds.height > 0 && isFinite(matrix);
+    const bool canBeShown = !hidden && bounds.width > 0 && bounds.height > 0 && isFinite(matrix);
+    const auto plane = canBeShown
+                           ? PlaneTransform::of(matrix, bounds.width, bounds.height,
+                                                drawsPerspective(parent_) ? kTolerance : kInfinity)
+                           : std::nullopt;
+    const bool isShown = canBeShown && (!plane || plane->isSeen());
     gtk_widget_set_child_visible(widget, isShown ? TRUE : FALSE);
     if (!isShown || gtk_widget_should_layout(widget) == FALSE) {
         return;
@@ -166,7 +195,8 @@ void GtkEmbedding::placeWidget(const GtkWidgetView& view, const glm::dmat4& toRo
                        nullptr);
     const int lines = std::max(minimumHeight, static_cast<int>(std::lround(bounds.height)));
     if (gtk_widget_get_parent(widget) == parent_) {
-        gtk_widget_allocate(widget, width, lines, -1, transformOf(matrix));
+        gtk_widget_allocate(widget, width, lines, -1,
+                            plane ? transformOf(*plane) : transformOf(matrix));
     }
 }
 
