@@ -199,3 +199,22 @@ check_lifetimes() {
     [ "$line" = "left 0" ] || fail "widgets leak: $line"
     await obeyed
 }
+
+# What BridgeFramesProgram sees of a widget that comes and goes.
+check_frames() {
+    echo "the widget is on the screen in its own colour"
+    wait_for "the widget" is_seen 50 40
+
+    echo "no frame shows it while it is away"
+    say hide 300
+    await "shown *"
+    [[ $line == "shown 0 "* ]] || fail "frames show what is not there: $line"
+    # Some are brought back before the next frame.
+    [ "${line#* missing }" -lt 150 ] || fail "too few frames are drawn meanwhile: $line"
+    await obeyed
+}
+
+is_seen() {
+    picture "$work/screen.png"
+    [ "$("$programs/HostPicture" pixel "$work/screen.png" "$1" "$2")" = "255 0 255" ]
+}

@@ -89,6 +89,7 @@ GtkRenderPeer::GtkRenderPeer(GtkWidget* widget, const std::shared_ptr<OpenGLView
 }
 
 GtkRenderPeer::~GtkRenderPeer() {
+    unrealized();
     gtk_widget_remove_controller(widget_, motion_);
     gtk_widget_remove_controller(widget_, others_);
     if (momentumTick_ != 0) {
@@ -217,6 +218,22 @@ void GtkRenderPeer::realized() {
     GskRenderer* const renderer = gtk_native_get_renderer(gtk_widget_get_native(widget_));
     if (renderer != nullptr && GSK_IS_CAIRO_RENDERER(renderer)) {
         sink_->copyFrames();
+    }
+    // The toolkit draws when it likes, so what it shows is looked at before: at the beginning of a
+    // frame, and after what programs do at each.
+    const auto frameWillBeDrawn = G_CALLBACK(+[](GdkFrameClock*, gpointer self) {
+        static_cast<GtkRenderPeer*>(self)->tellView(
+            [](OpenGLView& told) { told.subviewsWillBePlaced(); });
+    });
+    clock_ = GDK_FRAME_CLOCK(g_object_ref(gtk_widget_get_frame_clock(widget_)));
+    g_signal_connect(clock_, "before-paint", frameWillBeDrawn, this);
+    g_signal_connect_after(clock_, "update", frameWillBeDrawn, this);
+}
+
+void GtkRenderPeer::unrealized() {
+    if (clock_ != nullptr) {
+        g_signal_handlers_disconnect_by_data(clock_, this);
+        g_clear_object(&clock_);
     }
 }
 

@@ -64,6 +64,7 @@ class GtkRenderPeer : public OpenGLView::Peer {
     void rooted();
     void unrooted();
     void realized();
+    void unrealized();
     /// It goes off the screen, or does not take part in events any more.
     void disabled();
     void scaled();
@@ -113,6 +114,7 @@ class GtkRenderPeer : public OpenGLView::Peer {
     GtkWidget* const widget_;
     GtkEventController* motion_ = nullptr;  // both owned by the widget
     GtkEventController* others_ = nullptr;
+    GdkFrameClock* clock_ = nullptr;  // of the window; while the widget is realized
     std::weak_ptr<OpenGLView> view_;
     std::shared_ptr<GtkFrameSink> sink_;
     GtkEmbedding embedding_;

@@ -70,6 +70,13 @@ void realize(GtkWidget* widget) {
     }
 }
 
+void unrealize(GtkWidget* widget) {
+    if (GtkRenderPeer* const peer = peerOf(widget)) {
+        peer->unrealized();
+    }
+    baseClass()->unrealize(widget);
+}
+
 void unmap(GtkWidget* widget) {
     if (GtkRenderPeer* const peer = peerOf(widget)) {
         peer->disabled();
@@ -111,6 +118,7 @@ static void mivora_render_widget_class_init(MivoraRenderWidgetClass* type) {
     widget->root = root;
     widget->unroot = unroot;
     widget->realize = realize;
+    widget->unrealize = unrealize;
     widget->unmap = unmap;
     widget->state_flags_changed = stateFlagsChanged;
     widget->size_allocate = sizeAllocate;

@@ -94,8 +94,8 @@ class MIVORA_EXPORT OpenGLView : public View, public GLContextView {
     /// Tells the peer.
     void openGLContextDidAttach() final;
 
-    /// The native views in this one are about to be placed on the screen: the last moment to change
-    /// them. Nothing here.
+    /// The native views in this one are about to be placed on the screen, or a frame is about to be
+    /// drawn there: the last moment to change them. Nothing here.
     virtual void subviewsWillBePlaced();
 
     /// Hands an event to the hook of its type: one of entering, of leaving or of moving with no
