@@ -9,6 +9,7 @@
 #include "MivoraMac/app/MVApplicationRenderView.h"
 #include "MivoraMac/app/MVApplicationRunLoop.h"
 #include "MivoraMac/images/MVImageCache.h"
+#include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/threads/MainThread.h"
 #include "MivoraMac/render/MVRenderContext.h"
@@ -134,6 +135,14 @@ MVApplication::~MVApplication() {
         // thread's to destroy.
         MainThread::perform([parts = std::move(parts_)]() mutable { parts.reset(); });
     }
+}
+
+bool MVApplication::mouseMakesFingerTouches() const {
+    return parts_->renderView->mouseToTouchDispatcher()->makesFingerTouches();
+}
+
+void MVApplication::setMouseMakesFingerTouches(bool mouseMakesFingerTouches) {
+    parts_->renderView->mouseToTouchDispatcher()->setMakesFingerTouches(mouseMakesFingerTouches);
 }
 
 std::shared_ptr<Mivora::platform::OpenGLView> MVApplication::renderView() const {

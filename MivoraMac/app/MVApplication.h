@@ -80,6 +80,12 @@ class MIVORA_EXPORT MVApplication : public std::enable_shared_from_this<MVApplic
     /// Pauses, or goes on. An equal value does nothing.
     void setPaused(bool paused);
 
+    /// Whether the mouse counts like a finger, so that a click that trembles is a click and no pan;
+    /// see `MVMouseToTouchDispatcher::makesFingerTouches`. False at first.
+    bool mouseMakesFingerTouches() const;
+    /// Takes effect with the next press.
+    void setMouseMakesFingerTouches(bool mouseMakesFingerTouches);
+
     /// The native view that shows the window, for the program to place in a window of the desktop.
     std::shared_ptr<Mivora::platform::OpenGLView> renderView() const;
 

@@ -15,6 +15,7 @@ std::shared_ptr<MVFingerTouch> MVFingerTouch::initWithSystemEventAndWindowLandin
     const std::shared_ptr<const Event>& event, const std::shared_ptr<MVWindow>& window,
     const std::shared_ptr<const Event>& landing) {
     auto touch = MVMake<MVFingerTouch>(event);
+    touch->isOnTouchpad_ = landing != event;
     touch->mv_placeOnWindow(window, landing);
     return touch;
 }

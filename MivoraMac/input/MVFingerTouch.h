@@ -29,6 +29,10 @@ class MIVORA_EXPORT MVFingerTouch : public MVPlatformTouch {
         const std::shared_ptr<MVWindow>& window,
         const std::shared_ptr<const Mivora::platform::Event>& landing);
 
+    /// Whether it is one of the two that stand for a gesture on a touchpad, made with a landing of
+    /// their own, rather than a finger on a screen or a mouse.
+    bool isOnTouchpad() const { return isOnTouchpad_; }
+
     /// As any other update.
     void mv_endWithSystemEventOnWindow(const std::shared_ptr<const Mivora::platform::Event>& event,
                                        const std::shared_ptr<MVWindow>& window) override;
@@ -42,4 +46,7 @@ class MIVORA_EXPORT MVFingerTouch : public MVPlatformTouch {
     friend struct MVMaker;
     /// A touch with rays of zero, over no view.
     explicit MVFingerTouch(std::shared_ptr<const Mivora::platform::Event> event);
+
+ private:
+    bool isOnTouchpad_ = false;
 };

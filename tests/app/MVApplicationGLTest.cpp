@@ -19,6 +19,7 @@
 #include "MivoraMac/app/MVApplicationRenderView.h"
 #include "MivoraMac/app/MVApplicationRunLoop.h"
 #include "MivoraMac/images/MVImageCache.h"
+#include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
 #include "MivoraMac/platform/threads/MainThread.h"
@@ -155,6 +156,14 @@ TEST_F(MVApplicationTest, isNewInactiveAndUnpausedWithAllItsParts) {
     EXPECT_EQ(application->imageCache(), MVImageCache::sharedCache());
     EXPECT_NE(application->shaderCache(), nullptr);
     EXPECT_NE(application->imageCache(), nullptr);
+}
+
+TEST_F(MVApplicationTest, theMouseCountsLikeAFingerWhereThatIsWanted) {
+    const auto application = MVApplication::init();
+    EXPECT_FALSE(application->mouseMakesFingerTouches());
+    application->setMouseMakesFingerTouches(true);
+    EXPECT_TRUE(application->mouseMakesFingerTouches());
+    EXPECT_TRUE(application->mv_renderView()->mouseToTouchDispatcher()->makesFingerTouches());
 }
 
 TEST_F(MVApplicationTest, hasNoRenderContextToShow) {

@@ -55,6 +55,15 @@ TEST_F(MVFingerTouchTest, itMayBelongToTheViewAtAnotherPlace) {
     EXPECT_EQ(touch->screenPoint(), InputScene::at(10, 70));
 }
 
+TEST_F(MVFingerTouchTest, oneWithALandingOfItsOwnIsOnATouchpad) {
+    const auto event = eventAt(10, 70);
+    EXPECT_FALSE(MVFingerTouch::initWithSystemEventAndWindow(event, window)->isOnTouchpad());
+    EXPECT_FALSE(
+        MVFingerTouch::initWithSystemEventAndWindowLanding(event, window, event)->isOnTouchpad());
+    EXPECT_TRUE(MVFingerTouch::initWithSystemEventAndWindowLanding(event, window, eventAt(110, 70))
+                    ->isOnTouchpad());
+}
+
 TEST_F(MVFingerTouchTest, withoutAWindowThereIsNoView) {
     const auto touch = MVFingerTouch::initWithSystemEventAndWindow(eventAt(110, 70), nullptr);
     EXPECT_EQ(touch->view(), nullptr);
