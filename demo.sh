@@ -11,9 +11,9 @@ usage() {
 usage: ./demo.sh [--headless] [--out DIR]
 
 Builds the carousel example and runs it. With a display it opens a window: drag the ring, turn the
-wheel, point at cards, click them. Without a display, or with --headless, it plays a scripted
-pointer and writes what is seen as PNG files. On Debian 12, packages that are missing are installed
-first.
+wheel, point at cards, click them, pinch it on a touchpad; with fingers, tap cards, scale and turn
+them. Without a display, or with --headless, it plays a script and writes what is seen as PNG files.
+On Debian 12, packages that are missing are installed first.
 
   --headless   opens no window
   --out DIR    where the files go; made if need be. Without it: build/demo-frames

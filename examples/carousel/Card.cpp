@@ -1,10 +1,12 @@
 #include "Card.h"
 
 #include <algorithm>
-#include <cmath>
+#include <initializer_list>
+#include <limits>
 #include <numbers>
 
 #include "Colors.h"
+#include "FingersOn.h"
 
 namespace {
 
@@ -13,9 +15,6 @@ constexpr float kPi = std::numbers::pi_v<float>;
 /// How long a card takes to turn over and to light up, in seconds.
 constexpr float kTurnTime = 0.6F;
 constexpr float kGlowTime = 0.15F;
-
-/// How far the pointer may move between press and release of a click, in points.
-constexpr float kClickDistance = 6;
 
 std::shared_ptr<MVColorView> fill(Mivora::ColorRGBA color, Mivora::Rect2 rect) {
     auto view = MVColorView::initWithColor(color);
@@ -82,7 +81,9 @@ float ease(float share) {
 
 std::shared_ptr<Card> Card::make(float hue, const std::shared_ptr<MVView>& picture,
                                  const std::string& title, const std::string& text) {
-    return MVMake<Card>(hue, picture, title, text);
+    auto card = MVMake<Card>(hue, picture, title, text);
+    card->addRecognizers();
+    return card;
 }
 
 Card::Card(float hue, const std::shared_ptr<MVView>& picture, const std::string& title,
@@ -130,6 +131,44 @@ Card::Card(float hue, const std::shared_ptr<MVView>& picture, const std::string&
     addSubview(light_);
 }
 
+void Card::addRecognizers() {
+    const auto tap = MVTapGestureRecognizer::initWithTargetAction(MVSelf(this), &Card::tapped);
+    tap->setMaximumDuration(std::numeric_limits<double>::infinity());
+    pinch_ = MVMake<FingersOn<MVPinchGestureRecognizer, Surface::Screen>>();
+    pinch_->addTargetAction(MVSelf(this), &Card::pinched);
+    rotation_ = MVMake<FingersOn<MVRotationGestureRecognizer, Surface::Screen>>();
+    rotation_->addTargetAction(MVSelf(this), &Card::pinched);
+    for (const auto& recognizer :
+         std::initializer_list<std::shared_ptr<MVGestureRecognizer>>{tap, pinch_, rotation_}) {
+        recognizer->setDelegate(MVSelf(this));
+        addGestureRecognizer(recognizer);
+    }
+}
+
+/// What is recognized on the card goes together; what is on the ring competes with it.
+bool Card::gestureRecognizerShouldRecognizeSimultaneouslyWithGestureRecognizer(
+    const std::shared_ptr<MVGestureRecognizer>& recognizer,
+    const std::shared_ptr<MVGestureRecognizer>& other) {
+    return recognizer->view() == other->view();
+}
+
+void Card::tapped(const std::shared_ptr<MVTapGestureRecognizer>& tap) {
+    if (tap->state() == MVGestureRecognizerStateEnded) {
+        flip();
+    }
+}
+
+void Card::pinched(const std::shared_ptr<MVGestureRecognizer>& /*recognizer*/) {
+    boundScale(*pinch_, kLeastScale, kLargestScale);
+    wake();
+}
+
+void Card::wake() const {
+    if (wake_) {
+        wake_();
+    }
+}
+
 void Card::setTitle(const std::string& title) {
     title_->setText(styled(title, "Sans Bold", 12, hsb(hue_, 0.7F, 0.35F)));
 }
@@ -141,16 +180,15 @@ bool Card::animate(float seconds) {
     turn_ = towards(turn_, turnGoal, seconds / kTurnTime);
     light_->setHidden(glow_ == 0);
     light_->setOpacity(glow_);
-    setUniformScale(1 + 0.08F * ease(glow_));
-    setRotation3({ringRotation_.x, ringRotation_.y + kPi * ease(turn_), ringRotation_.z});
+    setUniformScale(pinch_->scale() * (1 + 0.08F * ease(glow_)));
+    setRotation3({ringRotation_.x, ringRotation_.y + kPi * ease(turn_),
+                  ringRotation_.z + rotation_->rotation()});
     return glow_ != glowGoal || turn_ != turnGoal;
 }
 
 void Card::flip() {
     flipped_ = !flipped_;
-    if (wake_) {
-        wake_();
-    }
+    wake();
 }
 
 void Card::place(Mivora::Point3 position, Mivora::Point3 rotation) {
@@ -170,30 +208,10 @@ void Card::showFacingSide() {
 
 void Card::mouseHoverBegan(const std::shared_ptr<MVMouse>& /*mouse*/) {
     hovered_ = true;
-    if (wake_) {
-        wake_();
-    }
+    wake();
 }
 
 void Card::mouseHoverEnded(const std::shared_ptr<MVMouse>& /*mouse*/) {
     hovered_ = false;
-    if (wake_) {
-        wake_();
-    }
-}
-
-void Card::mouseBegan(const std::shared_ptr<MVMouse>& mouse) {
-    if (mouse->button() == MVMouseButtonLeft) {
-        pressedAt_ = mouse->locationInView(superview());
-    }
-}
-
-void Card::mouseEnded(const std::shared_ptr<MVMouse>& mouse) {
-    if (mouse->button() != MVMouseButtonLeft) {
-        return;
-    }
-    const Mivora::Point3 releasedAt = mouse->locationInView(superview());
-    if (std::hypot(releasedAt.x - pressedAt_.x, releasedAt.y - pressedAt_.y) <= kClickDistance) {
-        flip();
-    }
+    wake();
 }

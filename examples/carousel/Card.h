@@ -7,14 +7,18 @@
 
 #include <MivoraMac/MivoraMac.h>
 
-/// A card with a front and a back: it lights up while the pointer hovers over it and turns over
-/// when it is clicked.
-class Card : public MVView {
+/// A card with a front and a back: it lights up while the pointer hovers over it, turns over when
+/// it is clicked or tapped, and two fingers on it make it larger and smaller and turn it.
+class Card : public MVView, public MVGestureRecognizerDelegate {
  public:
     static constexpr Mivora::Size2 kSize{150, 196};
 
     /// Where a picture belongs on the front.
     static constexpr Mivora::Rect2 kPictureRect{{8, 8}, {134, 124}};
+
+    /// How small and how large fingers make it.
+    static constexpr float kLeastScale = 0.5F;
+    static constexpr float kLargestScale = 2;
 
     /// @param hue      of its colours, 0 to 1
     /// @param picture  what the front shows; null for a pattern
@@ -44,13 +48,20 @@ class Card : public MVView {
 
     void mouseHoverBegan(const std::shared_ptr<MVMouse>& mouse) override;
     void mouseHoverEnded(const std::shared_ptr<MVMouse>& mouse) override;
-    void mouseBegan(const std::shared_ptr<MVMouse>& mouse) override;
-    void mouseEnded(const std::shared_ptr<MVMouse>& mouse) override;
+
+    bool gestureRecognizerShouldRecognizeSimultaneouslyWithGestureRecognizer(
+        const std::shared_ptr<MVGestureRecognizer>& recognizer,
+        const std::shared_ptr<MVGestureRecognizer>& other) override;
 
  private:
     friend struct ::MVMaker;
     Card(float hue, const std::shared_ptr<MVView>& picture, const std::string& title,
          const std::string& text);
+
+    void addRecognizers();
+    void tapped(const std::shared_ptr<MVTapGestureRecognizer>& tap);
+    void pinched(const std::shared_ptr<MVGestureRecognizer>& recognizer);
+    void wake() const;
 
     float hue_;
     std::shared_ptr<MVTextView> title_;
@@ -58,11 +69,12 @@ class Card : public MVView {
     std::shared_ptr<MVView> back_;
     std::shared_ptr<MVColorView> light_;
     std::function<void()> wake_;
+    std::shared_ptr<MVPinchGestureRecognizer> pinch_;
+    std::shared_ptr<MVRotationGestureRecognizer> rotation_;
 
     Mivora::Point3 ringRotation_ = Mivora::Point3::kZero;
     bool hovered_ = false;
     bool flipped_ = false;
     float glow_ = 0;  ///< 0 to 1, follows `hovered_`
     float turn_ = 0;  ///< 0 to 1, follows `flipped_`
-    Mivora::Point3 pressedAt_ = Mivora::Point3::kNull;
 };

@@ -33,7 +33,10 @@ class Row : public MVColorView {
 }  // namespace
 
 std::shared_ptr<CardList> CardList::make(std::vector<std::string> names) {
-    return MVMake<CardList>(std::move(names));
+    auto list = MVMake<CardList>(std::move(names));
+    list->addGestureRecognizer(
+        MVTapGestureRecognizer::initWithTargetAction(list, &CardList::tapped));
+    return list;
 }
 
 CardList::CardList(std::vector<std::string> names)
@@ -57,10 +60,10 @@ void CardList::setName(int card, const std::string& name) {
     showRowAgain(card);
 }
 
-void CardList::mouseBegan(const std::shared_ptr<MVMouse>& mouse) {
-    const Mivora::Point3 place = mouse->locationInView(shared_from_this());
+void CardList::tapped(const std::shared_ptr<MVTapGestureRecognizer>& tap) {
+    const Mivora::Point3 place = tap->locationInView(shared_from_this());
     const int card = rowAt({place.x, place.y});
-    if (card >= 0 && choose_ && mouse->button() == MVMouseButtonLeft) {
+    if (card >= 0 && choose_) {
         choose_(card);
     }
 }

@@ -8,8 +8,8 @@
 
 #include "../list/RowList.h"
 
-/// The names of all cards, to be scrolled through. A click on one chooses its card; the one in
-/// front is marked.
+/// The names of all cards, to be scrolled through. A click or a tap on one chooses its card; the
+/// one in front is marked.
 class CardList : public RowList {
  public:
     static constexpr float kWidth = 120;
@@ -25,11 +25,11 @@ class CardList : public RowList {
     /// Writes another name.
     void setName(int card, const std::string& name);
 
-    void mouseBegan(const std::shared_ptr<MVMouse>& mouse) override;
-
  private:
     friend struct ::MVMaker;
     explicit CardList(std::vector<std::string> names);
+
+    void tapped(const std::shared_ptr<MVTapGestureRecognizer>& tap);
 
     std::vector<std::string> names_;
     int front_ = -1;

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Colors.h"
+#include "FingersOn.h"
 #include "Plot.h"
 
 namespace {
@@ -141,6 +142,9 @@ void Carousel::build() {
 
     pan_ = MVPanGestureRecognizer::initWithTargetAction(MVSelf(this), &Carousel::panned);
     addGestureRecognizer(pan_);
+    zoom_ = MVMake<FingersOn<MVPinchGestureRecognizer, Surface::Touchpad>>();
+    zoom_->addTargetAction(MVSelf(this), &Carousel::zoomed);
+    addGestureRecognizer(zoom_);
     placeCards();
 }
 
@@ -294,6 +298,16 @@ void Carousel::panned(const std::shared_ptr<MVGestureRecognizer>& /*recognizer*/
     wake();
 }
 
+void Carousel::zoomed(const std::shared_ptr<MVPinchGestureRecognizer>& zoom) {
+    boundScale(*zoom, kLeastZoom, kLargestZoom);
+    scaleStage();
+}
+
+void Carousel::scaleStage() {
+    stage_->setUniformScale(zoom_->scale() * std::min(size().width / kDesignSize.width,
+                                                      size().height / kDesignSize.height));
+}
+
 void Carousel::scrollBegan(const std::shared_ptr<MVScroll>& scroll) {
     // A wheel begins with how far it was turned, and that is all there is; fingers and the press of
     // a button begin with nothing.
@@ -319,8 +333,7 @@ void Carousel::layoutSubviews() {
         backdrop_[i]->setSize({extent.width, strip});
     }
     stage_->setPosition({extent.width / 2, extent.height / 2});
-    stage_->setUniformScale(
-        std::min(extent.width / kDesignSize.width, extent.height / kDesignSize.height));
+    scaleStage();
     ribbon_->setPosition({extent.width / 2, extent.height - 36});
     for (const auto& card : cards_) {
         card->animate(0);

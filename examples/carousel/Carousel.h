@@ -9,7 +9,8 @@
 
 #include "Card.h"
 
-/// A ring of cards in two storeys that turns with drags and with the wheel and glides to rest.
+/// A ring of cards in two storeys that turns with drags and with the wheel and glides to rest. Two
+/// fingers on a touchpad zoom it.
 ///
 /// It fills its superview's width and height. At rest it does nothing: it listens to the animation
 /// clock only while something moves.
@@ -17,8 +18,15 @@ class Carousel : public MVView, public MVAnimationClockTick {
  public:
     static constexpr int kCards = 60;
 
+    /// How far away and how near a touchpad brings it, as multiples of its size.
+    static constexpr float kLeastZoom = 0.6F;
+    static constexpr float kLargestZoom = 2;
+
     /// @param clock  what moves it
     static std::shared_ptr<Carousel> make(const std::shared_ptr<MVAnimationClock>& clock);
+
+    /// The cards, by number.
+    const std::vector<std::shared_ptr<Card>>& cards() const { return cards_; }
 
     /// The names of the cards, by number.
     const std::vector<std::string>& names() const { return names_; }
@@ -53,6 +61,8 @@ class Carousel : public MVView, public MVAnimationClockTick {
 
     void build();
     void panned(const std::shared_ptr<MVGestureRecognizer>& recognizer);
+    void zoomed(const std::shared_ptr<MVPinchGestureRecognizer>& recognizer);
+    void scaleStage();
     void wake();
     void placeCards();
     void noteFront();
@@ -63,6 +73,7 @@ class Carousel : public MVView, public MVAnimationClockTick {
     std::vector<std::shared_ptr<Card>> cards_;
     std::vector<std::shared_ptr<Card>> order_;  ///< from the back to the front
     std::shared_ptr<MVPanGestureRecognizer> pan_;
+    std::shared_ptr<MVPinchGestureRecognizer> zoom_;
     std::vector<std::shared_ptr<MVColorView>> backdrop_;
     std::shared_ptr<MVView> stage_;  ///< Holds the cards; scaled to the size there is.
     std::shared_ptr<MVView> ribbon_;

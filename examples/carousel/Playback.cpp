@@ -2,22 +2,28 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <vector>
 
+#include <MivoraMac/platform/headless/HeadlessFingers.h>
 #include <MivoraMac/platform/headless/HeadlessPointer.h>
 
 using Mivora::platform::Clock;
+using Mivora::platform::HeadlessFingers;
 using Mivora::platform::HeadlessPointer;
 using Mivora::platform::MainThread;
+using Mivora::platform::OpenGLView;
 using Mivora::platform::Picture;
+using Mivora::platform::Point;
 
 namespace {
 
-constexpr int kFrames = 72;
+constexpr int kFrames = 99;
 constexpr int kTicksPerFrame = 3;
 constexpr double kStep = 1.0 / 60.0;
 
@@ -25,42 +31,73 @@ constexpr double kStep = 1.0 / 60.0;
 constexpr int kColumns = 9;
 constexpr int kShrink = 6;
 
-/// What the pointer does before a tick. Locations are shares of the view's width and height, from
-/// the top left corner.
-struct Step {
-    int tick;
-    std::function<void(HeadlessPointer&, const std::function<void(float, float)>& moveTo)> act;
+/// What plays with the view. Places are shares of its width and height, from the top left corner.
+struct Hands {
+    explicit Hands(const std::shared_ptr<OpenGLView>& view)
+        : pointer(view), fingers(view), size{view->bounds().width, view->bounds().height} {}
+
+    Point at(double x, double y) const { return {x * size.x, (1 - y) * size.y}; }
+    void pointTo(double x, double y) { pointer.moveTo(at(x, y).x, at(x, y).y); }
+
+    HeadlessPointer pointer;
+    HeadlessFingers fingers;
+    Point size;
 };
 
-/// Hovers over cards, drags the ring and lets it glide, turns a card over and back, scrolls.
+/// What happens before a tick.
+struct Step {
+    int tick;
+    std::function<void(Hands&)> act;
+};
+
+/// Hovers over cards, drags the ring and lets it glide, turns a card over and back, scrolls; scales
+/// and turns a card with two fingers, and zooms the ring with two on a touchpad.
 std::vector<Step> script() {
     std::vector<Step> steps;
     const auto at = [&](int tick, auto act) { steps.push_back({tick, act}); };
     // Nothing happens at first; then the pointer wanders to the middle.
     for (int i = 0; i <= 24; ++i) {
-        const float share = static_cast<float>(i) / 24;
-        at(6 + i, [share](auto&, const auto& moveTo) {
-            moveTo(0.2F + 0.3F * share, 0.3F + 0.05F * share);
-        });
+        const double share = i / 24.0;
+        at(6 + i, [share](Hands& hands) { hands.pointTo(0.2 + 0.3 * share, 0.3 + 0.05 * share); });
     }
     // It presses the card in the middle, which turns over.
-    at(34, [](auto& pointer, const auto&) { pointer.press(); });
-    at(37, [](auto& pointer, const auto&) { pointer.release(); });
+    at(34, [](Hands& hands) { hands.pointer.press(); });
+    at(37, [](Hands& hands) { hands.pointer.release(); });
     // It drags the ring to the left and lets go in full swing.
-    at(80, [](auto&, const auto& moveTo) { moveTo(0.62F, 0.7F); });
-    at(84, [](auto& pointer, const auto&) { pointer.press(); });
+    at(80, [](Hands& hands) { hands.pointTo(0.62, 0.7); });
+    at(84, [](Hands& hands) { hands.pointer.press(); });
     for (int i = 1; i <= 12; ++i) {
-        at(84 + i, [i](auto&, const auto& moveTo) {
-            const auto step = static_cast<float>(i);
-            moveTo(0.62F - 0.0016F * step * step, 0.7F);
-        });
+        at(84 + i, [i](Hands& hands) { hands.pointTo(0.62 - 0.0016 * i * i, 0.7); });
     }
-    at(97, [](auto& pointer, const auto&) { pointer.release(); });
+    at(97, [](Hands& hands) { hands.pointer.release(); });
     // It clicks the wheel the other way.
     for (int i = 0; i < 4; ++i) {
-        at(160 + 6 * i, [](auto& pointer, const auto&) { pointer.scrollLines(0, 3); });
+        at(160 + 6 * i, [](Hands& hands) { hands.pointer.scrollLines(0, 3); });
     }
-    at(205, [](auto& pointer, const auto&) { pointer.leave(); });
+    at(205, [](Hands& hands) { hands.pointer.leave(); });
+    // Two fingers stop the ring, make a card larger, and turn it.
+    constexpr Point kCard = {0.5, 0.35};
+    const auto span = [kCard](Hands& hands, double angle, double radius) {
+        const Point middle = hands.at(kCard.x, kCard.y);
+        const Point arm = {radius * hands.size.y * std::cos(angle),
+                           radius * hands.size.y * std::sin(angle)};
+        return std::vector<HeadlessFingers::Finger>{{1, {middle.x - arm.x, middle.y - arm.y}},
+                                                    {2, {middle.x + arm.x, middle.y + arm.y}}};
+    };
+    at(210, [span](Hands& hands) { hands.fingers.land(span(hands, 0, 0.05)); });
+    for (int i = 1; i <= 24; ++i) {
+        at(210 + i, [span, i](Hands& hands) {
+            hands.fingers.move(span(hands, -0.02 * i, 0.05 + 0.0018 * i));
+        });
+    }
+    at(238, [](Hands& hands) { hands.fingers.lift({1, 2}); });
+    // Two fingers on the touchpad bring the ring nearer.
+    at(246, [](Hands& hands) { hands.pointTo(0.5, 0.6); });
+    at(247, [](Hands& hands) { hands.pointer.beginPinch(); });
+    for (int i = 1; i <= 30; ++i) {
+        at(247 + i, [i](Hands& hands) { hands.pointer.pinch(1 + i / 50.0); });
+    }
+    at(282, [](Hands& hands) { hands.pointer.endPinch(); });
     return steps;
 }
 
@@ -115,16 +152,13 @@ bool playBack(const std::shared_ptr<MVApplication>& application, const std::stri
 
     // The pointer's speed is measured on the clock, which goes as fast as the frames are seen.
     Clock::setSource([] { return playedTicks; }, {1, 1});
-    HeadlessPointer pointer(application->renderView());
-    const std::function<void(float, float)> moveTo = [&](float x, float y) {
-        pointer.moveTo(x * bounds.width, (1 - y) * bounds.height);
-    };
+    Hands hands(application->renderView());
     const std::vector<Step> steps = script();
     for (int frame = 0; frame < kFrames; ++frame) {
         for (int tick = frame * kTicksPerFrame; tick < (frame + 1) * kTicksPerFrame; ++tick) {
             for (const Step& step : steps) {
                 if (step.tick == tick) {
-                    step.act(pointer, moveTo);
+                    step.act(hands);
                 }
             }
             // What an active application does sixty times a second, one by one.

@@ -1,4 +1,5 @@
-// A ring of cards to play with: drag it, turn the wheel, point at cards, click them.
+// A ring of cards to play with: drag it, turn the wheel, point at cards, click them; pinch it on a
+// touchpad; on a touch screen, tap a card, or scale and turn it with two fingers.
 //
 //     carousel                        opens a window, if there is a display
 //     carousel --headless --out DIR   plays a scripted pointer and writes PNG files into DIR
@@ -84,7 +85,8 @@ void printUsage(std::FILE* stream) {
         "usage: carousel [--headless] [--out DIR] [--size WIDTHxHEIGHT] [--still]\n"
         "\n"
         "Opens a window with a ring of cards. Drag it, turn the wheel, point at cards, click\n"
-        "them.\n"
+        "them. Pinch it on a touchpad. On a touch screen, tap cards, and scale and turn them\n"
+        "with two fingers.\n"
         "\n"
         "  --headless  opens no window: plays a scripted pointer and writes what is seen as PNG\n"
         "              files. So it does where no display answers.\n"
@@ -133,9 +135,11 @@ int run(const Options& options) {
     const auto application = MVApplication::init();
     const auto carousel = Carousel::make(application->animationClock());
     // What turns over reaches towards the eye, and the back of the ring lies far behind.
-    application->window()->setNearDistance(400);
+    application->window()->setNearDistance(700);
     application->window()->setFarDistance(3000);
     application->window()->setContentView(MVMake<Scene>(carousel, options.hasField));
+    // The mouse counts like a finger: a click that trembles turns the card, and not the ring.
+    application->setMouseMakesFingerTouches(true);
 
     const auto window = Window::initWithTitle("Carousel", options.width, options.height);
     window->setContentView(application->renderView());

@@ -1,4 +1,4 @@
-// A list of 10,000 rows: scroll it with the wheel or the touchpad, click rows to mark them.
+// A list of 10,000 rows: scroll it with the wheel or the touchpad, click or tap rows to mark them.
 //
 //     list            opens a window, if there is a display
 //     list FILE.png   scrolls some way without a display and writes what is seen
@@ -47,16 +47,24 @@ class Row : public MVColorView {
     std::shared_ptr<MVColorView> bar_;
 };
 
-/// The list, which marks the row that is clicked.
+/// The list, which marks the row that is clicked or tapped.
 class MarkingList : public RowList {
  public:
+    static std::shared_ptr<MarkingList> make() {
+        auto list = MVMake<MarkingList>();
+        list->addGestureRecognizer(
+            MVTapGestureRecognizer::initWithTargetAction(list, &MarkingList::tapped));
+        return list;
+    }
+
     MarkingList()
         : RowList(
               kRows, kRowHeight, [] { return MVMake<Row>(); },
               [](MVView& view, int row) { static_cast<Row&>(view).show(row); }) {}
 
-    void mouseBegan(const std::shared_ptr<MVMouse>& mouse) override {
-        const Mivora::Point3 place = mouse->locationInView(shared_from_this());
+ private:
+    void tapped(const std::shared_ptr<MVTapGestureRecognizer>& tap) {
+        const Mivora::Point3 place = tap->locationInView(shared_from_this());
         if (const int row = rowAt({place.x, place.y}); row >= 0) {
             marked[static_cast<std::size_t>(row)].flip();
             showRowAgain(row);
@@ -69,8 +77,10 @@ int run(const char* file) {
         ::setenv("MIVORA_HOST", "headless", 1);
     }
     const auto application = MVApplication::init();
-    const auto list = MVMake<MarkingList>();
+    const auto list = MarkingList::make();
     application->window()->setContentView(list);
+    // The mouse counts like a finger: a click that trembles is a click.
+    application->setMouseMakesFingerTouches(true);
 
     const auto window = Window::initWithTitle("List", kSize.width, kSize.height);
     window->setContentView(application->renderView());
