@@ -1,5 +1,7 @@
 #include <epoxy/gl.h>
 
+#include <algorithm>
+#include <cmath>
 #include <glm/gtc/type_ptr.hpp>
 #include <utility>
 
@@ -45,11 +47,34 @@ void setBlendFunction(MVQuadBlend blend) {
                 GL_ONE_MINUS_SRC_ALPHA);
 }
 
+GLint integer(GLenum name) {
+    GLint value = 0;
+    glGetIntegerv(name, &value);
+    return value;
+}
+
+/// Opaque quads are drawn as blended ones among these, which changes no pixel, where a further call
+/// would cost more than reading the pixels they cover: while they are few and small.
+constexpr int kMostOpaque = 8;
+constexpr float kMostOpaqueArea = 64 * 64;
+
+bool mayBeBlended(Mivora::Size2 size, Mivora::ColorRGBA color) {
+    return color.alpha == 1.0F && std::abs(size.width * size.height) <= kMostOpaqueArea;
+}
+
 GLuint bitOf(std::uint8_t level) {
     return 1U << (level % 32U);
 }
 
 }  // namespace
+
+/// As `MVQuadBlend`, and what covers two of its values.
+enum class MVQuadBatch::Blending : std::uint8_t {
+    Off,
+    Straight,
+    Premultiplied,
+    OfEachQuad,  ///< as the vertices say: straight or premultiplied
+};
 
 /// A call, or few, once the vertices are there.
 struct MVQuadBatch::Command {
@@ -64,21 +89,33 @@ struct MVQuadBatch::Command {
     };
 
     Kind kind = Kind::Color;
-    MVQuadBlend blend = MVQuadBlend::Off;
+    Blending blending = Blending::Off;
     std::uint8_t level = 0;
-    std::uint32_t texture = 0;
+    std::uint8_t textures = 0;       ///< As many of `textures_`, one a unit,
+    std::uint32_t firstTexture = 0;  ///< from here on.
     std::int32_t firstVertex = 0;
     std::int32_t quads = 0;
+    std::int32_t opaque = 0;  ///< The last of them, if they may be blended all the same.
+
+    static Blending blendingOf(MVQuadBlend blend) {
+        return blend == MVQuadBlend::Off        ? Blending::Off
+               : blend == MVQuadBlend::Straight ? Blending::Straight
+                                                : Blending::Premultiplied;
+    }
+    /// Whether a further quad could be a part of it.
+    bool continues(Kind wanted, std::int32_t vertex) const {
+        return kind == wanted && firstVertex + 4 * quads == vertex &&
+               quads < static_cast<std::int32_t>(MVQuadStream::kMostQuads);
+    }
 };
 
-MVQuadBatch::MVQuadBatch() = default;
+MVQuadBatch::MVQuadBatch() : blending_(Blending::Off) {}
 
 MVQuadBatch::~MVQuadBatch() = default;
 
 bool MVQuadBatch::makeObjects() {
     if (!stream_.isCreated() && !isRefused()) {
-        GLint buffer = 0;
-        glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &buffer);
+        const GLint buffer = integer(GL_ARRAY_BUFFER_BINDING);
         if (programs_.create()) {
             stream_.create();
             glBindBuffer(GL_ARRAY_BUFFER, static_cast<GLuint>(buffer));
@@ -127,16 +164,16 @@ void MVQuadBatch::enterState() {
     }
     active_ = true;
     depthTestOff_ = false;
-    textureUnitActive_ = false;
-    blendKnown_ = false;
+    blendingKnown_ = false;
     program_ = 0;
-    texture_ = 0;
+    activeUnit_ = -1;
+    units_ = 0;
     uses_.clear();
     lastUse_ = 0;
     texturesUsed_ = false;
     lastBlend_ = MVQuadBlend::Off;
     rebuilt_ = false;
-    glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &arrayBufferBefore_);
+    arrayBufferBefore_ = integer(GL_ARRAY_BUFFER_BINDING);
     glBindBuffer(GL_ARRAY_BUFFER, stream_.vertexBuffer());
 }
 
@@ -157,8 +194,8 @@ void MVQuadBatch::leaveState() {
         setBlendFunction(lastBlend_);
     }
     glDisable(GL_BLEND);
-    if (texturesUsed_ && texture_ != lastTexture_) {
-        glBindTexture(GL_TEXTURE_2D, lastTexture_);
+    if (texturesUsed_) {
+        restoreTextures();
     }
     // The one used last stays bound.
     std::swap(uses_[lastUse_], uses_.back());
@@ -252,17 +289,36 @@ bool MVQuadBatch::emitColor(const Float4x4& matrix, Mivora::Size2 size, Mivora::
         vertices[i].color = vectorOf(color);
     }
     const std::int32_t first = stream_.end<MVColorVertex>() - 4;
-    if (!commands_.empty()) {
-        Command& last = commands_.back();
-        if (last.kind == Command::Kind::Color && last.blend == blend &&
-            last.firstVertex + 4 * last.quads == first &&
-            last.quads < static_cast<std::int32_t>(MVQuadStream::kMostQuads)) {
-            ++last.quads;
-            return true;
+    if (commands_.empty() || !commands_.back().continues(Command::Kind::Color, first) ||
+        !joinColors(commands_.back(), size, color, blend)) {
+        commands_.push_back({.kind = Command::Kind::Color,
+                             .blending = Command::blendingOf(blend),
+                             .firstVertex = first,
+                             .quads = 1,
+                             .opaque = mayBeBlended(size, color) ? 1 : 0});
+    }
+    return true;
+}
+
+/// Makes a quad part of what is drawn by the last call.
+/// @return whether it can be
+bool MVQuadBatch::joinColors(Command& last, Mivora::Size2 size, Mivora::ColorRGBA color,
+                             MVQuadBlend blend) {
+    const Blending blending = Command::blendingOf(blend);
+    const bool mayChange = mayBeBlended(size, color);
+    if (last.blending != blending) {
+        if (blending == Blending::Off) {
+            if (!mayChange || last.opaque == kMostOpaque) {
+                return false;
+            }
+        } else if (last.opaque == last.quads && last.quads <= kMostOpaque) {
+            last.blending = blending;
+        } else {
+            return false;
         }
     }
-    commands_.push_back(
-        {.kind = Command::Kind::Color, .blend = blend, .firstVertex = first, .quads = 1});
+    ++last.quads;
+    last.opaque = mayChange ? last.opaque + 1 : 0;
     return true;
 }
 
@@ -270,6 +326,18 @@ bool MVQuadBatch::emitTexture(const Float4x4& matrix, const MVQuadEntry& entry) 
     auto* const vertices = stream_.quad<MVTextureVertex>();
     if (vertices == nullptr) {
         return false;
+    }
+    const std::int32_t first = stream_.end<MVTextureVertex>() - 4;
+    std::uint32_t unit = 0;
+    if (commands_.empty() || !commands_.back().continues(Command::Kind::Texture, first) ||
+        !joinTextures(commands_.back(), entry, unit)) {
+        commands_.push_back({.kind = Command::Kind::Texture,
+                             .blending = Command::blendingOf(entry.blend),
+                             .textures = 1,
+                             .firstTexture = static_cast<std::uint32_t>(textures_.size()),
+                             .firstVertex = first,
+                             .quads = 1});
+        textures_.push_back(entry.texture);
     }
     writePositions(vertices, matrix, entry.size);
     const Mivora::Rect2 part = entry.textureCoordinates;
@@ -279,23 +347,66 @@ bool MVQuadBatch::emitTexture(const Float4x4& matrix, const MVQuadEntry& entry) 
         vertices[i].tint = vectorOf(entry.tint);
         vertices[i].u = (i & 1) != 0 ? right : part.origin.x;
         vertices[i].v = (i & 2) != 0 ? bottom : part.origin.y;
+        vertices[i].unit = unit;
+        vertices[i].premultiplied = entry.blend == MVQuadBlend::Premultiplied ? 1 : 0;
     }
-    const std::int32_t first = stream_.end<MVTextureVertex>() - 4;
-    if (!commands_.empty()) {
-        Command& last = commands_.back();
-        if (last.kind == Command::Kind::Texture && last.blend == entry.blend &&
-            last.texture == entry.texture && last.firstVertex + 4 * last.quads == first &&
-            last.quads < static_cast<std::int32_t>(MVQuadStream::kMostQuads)) {
-            ++last.quads;
-            return true;
+    return true;
+}
+
+/// Makes a quad part of what is drawn by the last call.
+/// @param unit  set to that of its texture
+/// @return whether it can be
+bool MVQuadBatch::joinTextures(Command& last, const MVQuadEntry& entry, std::uint32_t& unit) {
+    const Blending blending = Command::blendingOf(entry.blend);
+    const bool blendsAlike = last.blending == blending;
+    // Those of the last command are at the end.
+    const auto begin = textures_.begin() + last.firstTexture;
+    const auto found = std::find(begin, textures_.end(), entry.texture);
+    if (!blendsAlike || found == textures_.end()) {
+        findUnits();
+        if (units_ < 2 || blending == Blending::Off || last.blending == Blending::Off) {
+            return false;
         }
     }
-    commands_.push_back({.kind = Command::Kind::Texture,
-                         .blend = entry.blend,
-                         .texture = entry.texture,
-                         .firstVertex = first,
-                         .quads = 1});
+    unit = static_cast<std::uint32_t>(found - begin);
+    if (found == textures_.end()) {
+        if (last.textures == units_) {
+            return false;
+        }
+        textures_.push_back(entry.texture);
+        ++last.textures;
+    }
+    if (!blendsAlike) {
+        last.blending = Blending::OfEachQuad;
+    }
+    ++last.quads;
     return true;
+}
+
+/// Finds out how many texture units can be used, and what is bound to them. A sampler that somebody
+/// has bound decides in the texture's place: that of unit 0 would have to be everywhere, and others
+/// nowhere.
+void MVQuadBatch::findUnits() {
+    if (units_ != 0) {
+        return;
+    }
+    units_ = 1;
+    if (programs_.textures() == 0) {
+        return;
+    }
+    const GLint active = integer(GL_ACTIVE_TEXTURE);
+    glActiveTexture(GL_TEXTURE0);
+    if (integer(GL_SAMPLER_BINDING) == 0) {
+        for (; units_ < MVQuadPrograms::kMostUnits; ++units_) {
+            glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(units_));
+            if (integer(GL_SAMPLER_BINDING) != 0) {
+                break;
+            }
+            boundBefore_[units_] = static_cast<std::uint32_t>(integer(GL_TEXTURE_BINDING_2D));
+            bound_[units_] = boundBefore_[units_];
+        }
+    }
+    glActiveTexture(static_cast<GLenum>(active));
 }
 
 MVQuadBatch::Shape& MVQuadBatch::beginShape() {
@@ -362,6 +473,7 @@ void MVQuadBatch::issueCommands() {
         }
     }
     commands_.clear();
+    textures_.clear();
 }
 
 void MVQuadBatch::drawQuads(const Command& command) {
@@ -373,23 +485,52 @@ void MVQuadBatch::drawQuads(const Command& command) {
     if (command.kind == Command::Kind::Color) {
         setProgram(programs_.color(), stream_.colorArray());
     } else {
-        setProgram(programs_.texture(), stream_.textureArray());
-        if (!textureUnitActive_ || texture_ != command.texture) {
-            if (!textureUnitActive_) {
-                glActiveTexture(GL_TEXTURE0);
-                textureUnitActive_ = true;
-            }
-            glBindTexture(GL_TEXTURE_2D, command.texture);
-            texture_ = command.texture;
-        }
+        bindTextures(command);
+        setProgram(command.textures == 1 && command.blending != Blending::OfEachQuad
+                       ? programs_.texture()
+                       : programs_.textures(),
+                   stream_.textureArray());
     }
-    setBlend(command.blend);
+    setBlending(command.blending);
     if (command.quads == 1) {
         glDrawArrays(GL_TRIANGLE_STRIP, command.firstVertex, 4);
         return;
     }
     glDrawElementsBaseVertex(GL_TRIANGLES, command.quads * kIndicesOfAQuad, GL_UNSIGNED_SHORT,
                              nullptr, command.firstVertex);
+}
+
+void MVQuadBatch::bindTextures(const Command& command) {
+    for (std::size_t unit = 0; unit < command.textures; ++unit) {
+        const std::uint32_t texture = textures_[command.firstTexture + unit];
+        const bool known = unit != 0 || activeUnit_ >= 0;
+        if (!known || bound_[unit] != texture) {
+            if (activeUnit_ != static_cast<std::int32_t>(unit)) {
+                glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
+                activeUnit_ = static_cast<std::int32_t>(unit);
+            }
+            glBindTexture(GL_TEXTURE_2D, texture);
+            bound_[unit] = texture;
+        }
+    }
+}
+
+/// Leaves the units as if there were but one.
+void MVQuadBatch::restoreTextures() {
+    const auto bind = [this](std::size_t unit, std::uint32_t texture) {
+        if (bound_[unit] != texture) {
+            glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
+            glBindTexture(GL_TEXTURE_2D, texture);
+            activeUnit_ = static_cast<std::int32_t>(unit);
+        }
+    };
+    for (std::size_t unit = 1; unit < units_; ++unit) {
+        bind(unit, boundBefore_[unit]);
+    }
+    bind(0, lastTexture_);
+    if (activeUnit_ != 0) {
+        glActiveTexture(GL_TEXTURE0);
+    }
 }
 
 void MVQuadBatch::setProgram(std::uint32_t program, std::uint32_t vertexArray) {
@@ -400,18 +541,23 @@ void MVQuadBatch::setProgram(std::uint32_t program, std::uint32_t vertexArray) {
     }
 }
 
-void MVQuadBatch::setBlend(MVQuadBlend blend) {
-    if (blendKnown_ && blend_ == blend) {
+void MVQuadBatch::setBlending(Blending blending) {
+    if (blendingKnown_ && blending_ == blending) {
         return;
     }
-    if (blend == MVQuadBlend::Off) {
+    if (blending == Blending::Off) {
         glDisable(GL_BLEND);
     } else {
         glEnable(GL_BLEND);
-        setBlendFunction(blend);
+        if (blending == Blending::OfEachQuad) {
+            glBlendFunc(GL_SRC1_COLOR, GL_ONE_MINUS_SRC_ALPHA);
+        } else {
+            setBlendFunction(blending == Blending::Straight ? MVQuadBlend::Straight
+                                                            : MVQuadBlend::Premultiplied);
+        }
     }
-    blend_ = blend;
-    blendKnown_ = true;
+    blending_ = blending;
+    blendingKnown_ = true;
 }
 
 // Stencil levels
@@ -518,8 +664,7 @@ void MVQuadBatch::playQuad(const MVQuadEntry& entry) {
     constexpr GLuint kTexCoordSlot = 5;
     constexpr std::uintptr_t kTexCoordOffset = 8;
 
-    GLint arrayBuffer = 0;
-    glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &arrayBuffer);
+    const GLint arrayBuffer = integer(GL_ARRAY_BUFFER_BINDING);
     GLuint array = 0;
     GLuint buffer = 0;
     glGenVertexArrays(1, &array);
@@ -544,8 +689,8 @@ void MVQuadBatch::playQuad(const MVQuadEntry& entry) {
     glUniform4f(entry.program.colorUniform, entry.tint.red, entry.tint.green, entry.tint.blue,
                 entry.tint.alpha);
     glDisable(GL_DEPTH_TEST);
-    blendKnown_ = false;
-    setBlend(entry.blend);
+    blendingKnown_ = false;
+    setBlending(Command::blendingOf(entry.blend));
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     glBindVertexArray(0);
     glDisable(GL_BLEND);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -67,6 +68,7 @@ class MIVORA_EXPORT MVQuadBatch {
 
  private:
     struct Command;
+    enum class Blending : std::uint8_t;
 
     /// What uses a program was drawn last: its uniforms, as they are to be left.
     struct LastUse {
@@ -106,12 +108,17 @@ class MIVORA_EXPORT MVQuadBatch {
     bool emitColor(const Mivora::Float4x4& matrix, Mivora::Size2 size, Mivora::ColorRGBA color,
                    MVQuadBlend blend);
     bool emitTexture(const Mivora::Float4x4& matrix, const MVQuadEntry& entry);
+    bool joinColors(Command& last, Mivora::Size2 size, Mivora::ColorRGBA color, MVQuadBlend blend);
+    bool joinTextures(Command& last, const MVQuadEntry& entry, std::uint32_t& unit);
+    void findUnits();
     Shape& beginShape();
     void rememberUse(const MVQuadEntry& entry, const Mivora::Float4x4& matrix);
 
     void issueCommands();
     void drawQuads(const Command& command);
-    void setBlend(MVQuadBlend blend);
+    void setBlending(Blending blending);
+    void bindTextures(const Command& command);
+    void restoreTextures();
     void setProgram(std::uint32_t program, std::uint32_t vertexArray);
 
     static std::uint32_t clearedPlanes(const MVStencilState& state);
@@ -130,11 +137,13 @@ class MIVORA_EXPORT MVQuadBatch {
     // What is known of GL's state from `enterState` to `leaveState`.
     bool active_ = false;
     bool depthTestOff_ = false;
-    bool textureUnitActive_ = false;
-    bool blendKnown_ = false;
-    MVQuadBlend blend_ = MVQuadBlend::Off;
+    bool blendingKnown_ = false;
+    Blending blending_;
     std::uint32_t program_ = 0;
-    std::uint32_t texture_ = 0;
+    std::int32_t activeUnit_ = -1;  ///< Negative until there is a texture.
+    std::array<std::uint32_t, MVQuadPrograms::kMostUnits> bound_{};  ///< Of units up to `units_`.
+    std::array<std::uint32_t, MVQuadPrograms::kMostUnits> boundBefore_{};  ///< Not of unit 0.
+    std::size_t units_ = 0;  ///< As many may be used; 0 until a second one is asked for.
     std::int32_t arrayBufferBefore_ = 0;
 
     // What it is to be in the end.
@@ -148,6 +157,7 @@ class MIVORA_EXPORT MVQuadBatch {
 
     Mivora::Float4x4 projection_{};
     std::vector<Command> commands_;
+    std::vector<std::uint32_t> textures_;  ///< Those of the commands.
 
     std::vector<Shape> shapes_;  ///< Those of levels in use come first.
     std::size_t shapeCount_ = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 /// The programs that quads are drawn with when they are drawn together. They compute what the
@@ -19,10 +20,23 @@ class MVQuadPrograms {
     bool create();
     void destroy();
 
+    /// One colour a quad.
     std::uint32_t color() const { return color_; }
+    /// The texture of unit 0.
     std::uint32_t texture() const { return texture_; }
 
+    /// As many textures can be drawn from by one call, those of the units from 0 on.
+    static constexpr std::size_t kMostUnits = 16;
+    /// For each quad the texture of a unit of its own, with what its source is multiplied with as
+    /// the second source of blending. 0 where that would cost more than it saves: a driver that
+    /// computes all branches samples sixteen textures for a pixel, and only of a software
+    /// rasterizer is it known that an index may differ between the primitives of a call.
+    std::uint32_t textures() const { return textures_; }
+
  private:
+    void createTextures();
+
     std::uint32_t color_ = 0;
     std::uint32_t texture_ = 0;
+    std::uint32_t textures_ = 0;
 };

@@ -18,7 +18,8 @@ struct MVTextureVertex {
     float u;
     float v;
     std::uint32_t unit;  ///< the texture unit
-    /// What the source is multiplied with when it is blended: its alpha (0) or one (1).
+    /// What the source is multiplied with where blending is that of each quad: its alpha (0) or one
+    /// (1).
     std::uint32_t premultiplied;
 };
 

@@ -48,6 +48,15 @@ std::vector<double> currentState() {
         glGetIntegerv(name, &value);
         state.push_back(value);
     }
+    for (GLenum unit = 16; unit-- > 1;) {
+        GLint active = 0;
+        GLint value = 0;
+        glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
+        glActiveTexture(GL_TEXTURE0 + unit);
+        glGetIntegerv(GL_TEXTURE_BINDING_2D, &value);
+        glActiveTexture(static_cast<GLenum>(active));
+        state.push_back(value);
+    }
     for (const GLenum name : {GL_STENCIL_WRITEMASK, GL_STENCIL_VALUE_MASK}) {
         GLint value = 0;
         glGetIntegerv(name, &value);
@@ -109,11 +118,11 @@ class RandomWindow {
     explicit RandomWindow(unsigned seed) : generator_(seed) {
         window_->setSize({kExtent, kExtent});
         window_->setNearDistance(between(20, 160));
-        for (int i = 0; i < 5; ++i) {
+        for (int i = 0; i < 40; ++i) {
             images_.push_back(image());
         }
         MVView* above = window_.get();
-        for (int i = 0; i < 30; ++i) {
+        for (int i = 0; i < 40; ++i) {
             auto view = chance(0.1F) ? meddler() : quad();
             place(*view);
             if (chance(0.25F)) {
@@ -167,7 +176,7 @@ class RandomWindow {
     }
 
     std::shared_ptr<MVView> quad() {
-        if (chance(0.4F)) {
+        if (chance(0.5F)) {
             return MVImageView::initWithImage(images_[generator_() % images_.size()]);
         }
         return MVColorView::initWithColor(
@@ -190,6 +199,12 @@ class RandomWindow {
     std::vector<std::shared_ptr<MVView>> views_;
     std::vector<std::shared_ptr<MeddlingView>> meddlers_;
 };
+
+/// How many scenes to compare, unless MIVORA_TEST_SCENES says it.
+unsigned scenesToCompare(unsigned count) {
+    const char* const wanted = std::getenv("MIVORA_TEST_SCENES");
+    return wanted != nullptr ? static_cast<unsigned>(std::strtoul(wanted, nullptr, 10)) : count;
+}
 
 class MVQuadBatchTest : public PixelTest {
  protected:
@@ -250,6 +265,16 @@ class MVQuadBatchTest : public PixelTest {
         return window;
     }
 
+    /// What is bound to the texture units; leaves the first one active.
+    static std::vector<GLint> boundTextures() {
+        std::vector<GLint> names;
+        for (GLenum unit = 16; unit-- > 0;) {
+            glActiveTexture(GL_TEXTURE0 + unit);
+            glGetIntegerv(GL_TEXTURE_BINDING_2D, &names.emplace_back());
+        }
+        return names;
+    }
+
     std::size_t drawCalls() {
         return gl_->callsOf("glDrawElementsBaseVertex").size() +
                gl_->callsOf("glDrawArrays").size();
@@ -259,11 +284,72 @@ class MVQuadBatchTest : public PixelTest {
 }  // namespace
 
 TEST_F(MVQuadBatchTest, randomScenesComeOutAsFromTheirCalls) {
-    expectIdentity(0, 80);
+    expectIdentity(0, scenesToCompare(100));
 }
 
 TEST_F(MVQuadBatchTest, randomScenesComeOutAsFromTheirCallsWithFourSamples) {
-    expectIdentity(4, 20);
+    expectIdentity(4, scenesToCompare(40));
+}
+
+TEST_F(MVQuadBatchTest, imagesWithTexturesOfTheirOwnShareCalls) {
+    constexpr unsigned kImages = 64;
+    const auto window = MVWindow::init();
+    window->setSize({kExtent, kExtent});
+    for (unsigned i = 0; i < kImages; ++i) {
+        const std::array<std::uint8_t, 4> pixel = {static_cast<std::uint8_t>(i), 0, 0, 128};
+        const auto view = MVImageView::initWithImage(
+            MVImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+                pixel.data(), 1, 1, 1.0F, 0, i % 2 == 0, GL_RGBA));
+        view->setSize({8, 8});
+        view->setPosition({static_cast<float>(i % 8) * 8.0F, static_cast<float>(i / 8) * 8.0F});
+        window->addSubview(view);
+    }
+    window->mv_drawVisit();  // what is drawn with is made
+    finish();
+    gl_->clear();
+    std::vector<GLint> before;
+    std::vector<GLint> after;
+    onQueue([&] { before = boundTextures(); });
+    window->mv_drawVisit();
+    onQueue([&] { after = boundTextures(); });
+    EXPECT_EQ(drawCalls(), kImages / 16);
+    EXPECT_EQ(after, before) << "that of the first unit is the last image's, in every frame";
+}
+
+TEST_F(MVQuadBatchTest, aSamplerThatSomebodyHasBoundIsUsedForAllTexturesOrNone) {
+    GLuint sampler = 0;
+    for (const GLuint unit : {0U, 3U}) {
+        RandomWindow scene(7);
+        onQueue([&] {
+            glGenSamplers(1, &sampler);
+            glSamplerParameteri(sampler, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+            glSamplerParameteri(sampler, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+            glBindSampler(unit, sampler);
+        });
+        const Picture expected = captureWith(false, scene.shared(), 0);
+        EXPECT_EQ(captureWith(true, scene.shared(), 0).rgba, expected.rgba) << "unit " << unit;
+        onQueue([&] { glDeleteSamplers(1, &sampler); });
+    }
+}
+
+TEST_F(MVQuadBatchTest, opaqueViewsShareCallsWithBlendedOnes) {
+    const auto window = squares(100);
+    for (std::size_t i = 0; i < 100; i += 3) {
+        (*window->subviews())[i]->setOpacity(0.5F);
+    }
+    gl_->clear();
+    window->mv_drawVisit();
+    finish();
+    EXPECT_EQ(drawCalls(), 1U);
+}
+
+TEST_F(MVQuadBatchTest, manyOpaqueViewsAreNotBlended) {
+    const auto window = squares(400);
+    (*window->subviews())[0]->setOpacity(0.5F);
+    gl_->clear();
+    window->mv_drawVisit();
+    finish();
+    EXPECT_EQ(drawCalls(), 2U);
 }
 
 TEST_F(MVQuadBatchTest, viewsOfOneKindAreDrawnByFewCalls) {
