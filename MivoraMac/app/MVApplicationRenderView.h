@@ -45,14 +45,17 @@ class MVWindow;
 ///
 /// Fingers and the pointer do not know of each other, but for this:
 /// - a finger that lands ends the hover; it begins again with the first move of the pointer after
-///   the last finger has been lifted;
-/// - a finger that lands cancels scrolling, as a press does, with the view under the finger;
-/// - buttons and scrolling go on, or begin, while fingers are down, and fingers land while a button
-///   is held: the pointer's touch and theirs are touches beside each other, which a recognizer of
-///   several touches may take together;
-/// - leaving the view is the pointer's: fingers stay, wherever they go, until they are lifted;
-/// - a gesture of two fingers on a touchpad is two more fingers, in all of this;
-/// - when the view leaves its window, all fingers are cancelled.
+///   the last finger has been lifted, and moves of the pointer before that do nothing;
+/// - a finger that lands cancels scrolling and momentum, as a press does, with the view under the
+///   finger; fingers that land later do so, too, and what scrolls after that scrolls beside them;
+/// - buttons, whichever, and scrolling go on, or begin and end, while fingers are down, and fingers
+///   land and are lifted while a button is held: the touch of the primary button and theirs are
+///   touches beside each other, which a recognizer of several touches may take together;
+/// - leaving the view is the pointer's, with its scrolling and its touch: fingers stay, wherever
+///   they go, until they are lifted;
+/// - a gesture of two fingers on a touchpad is two more fingers, in all of this, over the view that
+///   is under the pointer as it begins; it does not follow the pointer, nor end when that leaves;
+/// - when the view leaves its window, all fingers are cancelled, those of a touchpad among them.
 ///
 /// Each is done whatever the hooks of the others throw, which goes into the log.
 ///

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -14,6 +15,7 @@
 #include "MivoraMac/input/MVMouseDispatcher.h"
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
 #include "MivoraMac/input/MVScroll.h"
+#include "MivoraMac/input/MVTouch.h"
 #include "MivoraMac/platform/headless/HeadlessFingers.h"
 #include "MivoraMac/platform/headless/HeadlessPointer.h"
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
@@ -507,9 +509,137 @@ TEST_F(MVApplicationRenderViewTest, aPinchOnATouchpadIsTwoMoreFingers) {
     EXPECT_THAT(linesOf([&] { pointer_->moveTo(52, 25); }), ElementsAre("hover began"));
 }
 
+TEST_F(MVApplicationRenderViewTest, aFingerStopsContentOfTheViewUnderIt) {
+    Lines other;
+    const auto beside = MVMake<InputView>(&other);
+    beside->setPosition({60, 0});
+    beside->setSize({40, 50});
+    window_->addSubview(beside);
+    EXPECT_THAT(linesOf([&] { fingers_->land({{1, {80, 20}}}); }), ElementsAre("hover ended"));
+    EXPECT_THAT(other, ElementsAre("touches began 1", "scroll began 0,0", "scroll cancelled 0,0"));
+}
+
+TEST_F(MVApplicationRenderViewTest, aFingerAndAPinchCancelMomentumAndWhatScrollsAfterThatScrolls) {
+    const auto momentum = [&](Event::Phase phase) { return scroll(Event::PhaseNone, phase); };
+    momentum(Event::PhaseBegan);
+    EXPECT_THAT(linesOf([&] { pointer_->beginPinch(); }),
+                ElementsAre("hover ended", "touches began 2", "scroll cancelled 0,0"));
+    EXPECT_THAT(momentum(Event::PhaseChanged), IsEmpty());
+    EXPECT_THAT(momentum(Event::PhaseBegan), ElementsAre("scroll began 3,-2"));
+    EXPECT_THAT(linesOf([&] { pointer_->pinch(2); }), ElementsAre("touches moved 2"));
+    EXPECT_THAT(momentum(Event::PhaseChanged), ElementsAre("scroll moved 3,-2"));
+    EXPECT_THAT(linesOf([&] {
+                    fingers_->land({{1, {20, 20}}});
+                }),
+                ElementsAre("touches began 1", "scroll cancelled 0,0"));
+    EXPECT_THAT(momentum(Event::PhaseEnded), IsEmpty());
+}
+
+TEST_F(MVApplicationRenderViewTest, everyButtonGoesItsWayBesideFingersAndPinches) {
+    struct Row {
+        const char* button;
+        std::function<void()> press;
+        std::function<void()> release;
+        Lines down, drag, up;
+    };
+    const Row rows[] = {
+        {"primary",
+         [&] { pointer_->press(); },
+         [&] { pointer_->release(); },
+         {"touches began 1", "scroll began 0,0", "scroll cancelled 0,0",
+          "mouse began button 1 clicks 1"},
+         {"touches moved 1", "mouse moved button 1 clicks 1"},
+         {"touches ended 1", "mouse ended button 1 clicks 1"}},
+        {"secondary",
+         [&] { pointer_->pressRight(); },
+         [&] { pointer_->releaseRight(); },
+         {"scroll began 0,0", "scroll cancelled 0,0", "mouse began button 2 clicks 1"},
+         {"mouse moved button 2 clicks 1"},
+         {"mouse ended button 2 clicks 1"}},
+        {"middle",
+         [&] { pointer_->pressMiddle(); },
+         [&] { pointer_->releaseMiddle(); },
+         {"scroll began 0,0", "scroll cancelled 0,0", "mouse began button 4 clicks 1"},
+         {"mouse moved button 4 clicks 1"},
+         {"mouse ended button 4 clicks 1"}},
+    };
+    struct Fingers {
+        const char* kind;
+        std::function<void()> begin;
+        std::function<void()> move;
+        std::function<void()> end;
+        std::string number;
+    };
+    const Fingers kinds[] = {
+        {"finger",
+         [&] {
+             fingers_->land({{1, {20, 20}}});
+         },
+         [&] {
+             fingers_->move({{1, {25, 20}}});
+         },
+         [&] { fingers_->lift({1}); }, "1"},
+        {"pinch", [&] { pointer_->beginPinch(); }, [&] { pointer_->pinch(1.5); },
+         [&] { pointer_->endPinch(); }, "2"},
+    };
+    for (const Row& row : rows) {
+        for (const Fingers& kind : kinds) {
+            const std::string what = std::string(row.button) + " and " + kind.kind;
+            const auto drag = [&] { pointer_->moveTo(pointer_->location().x + 1, 30); };
+            // The fingers within the press, then the press within the fingers.
+            row.press();
+            EXPECT_THAT(linesOf(kind.begin), testing::Contains("touches began " + kind.number))
+                << what;
+            EXPECT_EQ(linesOf(drag), row.drag) << what;
+            EXPECT_EQ(linesOf(kind.move), Lines{"touches moved " + kind.number}) << what;
+            EXPECT_EQ(linesOf(kind.end), Lines{"touches ended " + kind.number}) << what;
+            EXPECT_EQ(linesOf(row.release), row.up) << what;
+            kind.begin();
+            EXPECT_EQ(linesOf(row.press), row.down) << what;
+            EXPECT_EQ(linesOf(drag), row.drag) << what;
+            EXPECT_EQ(linesOf(kind.move), Lines{"touches moved " + kind.number}) << what;
+            EXPECT_EQ(linesOf(row.release), row.up) << what;
+            EXPECT_EQ(linesOf(kind.end), Lines{"touches ended " + kind.number}) << what;
+            EXPECT_EQ(linesOf(drag), Lines{"hover began"}) << what;
+        }
+    }
+}
+
+TEST_F(MVApplicationRenderViewTest, aPinchStaysWhereItBeganWhateverBecomesOfThePointer) {
+    const auto middle = [&] {
+        const MVTouchSet touches = renderView_->fingerDispatcher()->mv_touches();
+        const Point2 first = (*touches.begin())->screenPoint();
+        const Point2 second = (*std::next(touches.begin()))->screenPoint();
+        return Point2{(first.x + second.x) / 2, (first.y + second.y) / 2};
+    };
+    pointer_->moveTo(50, 25);
+    pointer_->beginPinch();
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(90, 40); }), IsEmpty());
+    pointer_->pinch(2);
+    EXPECT_EQ(middle(), (Point2{50, 25}));
+    EXPECT_THAT(linesOf([&] { pointer_->leave(); }), IsEmpty());
+    EXPECT_THAT(linesOf([&] { pointer_->pinch(3, 0, 4, 5); }), ElementsAre("touches moved 2"));
+    EXPECT_EQ(middle(), (Point2{54, 30}));
+    EXPECT_THAT(linesOf([&] { pointer_->cancelPinch(); }), ElementsAre("touches cancelled 2"));
+    EXPECT_THAT(linesOf([&] { pointer_->moveTo(52, 25); }), ElementsAre("hover began"));
+}
+
+TEST_F(MVApplicationRenderViewTest, leavingWhileAPinchAndAButtonAreDownEndsTheButtonsTouchAlone) {
+    pointer_->press();
+    pointer_->beginPinch();
+    EXPECT_THAT(linesOf([&] { pointer_->leave(); }), ElementsAre("touches cancelled 1"));
+    EXPECT_THAT(linesOf([&] { pointer_->endPinch(); }), ElementsAre("touches ended 2"));
+}
+
 TEST_F(MVApplicationRenderViewTest, aViewThatLeavesItsWindowLosesItsFingers) {
     fingers_->land({{1, {20, 20}}, {2, {60, 20}}});
-    EXPECT_THAT(linesOf([&] { frame_->close(); }), ElementsAre("touches cancelled 2"));
+    pointer_->beginPinch();
+    EXPECT_THAT(linesOf([&] { frame_->close(); }), ElementsAre("touches cancelled 4"));
+    EXPECT_THAT(linesOf([&] {
+                    pointer_->pinch(2);
+                    pointer_->endPinch();
+                }),
+                IsEmpty());
     EXPECT_THAT(linesOf([&] {
                     fingers_->move({{1, {25, 20}}});
                     fingers_->lift({1, 2});

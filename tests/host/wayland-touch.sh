@@ -121,6 +121,14 @@ expect "ended 200 200"
 point "move 96 60"
 expect "hover began"
 
+echo "the mouse leaves a finger behind"
+point "touch down 1 200 100"
+expect "hover ended" "began 200 100"
+point "move 600 500" "wait 0.1" "touch move 1 210 100" "touch up 1"
+expect "moved 210 100" "ended 210 100"
+point "move 96 60" "wait 0.1"
+expect "hover began"
+
 echo "they pinch together"
 recognize pinch
 point "move 100 100" "wait 0.1" "press 1"
