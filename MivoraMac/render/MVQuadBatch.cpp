@@ -62,6 +62,23 @@ bool mayBeBlended(Mivora::Size2 size, Mivora::ColorRGBA color) {
     return color.alpha == 1.0F && std::abs(size.width * size.height) <= kMostOpaqueArea;
 }
 
+/// Whether clipping leaves the quad alone. Each pixel and sample in it then belongs to exactly one
+/// of its triangles.
+bool isInView(const Float4x4& matrix, Mivora::Size2 size) {
+    const Float4 right = matrix.column[0] * size.width;
+    const Float4 bottom = matrix.column[1] * size.height;
+    const Float4 origin = matrix.column[3];
+    for (const Float4& corner :
+         {origin, origin + right, origin + bottom, origin + right + bottom}) {
+        for (int i = 0; i < 3; ++i) {
+            if (!(std::abs(corner[i]) < corner[3])) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 GLuint bitOf(std::uint8_t level) {
     return 1U << (level % 32U);
 }
@@ -82,8 +99,11 @@ struct MVQuadBatch::Command {
         Color,
         Texture,
         BeginStencil,
-        LimitToStencil,
+        BeginKnownStencil,  ///< as `BeginStencil`, where what is in the plane will be taken back
+        InvertStencil,      ///< What follows changes where it is drawn once.
         CleanStencil,
+        ShapeStencil,  ///< after `CleanStencil`
+        LimitToStencil,
         EndStencil,
         EndCleanStencil,  ///< as `EndStencil`, after what leaves the plane clean
     };
@@ -143,7 +163,7 @@ void MVQuadBatch::draw(std::span<const MVQuadEntry> entries) {
     if (makeObjects()) {
         enterState();
         while (next < entries.size() && stream_.map()) {
-            while (next < entries.size() && append(entries[next])) {
+            while (next < entries.size() && append(entries.subspan(next))) {
                 ++next;
             }
             stream_.unmap();
@@ -214,9 +234,10 @@ void MVQuadBatch::leaveState() {
 
 // Vertices
 
-/// Writes the vertices of an entry and adds to the commands.
+/// Writes the vertices of the first of the entries left and adds to the commands.
 /// @return false where it has to be called again once there is room
-bool MVQuadBatch::append(const MVQuadEntry& entry) {
+bool MVQuadBatch::append(std::span<const MVQuadEntry> entries) {
+    const MVQuadEntry& entry = entries.front();
     const auto add = [this, &entry](Command::Kind kind) {
         commands_.push_back({.kind = kind, .level = entry.stencilLevel});
     };
@@ -227,9 +248,7 @@ bool MVQuadBatch::append(const MVQuadEntry& entry) {
             projection_ = columnsOf(entry.matrix);
             break;
         case MVQuadEntry::Kind::BeginStencil:
-            beginShape();
-            add(Command::Kind::BeginStencil);
-            break;
+            return appendBegin(entries);
         case MVQuadEntry::Kind::LimitToStencil:
             if (shapeCount_ != 0) {
                 shapes_[shapeCount_ - 1].isWriting = false;
@@ -244,15 +263,52 @@ bool MVQuadBatch::append(const MVQuadEntry& entry) {
 
 bool MVQuadBatch::appendQuad(const MVQuadEntry& entry) {
     const Float4x4 matrix = product(projection_, columnsOf(entry.matrix));
+    Shape* const shape = shapeCount_ != 0 && shapes_[shapeCount_ - 1].isWriting
+                             ? &shapes_[shapeCount_ - 1]
+                             : nullptr;
     const bool textured = entry.program.samplerUniform >= 0;
-    if (!(textured ? emitTexture(matrix, entry)
-                   : emitColor(matrix, entry.size, entry.tint, entry.blend))) {
+    // No pixel of a shape is seen.
+    const bool emitted = shape != nullptr ? emitColor(matrix, entry.size, Mivora::ColorRGBA::kWhite,
+                                                      MVQuadBlend::Off)
+                         : textured       ? emitTexture(matrix, entry)
+                                          : emitColor(matrix, entry.size, entry.tint, entry.blend);
+    if (!emitted) {
         return false;
     }
     rememberUse(entry, matrix);
-    if (shapeCount_ != 0 && shapes_[shapeCount_ - 1].isWriting) {
-        shapes_[shapeCount_ - 1].quads.push_back({matrix, entry.size});
+    if (shape != nullptr) {
+        shape->quads.push_back({matrix, entry.size});
     }
+    return true;
+}
+
+/// Begins a shape, and takes back the one that the plane still holds.
+bool MVQuadBatch::appendBegin(std::span<const MVQuadEntry> entries) {
+    const std::uint8_t level = entries.front().stencilLevel;
+    const bool holdsShape = (shapedPlanes_ & bitOf(level)) != 0;
+    if (holdsShape && !stream_.hasRoom<MVColorVertex>()) {
+        return false;
+    }
+    const auto add = [this, level](Command::Kind kind) {
+        commands_.push_back({.kind = kind, .level = level});
+    };
+    beginShape();
+    add(holdsShape ? Command::Kind::BeginKnownStencil : Command::Kind::BeginStencil);
+    if (!holdsShape) {
+        return true;
+    }
+    const ShapeQuad last = lastShapes_[level];
+    const bool isOneQuad = entries.size() > 2 && entries[1].kind == MVQuadEntry::Kind::Quad &&
+                           entries[2].kind == MVQuadEntry::Kind::LimitToStencil;
+    const bool inverts =
+        isOneQuad && isInView(last.matrix, last.size) &&
+        isInView(product(projection_, columnsOf(entries[1].matrix)), entries[1].size);
+    add(inverts ? Command::Kind::InvertStencil : Command::Kind::CleanStencil);
+    emitColor(last.matrix, last.size, Mivora::ColorRGBA::kWhite, MVQuadBlend::Off);
+    if (!inverts) {
+        add(Command::Kind::ShapeStencil);
+    }
+    shapedPlanes_ &= ~bitOf(level);
     return true;
 }
 
@@ -421,12 +477,22 @@ MVQuadBatch::Shape& MVQuadBatch::beginShape() {
     return shape;
 }
 
-/// Draws the shape once more, to take its bits back.
+/// Draws the shape once more, to take its bits back, or leaves that to the next one.
 bool MVQuadBatch::appendEnd(const MVQuadEntry& entry) {
     if (shapeCount_ == 0) {
         return true;
     }
     Shape& shape = shapes_[shapeCount_ - 1];
+    if (shape.isKnown && shape.quads.size() == 1) {
+        if (lastShapes_.size() <= entry.stencilLevel) {
+            lastShapes_.resize(entry.stencilLevel + std::size_t{1});
+        }
+        lastShapes_[entry.stencilLevel] = shape.quads[0];
+        shapedPlanes_ |= bitOf(entry.stencilLevel);
+        commands_.push_back({.kind = Command::Kind::EndStencil, .level = entry.stencilLevel});
+        --shapeCount_;
+        return true;
+    }
     if (shape.isKnown && !shape.quads.empty()) {
         if (shape.cleaned == 0) {
             commands_.push_back({.kind = Command::Kind::CleanStencil, .level = entry.stencilLevel});
@@ -455,7 +521,14 @@ void MVQuadBatch::issueCommands() {
                 drawQuads(command);
                 break;
             case Command::Kind::BeginStencil:
-                beginStencil(command.level);
+            case Command::Kind::BeginKnownStencil:
+                beginStencil(command.level, command.kind == Command::Kind::BeginKnownStencil);
+                break;
+            case Command::Kind::InvertStencil:
+                invertStencil();
+                break;
+            case Command::Kind::ShapeStencil:
+                writeShape(command.level);
                 break;
             case Command::Kind::LimitToStencil:
                 limitToStencil(command.level);
@@ -564,6 +637,7 @@ void MVQuadBatch::setBlending(Blending blending) {
 
 void MVQuadBatch::forgetStencil() {
     cleanPlanes_ = 0;
+    shapedPlanes_ = 0;
     isCleared_ = false;
     for (std::size_t i = 0; i < shapeCount_; ++i) {
         shapes_[i].isKnown = false;
@@ -582,7 +656,8 @@ std::uint32_t MVQuadBatch::clearedPlanes(const MVStencilState& state) {
     return value == 0 && glIsEnabled(GL_SCISSOR_TEST) == GL_FALSE ? state.writeMask : 0;
 }
 
-void MVQuadBatch::beginStencil(std::uint8_t level) {
+/// @param isKnown  whether the plane holds what will be taken back
+void MVQuadBatch::beginStencil(std::uint8_t level, bool isKnown) {
     const GLuint bit = bitOf(level);
     Saved saved{MVRenderSurface::mv_currentStencilState(), GL_TRUE};
     glGetBooleanv(GL_DEPTH_WRITEMASK, &saved.depthMask);
@@ -594,12 +669,23 @@ void MVQuadBatch::beginStencil(std::uint8_t level) {
     glStencilMask(bit);
     glDepthMask(GL_FALSE);
     glClearStencil(0);
-    if ((cleanPlanes_ & bit) == 0) {
+    if ((cleanPlanes_ & bit) == 0 && !isKnown) {
         glClear(GL_STENCIL_BUFFER_BIT);
     }
     cleanPlanes_ &= ~bit;
+    writeShape(level);
+}
+
+/// What is drawn from here on sets its bits.
+void MVQuadBatch::writeShape(std::uint8_t level) {
+    const GLuint bit = bitOf(level);
     glStencilFunc(GL_NEVER, static_cast<GLint>(bit), bit);
     glStencilOp(GL_REPLACE, GL_KEEP, GL_KEEP);
+}
+
+/// What is drawn from here on takes its bits away where they are, and sets them where not.
+void MVQuadBatch::invertStencil() {
+    glStencilOp(GL_INVERT, GL_KEEP, GL_KEEP);
 }
 
 void MVQuadBatch::limitToStencil(std::uint8_t level) {
@@ -638,7 +724,8 @@ void MVQuadBatch::play(const MVQuadEntry& entry) {
             break;
         case MVQuadEntry::Kind::BeginStencil:
             beginShape().isKnown = false;
-            beginStencil(entry.stencilLevel);
+            shapedPlanes_ &= ~bitOf(entry.stencilLevel);
+            beginStencil(entry.stencilLevel, false);
             break;
         case MVQuadEntry::Kind::LimitToStencil:
             limitToStencil(entry.stencilLevel);

@@ -29,9 +29,9 @@
 /// - the end: restore the stencil test.
 ///
 /// Pixels come out as from those calls, and so does, once `settle` has been called, all state that
-/// they leave in GL. What they do not leave is a level's plane as it was drawn: planes are clean
-/// while their level is not in use. So only a plane that others may have written to is cleared at
-/// the beginning, and at the end only what the shape has covered.
+/// they leave in GL. Only a plane that others may have written to is cleared, though: of one that
+/// is known, nothing but what the last shape has covered is taken back. A shape of a single quad is
+/// taken back by the call that draws the next one.
 ///
 /// Thread: the GL queue's, with a context current of the group that the batch belongs to.
 class MIVORA_EXPORT MVQuadBatch {
@@ -102,7 +102,8 @@ class MIVORA_EXPORT MVQuadBatch {
     void enterState();
     void leaveState();
 
-    bool append(const MVQuadEntry& entry);
+    bool append(std::span<const MVQuadEntry> entries);
+    bool appendBegin(std::span<const MVQuadEntry> entries);
     bool appendQuad(const MVQuadEntry& entry);
     bool appendEnd(const MVQuadEntry& entry);
     bool emitColor(const Mivora::Float4x4& matrix, Mivora::Size2 size, Mivora::ColorRGBA color,
@@ -122,7 +123,9 @@ class MIVORA_EXPORT MVQuadBatch {
     void setProgram(std::uint32_t program, std::uint32_t vertexArray);
 
     static std::uint32_t clearedPlanes(const MVStencilState& state);
-    void beginStencil(std::uint8_t level);
+    void beginStencil(std::uint8_t level, bool isKnown);
+    static void writeShape(std::uint8_t level);
+    static void invertStencil();
     void limitToStencil(std::uint8_t level);
     static void cleanStencil(std::uint8_t level);
     void endStencil();
@@ -164,4 +167,6 @@ class MIVORA_EXPORT MVQuadBatch {
     std::vector<Saved> saved_;
     bool isCleared_ = false;         ///< All planes were cleared; `cleanPlanes_` has yet to follow.
     std::uint32_t cleanPlanes_ = 0;  ///< The bits that are 0 everywhere.
+    std::uint32_t shapedPlanes_ = 0;  ///< Those that hold one of `lastShapes_`, once all is issued.
+    std::vector<ShapeQuad> lastShapes_;  ///< By levels.
 };

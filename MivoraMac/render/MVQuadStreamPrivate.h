@@ -44,12 +44,19 @@ class MVQuadStream {
     /// The next vertex of a kind if there is room for four, else null.
     template <class Vertex>
     Vertex* quad() {
-        const std::size_t place = (used_ + sizeof(Vertex) - 1) / sizeof(Vertex) * sizeof(Vertex);
-        if (place + 4 * sizeof(Vertex) > kSize) {
+        if (!hasRoom<Vertex>()) {
             return nullptr;
         }
+        const std::size_t place = (used_ + sizeof(Vertex) - 1) / sizeof(Vertex) * sizeof(Vertex);
         used_ = place + 4 * sizeof(Vertex);
         return reinterpret_cast<Vertex*>(mapped_ + (place - mappedFrom_));
+    }
+    /// Whether `quad` would answer with a place.
+    template <class Vertex>
+    bool hasRoom() const {
+        return (used_ + sizeof(Vertex) - 1) / sizeof(Vertex) * sizeof(Vertex) +
+                   4 * sizeof(Vertex) <=
+               kSize;
     }
     /// Where the vertex after the last one lies, in vertices of a kind.
     template <class Vertex>

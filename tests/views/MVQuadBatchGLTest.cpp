@@ -503,6 +503,53 @@ TEST_F(MVQuadBatchTest, planesThatAClosureMayHaveWrittenToAreCleared) {
     EXPECT_THAT(gl_->callsOf("glClear"), SizeIs(2)) << "the frame's and the level's";
 }
 
+TEST_F(MVQuadBatchTest, aShapeIsTakenBackByTheCallThatDrawsTheNextOne) {
+    constexpr std::size_t kViews = 40;
+    const auto window = squares(kViews);
+    for (const auto& view : *window->subviews()) {
+        auto stencil = MVColorView::init();
+        stencil->setSize({2, 2});
+        stencil->setPosition({1, 1});  // within the window
+        view->setStencilView(stencil);
+    }
+    MVCaptureWindow(window, {.scale = 1.0F, .samples = 0});
+    gl_->clear();
+    MVCaptureWindow(window, {.scale = 1.0F, .samples = 0});
+    EXPECT_EQ(drawCalls(), 2 * kViews);
+}
+
+TEST_F(MVQuadBatchTest, hundredGroupsOfNestedTurnedStencilsLeaveTheRightPicture) {
+    auto window = MVWindow::init();
+    window->setSize({kExtent, kExtent});
+    for (int i = 0; i < 100; ++i) {
+        MVView* above = window.get();
+        for (int depth = 0; depth < 4; ++depth) {
+            const auto shade = static_cast<float>(depth + 1) / 4;
+            auto view = MVColorView::initWithColor({shade, static_cast<float>(i % 5) / 5, 1, 1});
+            auto stencil = MVColorView::init();
+            for (const auto& each : {view, stencil}) {
+                each->setSize({20, 14});
+                each->setAnchorPoint({0.5F, 0.5F});
+                each->setPosition({10, 7});
+            }
+            view->setRotation(0.1F + 0.1F * static_cast<float>(depth));
+            stencil->setRotation(0.3F);
+            view->setStencilView(stencil);
+            if (depth == 0) {
+                // They overlap.
+                view->setPosition({static_cast<float>(i % 10) * 15.0F + 10,
+                                   static_cast<float>(i / 10) * 15.0F + 10});
+            }
+            above->addSubview(view);
+            above = view.get();
+        }
+    }
+    for (const int samples : {0, 4}) {
+        const Picture expected = captureWith(false, window, samples);
+        EXPECT_EQ(captureWith(true, window, samples).rgba, expected.rgba) << samples;
+    }
+}
+
 TEST_F(MVQuadBatchTest, tenThousandStencilsLeaveTheRightPicture) {
     auto window = MVWindow::init();
     window->setSize({kExtent, kExtent});
