@@ -9,6 +9,11 @@
 // - rest: ten seconds with the pointer away and nothing moving.
 // - moving: ten seconds of the ring turning. A frame is drawn when it has been presented, and shown
 //   when the toolkit has painted a picture that it was not in before.
+// - hover: a view as large as the window changes its colour with every move of the pointer. From
+//   the move, which another connection to the server asks for, to the changed pixel, which that
+//   connection reads off the screen; the median of 40, after ten that do not count.
+// - memory: what the process holds after ten seconds and after two minutes of the ring turning, and
+//   an empty window of the toolkit's after ten seconds.
 
 #include <gtk/gtk.h>
 #include <sys/resource.h>
@@ -22,18 +27,25 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "MivoraMac/MivoraMac.h"
 #include "MivoraMac/platform/gtk/GtkRenderView.h"
 #include "bench/support/Bench.h"
 #include "examples/carousel/Carousel.h"
+
+// Its macros would change the names of others. clang-format off
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+// clang-format on
 
 using namespace Mivora::bench;
 using Mivora::platform::GtkWidgetForView;
@@ -137,6 +149,25 @@ class Scene {
     PaintedWindow window_;
 };
 
+/// Kicks the ring on, which would come to rest, as long as this lasts.
+class Motion {
+ public:
+    explicit Motion(Carousel& carousel)
+        : timer_(g_timeout_add(
+              250,
+              [](gpointer kicked) -> gboolean {
+                  static_cast<Carousel*>(kicked)->spin(1);
+                  return G_SOURCE_CONTINUE;
+              },
+              &carousel)) {}
+    ~Motion() { g_source_remove(timer_); }
+    Motion(const Motion&) = delete;
+    Motion& operator=(const Motion&) = delete;
+
+ private:
+    const guint timer_;
+};
+
 void print(const std::vector<double>& values) {
     for (const double value : values) {
         std::printf("%.9g ", value);
@@ -182,23 +213,132 @@ int measureRest() {
 int measureMoving() {
     Scene scene;
     turnMainLoopFor(2);
-    // It would come to rest: kicked on as long as this lasts.
-    const guint timer = g_timeout_add(
-        250,
-        [](gpointer carousel) -> gboolean {
-            static_cast<Carousel*>(carousel)->spin(1);
-            return G_SOURCE_CONTINUE;
-        },
-        &scene.carousel());
+    const Motion motion(scene.carousel());
     turnMainLoopFor(1);
     const std::uint64_t drawn = scene.drawnFrames();
     const int shown = scene.shownFrames();
     const double start = now();
     turnMainLoopFor(kSeconds);
     const double seconds = now() - start;
-    g_source_remove(timer);
     print({static_cast<double>(scene.drawnFrames() - drawn) / seconds,
            static_cast<double>(scene.shownFrames() - shown) / seconds});
+    return EXIT_SUCCESS;
+}
+
+/// What the process holds, in MiB.
+double residentMebibytes() {
+    std::ifstream file("/proc/self/statm");
+    double all = 0;
+    double resident = 0;
+    file >> all >> resident;
+    return resident * static_cast<double>(::sysconf(_SC_PAGESIZE)) / (1024 * 1024);
+}
+
+int measureMemory() {
+    Scene scene;
+    const Motion motion(scene.carousel());
+    turnMainLoopFor(kSeconds);
+    const double early = residentMebibytes();
+    turnMainLoopFor(120 - kSeconds);
+    print({early, residentMebibytes()});
+    return EXIT_SUCCESS;
+}
+
+int measureEmptyMemory() {
+    gtk_init();
+    PaintedWindow window(gtk_frame_new(nullptr), [] {});
+    const double end = now() + kSeconds;
+    while (now() < end) {
+        g_main_context_iteration(nullptr, FALSE);
+        g_usleep(1000);
+    }
+    print({residentMebibytes()});
+    return EXIT_SUCCESS;
+}
+
+/// Bright while the pointer is in its right half, else dark.
+class Signal : public MVColorView {
+ public:
+    Signal() : MVColorView({0, 0, 0, 1}) {
+        setSize({kWidth, kHeight});
+        setMouseHoverEnabled(true);
+    }
+    void mouseHoverBegan(const std::shared_ptr<MVMouse>& mouse) override { follow(mouse); }
+    void mouseHoverMoved(const std::shared_ptr<MVMouse>& mouse) override { follow(mouse); }
+
+ private:
+    void follow(const std::shared_ptr<MVMouse>& mouse) {
+        const float level = mouse->locationInView(shared_from_this()).x > kWidth / 2 ? 1 : 0;
+        setColor({level, level, level, 1});
+    }
+};
+
+/// Moves the pointer and waits for the pixel to change, over a connection of its own.
+/// @return the milliseconds that each took; fewer where a pixel never came
+std::vector<double> moveAndWait() {
+    constexpr int kWarmUpMoves = 10;
+    constexpr int kMoves = 40;
+    constexpr double kLongest = 5;
+    Display* const display = XOpenDisplay(nullptr);
+    const ::Window root = DefaultRootWindow(display);
+    const auto pixel = [&] {
+        XImage* const image = XGetImage(display, root, 600, 400, 1, 1, AllPlanes, ZPixmap);
+        const unsigned long value = XGetPixel(image, 0, 0);
+        XDestroyImage(image);
+        return value;
+    };
+    // There is no window manager that would make the window the main one, which alone hears of
+    // hovers.
+    XWarpPointer(display, None, root, 0, 0, 0, 0, 300, 300);
+    ::Window parent = 0;
+    ::Window child = 0;
+    int x = 0;
+    int y = 0;
+    unsigned buttons = 0;
+    XQueryPointer(display, root, &parent, &child, &x, &y, &x, &y, &buttons);
+    XSetInputFocus(display, child, RevertToParent, CurrentTime);
+    XSync(display, False);
+    g_usleep(500'000);
+    std::vector<double> milliseconds;
+    for (int i = 0; i < kWarmUpMoves + kMoves; ++i) {
+        const unsigned long before = pixel();
+        const double start = now();
+        XWarpPointer(display, None, root, 0, 0, 0, 0, i % 2 == 0 ? 900 : 300, 300);
+        XFlush(display);
+        while (pixel() == before) {
+            if (now() - start > kLongest) {
+                XCloseDisplay(display);
+                return {};
+            }
+            g_usleep(500);
+        }
+        if (i >= kWarmUpMoves) {
+            milliseconds.push_back((now() - start) * 1e3);
+        }
+        g_usleep(150'000 + static_cast<gulong>(i % 7) * 3'000);  // at any time between two frames
+    }
+    XCloseDisplay(display);
+    return milliseconds;
+}
+
+int measureHover() {
+    const auto application = MVApplication::init();
+    application->window()->addSubview(MVMake<Signal>());
+    PaintedWindow window(GtkWidgetForView(application->renderView()), [] {});
+    application->setActive(true);
+    turnMainLoopFor(2);
+    std::vector<double> milliseconds;
+    std::thread mover([&] {
+        milliseconds = moveAndWait();
+        MainThread::perform([] { MainThread::quit(); });
+    });
+    MainThread::run();
+    mover.join();
+    application->setActive(false);
+    if (milliseconds.empty()) {
+        throw std::runtime_error("the pixel does not change");
+    }
+    print({median(milliseconds)});
     return EXIT_SUCCESS;
 }
 
@@ -279,6 +419,9 @@ int run(const char* program) {
     }
     const std::vector<double> rest = measure(program, "rest");
     const std::vector<double> moving = measure(program, "moving");
+    const std::vector<double> hover = measure(program, "hover");
+    const std::vector<double> emptyMemory = measure(program, "empty-memory");
+    const std::vector<double> memory = measure(program, "memory");
 
     Report report("host");
     report.condition("window", "1280 x 800, 4 samples a pixel, X server in memory");
@@ -288,6 +431,11 @@ int run(const char* program) {
     report.add("idle_presents", rest.at(1), "target: 0");
     report.add("drawn_fps", moving.at(0), "frames presented a second, while it turns");
     report.add("shown_fps", moving.at(1), "of these, painted by the toolkit");
+    report.add("hover_to_pixel_ms", hover.at(0), "from a move to its pixel; median of 40");
+    report.add("rss_mib_10s", memory.at(0), "after ten seconds of motion");
+    report.add("rss_mib", memory.at(1), "after two minutes of motion; target: 1.1 times that");
+    report.add("empty_rss_mib", emptyMemory.at(0),
+               "an empty window of the toolkit; target: rss_mib at most 100 above");
     return report.finish();
 }
 
@@ -304,6 +452,15 @@ int main(int count, char** arguments) {
         }
         if (what == "rest") {
             return measureRest();
+        }
+        if (what == "hover") {
+            return measureHover();
+        }
+        if (what == "memory") {
+            return measureMemory();
+        }
+        if (what == "empty-memory") {
+            return measureEmptyMemory();
         }
         if (what == "moving") {
             return measureMoving();

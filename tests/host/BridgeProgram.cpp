@@ -16,8 +16,11 @@
 //   drop NAME               drops the bridge view, after it has been removed, on another thread
 //   drop-when-clicked       has the button drop its own bridge view
 //   away DEGREES            turns all widgets about the upright axis, by the sublayer transform
+//   tilt DEGREES            the same, in perspective
+//   spin DEGREES            turns them in the plane of the window
 //   cycle COUNT             makes, shows and drops so many entries, and prints how many are left
 //   resize WIDTH HEIGHT     of the view, with its window
+//   renderer                prints the toolkit's renderer that draws the window
 //   quit                    ends the program, as does the end of the input
 #include <gtk/gtk.h>
 
@@ -288,15 +291,21 @@ void Program::cycle(int count) {
 void Program::act(const std::string& command, std::istringstream& rest) {
     if (command == "drop-when-clicked") {
         dropsWhenClicked = true;
-    } else if (command == "away") {
+    } else if (command == "away" || command == "spin" || command == "tilt") {
         double degrees = 0;
         rest >> degrees;
+        const glm::dvec3 axis = command == "spin" ? glm::dvec3(0, 0, 1) : glm::dvec3(0, 1, 0);
+        glm::dmat4 perspective(1.0);
+        perspective[2][3] = command == "tilt" ? -1.0 / 400 : 0;
         application->mv_renderView()->setBridgeViewContainerSublayerTransform(
-            glm::rotate(glm::dmat4(1.0), glm::radians(degrees), glm::dvec3(0, 1, 0)));
+            glm::rotate(perspective, glm::radians(degrees), axis));
     } else if (command == "cycle") {
         int count = 0;
         rest >> count;
         cycle(count);
+    } else if (command == "renderer") {
+        std::printf("renderer %s\n",
+                    G_OBJECT_TYPE_NAME(gtk_native_get_renderer(GTK_NATIVE(window))));
     } else if (command == "resize") {
         int width = 0;
         int height = 0;

@@ -50,6 +50,10 @@ class KeptPixelStore {
     const GLint before_;
 };
 
+std::size_t pixelCount(PixelSize size) {
+    return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
+}
+
 }  // namespace
 
 std::uint64_t Drawable::largestExtent() {
@@ -212,13 +216,26 @@ void Drawable::giveBack(const Frame& frame) {
 }
 
 Picture Drawable::readLatestFrame() const {
-    const Target& target = targets_[newest_];
-    if (latestFrame().texture == 0) {
-        return {};
+    const Frame latest = latestFrame();
+    Picture picture{latest.size, {}};
+    if (latest.texture != 0) {
+        picture.rgba.resize(pixelCount(latest.size) * 4);
+        read(targets_[newest_], GL_RGBA, GL_UNSIGNED_BYTE, picture.rgba.data());
     }
-    const auto rowBytes = static_cast<std::size_t>(target.size.width) * 4;
-    const auto rows = static_cast<std::size_t>(target.size.height);
-    std::vector<std::uint8_t> bottomUp(rowBytes * rows);
+    return picture;
+}
+
+PixelSize Drawable::readLatestFrame(std::vector<std::uint32_t>& argb) const {
+    const Frame latest = latestFrame();
+    if (latest.texture != 0) {
+        argb.resize(pixelCount(latest.size));
+        read(targets_[newest_], GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, argb.data());
+    }
+    return latest.size;
+}
+
+/// Four bytes a pixel, the top row first.
+void Drawable::read(const Target& target, std::uint32_t format, std::uint32_t type, void* pixels) {
     {
         const KeptFramebuffers kept;
         const KeptPixelStore tightly(GL_PACK_ALIGNMENT, 1);
@@ -228,17 +245,16 @@ Picture Drawable::readLatestFrame() const {
         const GLint buffer = integer(GL_PIXEL_PACK_BUFFER_BINDING);
         glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
         glBindFramebuffer(GL_READ_FRAMEBUFFER, target.framebuffer);
-        glReadPixels(0, 0, target.size.width, target.size.height, GL_RGBA, GL_UNSIGNED_BYTE,
-                     bottomUp.data());
+        glReadPixels(0, 0, target.size.width, target.size.height, static_cast<GLenum>(format),
+                     static_cast<GLenum>(type), pixels);
         glBindBuffer(GL_PIXEL_PACK_BUFFER, static_cast<GLuint>(buffer));
     }
-
-    Picture picture{target.size, std::vector<std::uint8_t>(bottomUp.size())};
-    for (std::size_t row = 0; row < rows; ++row) {
-        std::copy_n(bottomUp.begin() + static_cast<std::ptrdiff_t>((rows - 1 - row) * rowBytes),
-                    rowBytes, picture.rgba.begin() + static_cast<std::ptrdiff_t>(row * rowBytes));
+    const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(target.size.width) * 4;
+    auto* top = static_cast<std::uint8_t*>(pixels);
+    for (auto* bottom = top + row * (target.size.height - 1); top < bottom; bottom -= row) {
+        std::swap_ranges(top, top + row, bottom);
+        top += row;
     }
-    return picture;
 }
 
 void Drawable::releaseMultisampled() {

@@ -74,6 +74,13 @@ class MIVORA_EXPORT Drawable {
     /// Reads the newest published frame; an empty picture before the first. Thread: GL.
     Picture readLatestFrame() const;
 
+    /// Reads the newest published frame into memory that may be used again.
+    /// @param argb  gets as many pixels, the top row first: each alpha, red, green and blue from
+    /// the
+    ///              highest byte to the lowest, colours as they were drawn
+    /// @return the size; zero, and nothing is read, before the first frame. Thread: GL.
+    PixelSize readLatestFrame(std::vector<std::uint32_t>& argb) const;
+
     /// The most pixels a side of a texture or buffer, as the driver of the current context says.
     /// Thread: GL.
     static std::uint64_t largestExtent();
@@ -97,6 +104,7 @@ class MIVORA_EXPORT Drawable {
     std::size_t targetToDrawInto();
     void releaseMultisampled();
     static void releaseTarget(Target& target);
+    static void read(const Target& target, std::uint32_t format, std::uint32_t type, void* pixels);
 
     const int samples_;
 

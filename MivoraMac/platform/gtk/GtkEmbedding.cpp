@@ -1,11 +1,14 @@
 #include "MivoraMac/platform/gtk/GtkEmbeddingPrivate.h"
 
+#include <gsk/gl/gskglrenderer.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/type_ptr.hpp>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "MivoraMac/platform/gtk/GtkWidgetViewPrivate.h"
@@ -74,12 +77,18 @@ GskTransform* transformOf(const glm::dmat4& matrix) {
 constexpr double kTolerance = 0.05;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-/// Whether the toolkit draws what is seen in perspective. Where it does not, it fills the place
-/// with a glaring colour.
-bool drawsPerspective(GtkWidget* widget) {
+/// Marks widgets that are turned out of the plane of their window.
+GQuark turnedQuark() {
+    static const GQuark quark = g_quark_from_static_string("mivora-turned");
+    return quark;
+}
+
+/// Whether the widget's window is drawn by the renderer that draws in memory. That one fills the
+/// place of what is seen in perspective with a glaring colour.
+bool isDrawnInMemory(GtkWidget* widget) {
     GtkNative* const native = gtk_widget_get_native(widget);
     GskRenderer* const renderer = native != nullptr ? gtk_native_get_renderer(native) : nullptr;
-    return renderer == nullptr || !GSK_IS_CAIRO_RENDERER(renderer);
+    return renderer != nullptr && GSK_IS_CAIRO_RENDERER(renderer);
 }
 
 }  // namespace
@@ -88,6 +97,10 @@ GtkEmbedding::GtkEmbedding(GtkWidget* parent) : parent_(parent) {}
 
 GtkEmbedding::~GtkEmbedding() {
     update(nullptr);
+    if (turning_ != nullptr) {
+        g_signal_handlers_disconnect_by_data(parent_, this);
+        dropTurning();
+    }
 }
 
 void GtkEmbedding::update(const View* root) {
@@ -177,10 +190,14 @@ void GtkEmbedding::placeWidget(const GtkWidgetView& view, const glm::dmat4& toRo
     const glm::dmat4 matrix =
         flip(height) * toRoot * translation(bounds.x, bounds.y) * flip(bounds.height);
     const bool canBeShown = !hidden && bounds.width > 0 && bounds.height > 0 && isFinite(matrix);
-    const auto plane = canBeShown
-                           ? PlaneTransform::of(matrix, bounds.width, bounds.height,
-                                                drawsPerspective(parent_) ? kTolerance : kInfinity)
-                           : std::nullopt;
+    const auto planeWithin = [&](double tolerance) {
+        return PlaneTransform::of(matrix, bounds.width, bounds.height, tolerance);
+    };
+    std::optional<PlaneTransform> plane = canBeShown ? planeWithin(kTolerance) : std::nullopt;
+    const bool isTurned = canBeShown && !plane;
+    if (isTurned && isDrawnInMemory(parent_) && turning() == nullptr) {
+        plane = planeWithin(kInfinity);
+    }
     const bool isShown = canBeShown && (!plane || plane->isSeen());
     gtk_widget_set_child_visible(widget, isShown ? TRUE : FALSE);
     if (!isShown || gtk_widget_should_layout(widget) == FALSE) {
@@ -195,6 +212,7 @@ void GtkEmbedding::placeWidget(const GtkWidgetView& view, const glm::dmat4& toRo
                        nullptr);
     const int lines = std::max(minimumHeight, static_cast<int>(std::lround(bounds.height)));
     if (gtk_widget_get_parent(widget) == parent_) {
+        g_object_set_qdata(G_OBJECT(widget), turnedQuark(), isTurned ? widget : nullptr);
         gtk_widget_allocate(widget, width, lines, -1,
                             plane ? transformOf(*plane) : transformOf(matrix));
     }
@@ -204,9 +222,65 @@ void GtkEmbedding::snapshot(GtkSnapshot* snapshot) const {
     const std::vector<std::shared_ptr<GtkWidgetView>> children = children_;
     for (const auto& view : children) {
         if (gtk_widget_get_parent(view->widget()) == parent_) {
-            gtk_widget_snapshot_child(parent_, view->widget(), snapshot);
+            snapshotChild(view->widget(), snapshot);
         }
     }
+}
+
+/// Where the toolkit draws in memory, a widget that is turned out of the plane is drawn by a
+/// renderer of its own, into a texture.
+void GtkEmbedding::snapshotChild(GtkWidget* widget, GtkSnapshot* snapshot) const {
+    const bool isTurned = g_object_get_qdata(G_OBJECT(widget), turnedQuark()) != nullptr;
+    GskRenderer* const turning = isTurned && isDrawnInMemory(parent_) ? this->turning() : nullptr;
+    if (turning == nullptr) {
+        gtk_widget_snapshot_child(parent_, widget, snapshot);
+        return;
+    }
+    const auto scale = static_cast<float>(gtk_widget_get_scale_factor(parent_));
+    GtkSnapshot* const apart = gtk_snapshot_new();
+    gtk_snapshot_scale(apart, scale, scale);
+    gtk_widget_snapshot_child(parent_, widget, apart);
+    GskRenderNode* const node = gtk_snapshot_free_to_node(apart);
+    if (node == nullptr) {
+        return;
+    }
+    graphene_rect_t bounds;
+    gsk_render_node_get_bounds(node, &bounds);
+    const graphene_rect_t all = {{0, 0},
+                                 {static_cast<float>(gtk_widget_get_width(parent_)) * scale,
+                                  static_cast<float>(gtk_widget_get_height(parent_)) * scale}};
+    graphene_rect_t seen;
+    graphene_rect_round_extents(&bounds, &bounds);
+    if (graphene_rect_intersection(&bounds, &all, &seen)) {
+        g_autoptr(GdkTexture) texture = gsk_renderer_render_texture(turning, node, &seen);
+        graphene_rect_scale(&seen, 1 / scale, 1 / scale, &seen);
+        gtk_snapshot_append_texture(snapshot, texture, &seen);
+    }
+    gsk_render_node_unref(node);
+}
+
+/// Made when it is first wanted; goes with the window's surface. Null where there is no GL.
+GskRenderer* GtkEmbedding::turning() const {
+    if (turning_ == nullptr) {
+        GskRenderer* const renderer = gsk_gl_renderer_new();
+        GdkSurface* const surface = gtk_native_get_surface(gtk_widget_get_native(parent_));
+        if (gsk_renderer_realize(renderer, surface, nullptr) == FALSE) {
+            g_object_unref(renderer);
+            return nullptr;
+        }
+        turning_ = renderer;
+        g_signal_connect(parent_, "unrealize", G_CALLBACK(+[](GtkWidget* parent, gpointer self) {
+                             g_signal_handlers_disconnect_by_data(parent, self);
+                             static_cast<GtkEmbedding*>(self)->dropTurning();
+                         }),
+                         const_cast<GtkEmbedding*>(this));
+    }
+    return turning_;
+}
+
+void GtkEmbedding::dropTurning() {
+    gsk_renderer_unrealize(turning_);
+    g_clear_object(&turning_);
 }
 
 }  // namespace Mivora::platform

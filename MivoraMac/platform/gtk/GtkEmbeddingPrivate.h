@@ -39,7 +39,12 @@ class GtkEmbedding {
     void placeWidget(const GtkWidgetView& view, const glm::dmat4& toRoot, bool hidden,
                      double height) const;
 
+    void snapshotChild(GtkWidget* widget, GtkSnapshot* snapshot) const;
+    GskRenderer* turning() const;
+    void dropTurning();
+
     GtkWidget* parent_;
+    mutable GskRenderer* turning_ = nullptr;
     std::vector<std::shared_ptr<GtkWidgetView>> children_;  // back to front
 };
 

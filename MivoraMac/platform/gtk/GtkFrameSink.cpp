@@ -1,9 +1,9 @@
 #include "MivoraMac/platform/gtk/GtkFrameSinkPrivate.h"
 
 #include <epoxy/gl.h>
-#include <gtk/gtk.h>
 
 #include <cstddef>
+#include <cstdlib>
 #include <utility>
 
 #include "MivoraMac/platform/base/DebugLog.h"
@@ -32,21 +32,76 @@ GdkTexture* textureOf(HeldFrame frame) {
                               std::make_unique<HeldFrame>(std::move(frame)).release());
 }
 
-GdkTexture* textureOf(Picture picture) {
-    auto pixels = std::make_unique<std::vector<std::uint8_t>>(std::move(picture.rgba));
-    const void* const data = pixels->data();
-    const std::size_t size = pixels->size();
+using FrameCopy = std::shared_ptr<GtkFrameCopies::Copy>;
+
+GdkTexture* textureOf(FrameCopy copy) {
+    const GtkFrameCopies::Copy& frame = *copy;
     g_autoptr(GBytes) bytes = g_bytes_new_with_free_func(
-        data, size,
-        [](gpointer memory) {
-            std::unique_ptr<std::vector<std::uint8_t>>(
-                static_cast<std::vector<std::uint8_t>*>(memory))
-                .reset();
+        frame.argb.data(), frame.argb.size() * sizeof frame.argb[0],
+        [](gpointer data) { std::unique_ptr<FrameCopy>(static_cast<FrameCopy*>(data)).reset(); },
+        std::make_unique<FrameCopy>(std::move(copy)).release());
+    return gdk_memory_texture_new(frame.size.width, frame.size.height, GDK_MEMORY_DEFAULT, bytes,
+                                  static_cast<gsize>(frame.size.width) * 4);
+}
+
+/// What a pattern of cairo's shows: it keeps the frame, and makes a surface of it only to draw.
+struct DrawnCopy {
+    FrameCopy copy;
+    bool isOpaque = false;
+};
+
+cairo_pattern_t* patternOf(const FrameCopy& copy, bool isOpaque) {
+    const PixelSize size = copy->size;
+    cairo_pattern_t* const pattern = cairo_pattern_create_raster_source(
+        std::make_unique<DrawnCopy>(DrawnCopy{copy, isOpaque}).release(),
+        isOpaque ? CAIRO_CONTENT_COLOR : CAIRO_CONTENT_COLOR_ALPHA, size.width, size.height);
+    cairo_raster_source_pattern_set_acquire(
+        pattern,
+        [](cairo_pattern_t*, void* data, cairo_surface_t*, const cairo_rectangle_int_t*) {
+            const auto& drawn = *static_cast<const DrawnCopy*>(data);
+            return cairo_image_surface_create_for_data(
+                reinterpret_cast<unsigned char*>(drawn.copy->argb.data()),
+                drawn.isOpaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, drawn.copy->size.width,
+                drawn.copy->size.height, drawn.copy->size.width * 4);
         },
-        pixels.release());
-    return gdk_memory_texture_new(picture.size.width, picture.size.height,
-                                  GDK_MEMORY_R8G8B8A8_PREMULTIPLIED, bytes,
-                                  static_cast<gsize>(picture.size.width) * 4);
+        [](cairo_pattern_t*, void*, cairo_surface_t* surface) { cairo_surface_destroy(surface); });
+    cairo_raster_source_pattern_set_copy(
+        pattern, [](cairo_pattern_t* made, void* data, const cairo_pattern_t*) {
+            cairo_raster_source_pattern_set_callback_data(
+                made, std::make_unique<DrawnCopy>(*static_cast<const DrawnCopy*>(data)).release());
+            return CAIRO_STATUS_SUCCESS;
+        });
+    cairo_raster_source_pattern_set_finish(pattern, [](cairo_pattern_t*, void* data) {
+        std::unique_ptr<DrawnCopy>(static_cast<DrawnCopy*>(data)).reset();
+    });
+    return pattern;
+}
+
+/// As a drawing of cairo's: GTK 4.8, where it draws in memory, takes the pixels of textures apart
+/// into floating-point numbers, and puts them together again, for every frame.
+void appendDrawing(GtkSnapshot* snapshot, const FrameCopy& copy, const graphene_rect_t& all,
+                   bool isOpaque) {
+    cairo_pattern_t* const pattern = patternOf(copy, isOpaque);
+    cairo_matrix_t toPixels;
+    cairo_matrix_init_scale(&toPixels, copy->size.width / static_cast<double>(all.size.width),
+                            copy->size.height / static_cast<double>(all.size.height));
+    cairo_pattern_set_matrix(pattern, &toPixels);
+    cairo_pattern_set_extend(pattern, CAIRO_EXTEND_PAD);
+    cairo_t* const drawing = gtk_snapshot_append_cairo(snapshot, &all);
+    cairo_set_source(drawing, pattern);
+    cairo_paint(drawing);
+    cairo_destroy(drawing);
+    cairo_pattern_destroy(pattern);
+}
+
+/// Has malloc keep the pictures of the window's size that the toolkit and cairo take and free for
+/// every frame, rather than get all their pages anew from the system. By freeing a larger block:
+/// that is what glibc goes by, unless the program or the user has told it what to keep.
+void haveMallocKeep(PixelSize size) {
+    constexpr std::size_t kPictures = 2;
+    void* volatile block = std::malloc(kPictures * 4 * static_cast<std::size_t>(size.width) *
+                                       static_cast<std::size_t>(size.height));
+    std::free(block);
 }
 
 }  // namespace
@@ -54,7 +109,13 @@ GdkTexture* textureOf(Picture picture) {
 GtkFrameSink::GtkFrameSink(std::function<void()> arrived) : arrived_(std::move(arrived)) {}
 
 GtkFrameSink::~GtkFrameSink() {
+    showNothing();
+}
+
+void GtkFrameSink::showNothing() {
+    g_clear_pointer(&node_, gsk_render_node_unref);
     g_clear_object(&texture_);
+    copy_.reset();
 }
 
 void GtkFrameSink::connect(GLContext& context) {
@@ -66,6 +127,16 @@ void GtkFrameSink::connect(GLContext& context) {
             self->take(context);
         }
     });
+}
+
+void GtkFrameSink::setDrawnInMemory(bool isDrawnInMemory) {
+    if (isDrawnInMemory) {
+        copyFrames();
+    }
+    if (isDrawnInMemory_ != isDrawnInMemory) {
+        isDrawnInMemory_ = isDrawnInMemory;
+        g_clear_pointer(&node_, gsk_render_node_unref);
+    }
 }
 
 void GtkFrameSink::copyFrames() {
@@ -86,14 +157,15 @@ void GtkFrameSink::close() {
     if (dropped.drawn != nullptr) {
         waitUntilDrawn(dropped.drawn);
     }
-    g_clear_object(&texture_);
+    showNothing();
 }
 
 /// Runs where the frame was drawn, with the context current.
 void GtkFrameSink::take(GLContext& context) {
     Newest taken;
     if (copies_) {
-        taken.picture = context.drawable().readLatestFrame();
+        taken.copy = memory_->take(context.drawable().latestFrame().size);
+        context.drawable().readLatestFrame(taken.copy->argb);
     } else {
         taken.frame = context.holdLatestFrame();
         taken.drawn = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
@@ -134,26 +206,68 @@ void GtkFrameSink::tellArrived() {
     });
 }
 
-GdkTexture* GtkFrameSink::texture() {
+void GtkFrameSink::snapshot(GtkSnapshot* snapshot, const Place& place) {
+    const bool isNewer = showNewest();
+    if (place.width <= 0 || place.height <= 0) {
+        return;
+    }
+    if (isNewer || node_ == nullptr || place_ != place) {
+        g_clear_pointer(&node_, gsk_render_node_unref);
+        place_ = place;
+        node_ = makeNode();
+    }
+    if (node_ != nullptr) {
+        gtk_snapshot_append_node(snapshot, node_);
+    }
+}
+
+/// @return whether there is one that was not shown yet
+bool GtkFrameSink::showNewest() {
     Newest newest;
     {
         const std::lock_guard lock(mutex_);
         if (!std::exchange(hasNewest_, false)) {
-            return texture_;
+            return false;
         }
         newest = std::exchange(newest_, {});
     }
-    g_clear_object(&texture_);
-    isBottomUp_ = newest.frame != nullptr;
+    if (newest.copy && isDrawnInMemory_ && (!copy_ || copy_->size != newest.copy->size)) {
+        haveMallocKeep(newest.copy->size);
+    }
+    showNothing();
     if (newest.drawn != nullptr) {
         waitUntilDrawn(newest.drawn);
     }
+    copy_ = std::move(newest.copy);
     if (newest.frame) {
         texture_ = textureOf(std::move(newest.frame));
-    } else if (!newest.picture.isEmpty()) {
-        texture_ = textureOf(std::move(newest.picture));
     }
-    return texture_;
+    return true;
+}
+
+GskRenderNode* GtkFrameSink::makeNode() const {
+    GtkSnapshot* const snapshot = gtk_snapshot_new();
+    const graphene_rect_t all = {{0, 0}, {place_.width, place_.height}};
+    if (copy_ && isDrawnInMemory_) {
+        appendDrawing(snapshot, copy_, all, place_.isOpaque);
+        return gtk_snapshot_free_to_node(snapshot);
+    }
+    if (place_.isOpaque) {
+        // What the drawing has left transparent shows the colours it has, on black.
+        const GdkRGBA black = {0, 0, 0, 1};
+        gtk_snapshot_append_color(snapshot, &black, &all);
+    }
+    if (copy_) {
+        g_autoptr(GdkTexture) texture = textureOf(copy_);
+        gtk_snapshot_append_texture(snapshot, texture, &all);
+    } else if (texture_ != nullptr) {
+        // Its bottom row comes first.
+        const graphene_point_t bottom = {0, place_.height};
+        gtk_snapshot_translate(snapshot, &bottom);
+        gtk_snapshot_scale(snapshot, 1, -1);
+        gtk_snapshot_append_texture(snapshot, texture_, &all);
+    }
+    return gtk_snapshot_free_to_node(snapshot);
 }
 
 /// The toolkit's renderer draws in another context, which sees the frame for certain only once it

@@ -1,14 +1,14 @@
 #pragma once
 
+#include <gtk/gtk.h>
+
 #include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
 
 #include "MivoraMac/platform/gl/Drawable.h"
-#include "MivoraMac/platform/pictures/Picture.h"
-
-typedef struct _GdkTexture GdkTexture;
+#include "MivoraMac/platform/gtk/GtkFrameCopiesPrivate.h"
 
 namespace Mivora::platform {
 
@@ -30,30 +30,40 @@ class GtkFrameSink : public std::enable_shared_from_this<GtkFrameSink> {
     /// Takes no more frames and lets go of those it has. Thread: main.
     void close();
 
-    /// Has frames copied from the next one on, because the renderer has no part in GL. Thread:
-    /// main.
-    void copyFrames();
+    /// The toolkit draws with a renderer of that kind from now on. One that draws in memory has no
+    /// part in GL: frames are copied from the next one on. Thread: main.
+    void setDrawnInMemory(bool isDrawnInMemory);
 
-    /// The newest frame, or null. The same object until there is a newer one. Thread: main.
-    GdkTexture* texture();
+    /// Where frames are shown: from the top left corner on, in points.
+    struct Place {
+        float width = 0;
+        float height = 0;
+        bool isOpaque = false;  ///< what a frame has left transparent is on black
+        bool operator==(const Place&) const = default;
+    };
 
-    /// Whether `texture` has its bottom row first.
-    bool isBottomUp() const { return isBottomUp_; }
+    /// Appends the newest frame, as the same node as before while that is the same. Thread: main.
+    void snapshot(GtkSnapshot* snapshot, const Place& place);
 
  private:
     struct Newest {
-        std::shared_ptr<const Drawable::Frame> frame;  // or else the picture
+        std::shared_ptr<const Drawable::Frame> frame;  // or else the copy
         void* drawn = nullptr;                         // GL fence: when the frame is complete
-        Picture picture;
+        std::shared_ptr<GtkFrameCopies::Copy> copy;
     };
 
     void take(GLContext& context);
+    void copyFrames();
     void tellArrived();
+    bool showNewest();
+    void showNothing();
+    GskRenderNode* makeNode() const;
     static void waitUntilDrawn(void* fence);
 
     const std::function<void()> arrived_;
     std::atomic<bool> copies_{false};
     std::atomic<bool> told_{false};
+    const std::shared_ptr<GtkFrameCopies> memory_ = std::make_shared<GtkFrameCopies>();
 
     std::mutex mutex_;
     Newest newest_;  // not asked for yet
@@ -61,8 +71,11 @@ class GtkFrameSink : public std::enable_shared_from_this<GtkFrameSink> {
     bool closed_ = false;
 
     // Main thread.
+    bool isDrawnInMemory_ = false;
+    std::shared_ptr<GtkFrameCopies::Copy> copy_;  // what is shown, or else the texture
     GdkTexture* texture_ = nullptr;
-    bool isBottomUp_ = false;
+    GskRenderNode* node_ = nullptr;  // shows it at the place
+    Place place_;
 };
 
 }  // namespace Mivora::platform

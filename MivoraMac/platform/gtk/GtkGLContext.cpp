@@ -55,10 +55,14 @@ bool mayDrawBesideToolkit(GdkGLContext* context) {
 
 }  // namespace
 
+bool GtkGLContext::isShared() {
+    static const bool isShared =
+        forMainThread() != nullptr && mayDrawBesideToolkit(forMainThread());
+    return isShared;
+}
+
 std::shared_ptr<GtkGLContext> GtkGLContext::create() {
-    GdkGLContext* const ours = forMainThread();
-    static const bool isShared = ours != nullptr && mayDrawBesideToolkit(ours);
-    GdkGLContext* const context = isShared ? createContext() : nullptr;
+    GdkGLContext* const context = isShared() ? createContext() : nullptr;
     return context != nullptr ? MVMake<GtkGLContext>(context) : nullptr;
 }
 

@@ -22,6 +22,10 @@ class GtkGLContext : public NativeGLContext {
     /// whichever this is: the textures in it would else stay with the toolkit's renderer.
     ~GtkGLContext() override;
 
+    /// Whether contexts are of the toolkit's display, and frames reach it as textures. Thread:
+    /// main.
+    static bool isShared();
+
     /// A context for what the main thread itself does with the frames of others, or null where
     /// there can be none. It stays for the rest of the process. Thread: main.
     static GdkGLContext* forMainThread();

@@ -4,6 +4,7 @@
 #include <gtk/gtk.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 #include "MivoraMac/platform/gtk/GtkDisplayLinkPrivate.h"
@@ -38,6 +39,18 @@ void allowThreadsInXlib() {
     }
 }
 
+/// Where frames are copied although there is GL, that is GL in software: the toolkit's renderers
+/// for it would upload each frame, draw it and read it back for the screen. Its drawing in memory
+/// is faster. A program that chooses, in the toolkit's way, is left alone.
+void preferDrawingInMemory() {
+    constexpr const char* kChoice = "gsk-renderer";  // where the toolkit looks first
+    GObject* const display = G_OBJECT(gdk_display_get_default());
+    if (std::getenv("GSK_RENDERER") == nullptr && g_object_get_data(display, kChoice) == nullptr &&
+        GtkGLContext::forMainThread() != nullptr && !GtkGLContext::isShared()) {
+        g_object_set_data_full(display, kChoice, g_strdup("cairo"), g_free);
+    }
+}
+
 }  // namespace
 
 std::unique_ptr<Host> GtkHost::create() {
@@ -52,6 +65,7 @@ std::unique_ptr<Host> GtkHost::create() {
 GtkHost::GtkHost()
     : screen_(std::make_shared<GtkScreen>()),
       refreshPeriod_(GtkScreen::refreshPeriod(GtkScreen::mainMonitor())) {
+    preferDrawingInMemory();
     g_signal_connect(gdk_display_get_monitors(gdk_display_get_default()), "items-changed",
                      G_CALLBACK(+[](GListModel*, guint, guint, guint, gpointer self) {
                          static_cast<GtkHost*>(self)->refreshPeriod_ =

@@ -216,9 +216,7 @@ void GtkRenderPeer::tellRoot() {
 
 void GtkRenderPeer::realized() {
     GskRenderer* const renderer = gtk_native_get_renderer(gtk_widget_get_native(widget_));
-    if (renderer != nullptr && GSK_IS_CAIRO_RENDERER(renderer)) {
-        sink_->copyFrames();
-    }
+    sink_->setDrawnInMemory(renderer != nullptr && GSK_IS_CAIRO_RENDERER(renderer));
     // The toolkit draws when it likes, so what it shows is looked at before: at the beginning of a
     // frame, and after what programs do at each.
     const auto frameWillBeDrawn = G_CALLBACK(+[](GdkFrameClock*, gpointer self) {
@@ -282,22 +280,7 @@ void GtkRenderPeer::snapshot(GtkSnapshot* snapshot) {
     tellView([&isOpaque](const OpenGLView& view) { isOpaque = view.isOpaque(); });
     const auto width = static_cast<float>(gtk_widget_get_width(widget_));
     const auto height = static_cast<float>(gtk_widget_get_height(widget_));
-    const graphene_rect_t all = {{0, 0}, {width, height}};
-    if (isOpaque) {
-        // What the drawing has left transparent shows the colours it has, on black.
-        const GdkRGBA black = {0, 0, 0, 1};
-        gtk_snapshot_append_color(snapshot, &black, &all);
-    }
-    if (GdkTexture* const texture = sink_->texture()) {
-        gtk_snapshot_save(snapshot);
-        if (sink_->isBottomUp()) {
-            const graphene_point_t bottom = {0, height};
-            gtk_snapshot_translate(snapshot, &bottom);
-            gtk_snapshot_scale(snapshot, 1, -1);
-        }
-        gtk_snapshot_append_texture(snapshot, texture, &all);
-        gtk_snapshot_restore(snapshot);
-    }
+    sink_->snapshot(snapshot, {width, height, isOpaque});
     embedding_.snapshot(snapshot);
 }
 

@@ -3,7 +3,9 @@
 #include <epoxy/gl.h>
 
 #include <array>
+#include <cstdint>
 #include <set>
+#include <vector>
 
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/windows/OpenGLView.h"
@@ -184,6 +186,35 @@ TEST_F(DrawableTest, pixelsAreReadTopRowFirst) {
     EXPECT_EQ(picture.rgba[2], 0);
     EXPECT_EQ(picture.rgba[8], 0) << "the bottom is blue";
     EXPECT_EQ(picture.rgba[10], 255);
+}
+
+TEST_F(DrawableTest, pixelsAreReadIntoMemoryThatIsUsedAgain) {
+    std::vector<std::uint32_t> argb;
+    onQueue([&] { EXPECT_EQ(drawable_.readLatestFrame(argb), PixelSize()) << "no frame yet"; });
+    EXPECT_THAT(argb, IsEmpty());
+    drawable_.setSize({2, 3});
+    onQueue([&] {
+        glBindFramebuffer(GL_FRAMEBUFFER, drawable_.framebuffer());
+        glClearColor(1, 0, 0.2F, 0.4F);
+        glClear(GL_COLOR_BUFFER_BIT);
+        glEnable(GL_SCISSOR_TEST);
+        glScissor(0, 0, 2, 1);
+        glClearColor(0, 1, 0, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+        glDisable(GL_SCISSOR_TEST);
+        drawable_.flush();
+        EXPECT_EQ(drawable_.readLatestFrame(argb), (PixelSize{2, 3}));
+    });
+    constexpr std::uint32_t kTop = 0x66FF0033;
+    constexpr std::uint32_t kBottom = 0xFF00FF00;
+    EXPECT_THAT(argb, testing::ElementsAre(kTop, kTop, kTop, kTop, kBottom, kBottom));
+    const std::uint32_t* const memory = argb.data();
+    onQueue([&] {
+        paint(0, 0, 1);
+        drawable_.readLatestFrame(argb);
+    });
+    EXPECT_THAT(argb, testing::Each(0xFF0000FF));
+    EXPECT_EQ(argb.data(), memory);
 }
 
 TEST_F(DrawableTest, anotherSizeTakesEffectAtTheNextFrame) {
