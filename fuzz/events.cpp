@@ -1,6 +1,6 @@
-// Sends whatever the bytes say through the native view to the tree: events of the pointer and
-// touches of another source, changes of the tree and of recognizers between them, and any of all
-// that again from within the hooks.
+// Sends whatever the bytes say through the native view to the tree: events of the pointer and of
+// the keyboard, moves of the focus, and touches of another source, changes of the tree and of
+// recognizers between them, and any of all that again from within the hooks.
 //
 // The bytes are read from both ends: from the front what happens, from the back what hooks, targets
 // and delegates do when they are called. Once the two meet, nothing happens any more.
@@ -13,6 +13,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <set>
 #include <span>
 #include <stdexcept>
 #include <utility>
@@ -21,6 +22,8 @@
 #include "MivoraMac/app/MVApplicationRenderView.h"
 #include "MivoraMac/input/MVFingerDispatcher.h"
 #include "MivoraMac/input/MVGestureRecognizerDelegate.h"
+#include "MivoraMac/input/MVKey.h"
+#include "MivoraMac/input/MVKeyDispatcher.h"
 #include "MivoraMac/input/MVLongPressGestureRecognizer.h"
 #include "MivoraMac/input/MVMouse.h"
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
@@ -35,17 +38,21 @@
 #include "MivoraMac/platform/base/MVException.h"
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/headless/HeadlessFingers.h"
+#include "MivoraMac/platform/headless/HeadlessKeyboard.h"
 #include "MivoraMac/platform/headless/HeadlessPointer.h"
 #include "MivoraMac/platform/headless/HeadlessWindow.h"
 #include "MivoraMac/platform/threads/MainThread.h"
+#include "MivoraMac/platform/windows/KeySymbol.h"
 #include "MivoraMac/views/MVWindow.h"
 
 using Mivora::Point2;
 using Mivora::Point3;
 using Mivora::platform::Event;
 using Mivora::platform::HeadlessFingers;
+using Mivora::platform::HeadlessKeyboard;
 using Mivora::platform::HeadlessPointer;
 using Mivora::platform::HeadlessWindow;
+using Mivora::platform::KeySymbol;
 using Mivora::platform::MainThread;
 
 namespace {
@@ -95,8 +102,14 @@ class EventView : public MVView {
     void scrollMoved(const std::shared_ptr<MVScroll>& scroll) override { take(*scroll); }
     void scrollEnded(const std::shared_ptr<MVScroll>& scroll) override { take(*scroll); }
     void scrollCancelled(const std::shared_ptr<MVScroll>& scroll) override { take(*scroll); }
+    bool keyBegan(const std::shared_ptr<MVKey>& key) override;
+    bool keyEnded(const std::shared_ptr<MVKey>& key) override;
+    void focusBegan() override;
+    void focusEnded() override;
 
  private:
+    int focuses_ = 0;
+
     void take(const MVTouchSet& touches) {
         require(!touches.empty());
         for (const auto& touch : touches) {
@@ -179,6 +192,7 @@ class World {
         frame_->show();
         pointer_ = std::make_unique<HeadlessPointer>(renderView_);
         hostFingers_ = std::make_unique<HeadlessFingers>(renderView_);
+        keyboard_ = std::make_unique<HeadlessKeyboard>(renderView_);
         renderView_->mouseToTouchDispatcher()->setMakesFingerTouches(bytes.size() % 2 != 0);
         world = this;
         addView();
@@ -205,6 +219,12 @@ class World {
                 renderView_->fingerDispatcher()->cancelAllTouches();
             }
         });
+        guarded([this] {
+            if (renderView_) {
+                renderView_->keyDispatcher()->endAllKeys();
+            }
+        });
+        require(!renderView_ || renderView_->keyDispatcher()->heldKeys() == 0);
         require(!renderView_ || !renderView_->mouseToTouchDispatcher()->mv_currentMouseTouch());
         require(!renderView_ || !renderView_->fingerDispatcher()->hasTouches());
         MVTouchSet fingers;
@@ -245,6 +265,11 @@ class World {
         bytes_ = bytes_.first(bytes_.size() - 1);
         return byte;
     }
+
+    // Keys: a record ends once, and only if it has begun.
+
+    void keyBegan(const std::shared_ptr<MVKey>& key) { require(!endedKeys_.contains(key)); }
+    void keyEnded(const std::shared_ptr<MVKey>& key) { endedKeys_.insert(key); }
 
     // Presses: each record begins once, moves while it lasts, and ends once.
 
@@ -324,6 +349,11 @@ class World {
     }
 
     void check() const {
+        if (window_) {
+            // Whoever has the focus can have it.
+            const std::shared_ptr<MVView> focused = window_->focusedView();
+            require(!focused || (focused->focusable() && focused->isFocused()));
+        }
         for (const Recognizer& recognizer : recognizers_) {
             require(recognizer->state() >= MVGestureRecognizerStatePossible &&
                     recognizer->state() <= MVGestureRecognizerStateFailed);
@@ -361,7 +391,7 @@ class World {
             case 14:
                 return deliverAnything();
             case 15:
-                return isOther ? holdKeys() : frame_->setMainWindow(takeFlag());
+                return isOther ? holdKeys() : useKeyboard();
             case 16:
                 return addView();
             case 17:
@@ -402,8 +432,127 @@ class World {
 
     void holdKeys() {
         const std::uint8_t keys = take();
-        pointer_->setModifiers(
-            {(keys & 1) != 0, (keys & 2) != 0, (keys & 4) != 0, (keys & 8) != 0});
+        const Mivora::platform::Modifiers modifiers = {(keys & 1) != 0, (keys & 2) != 0,
+                                                       (keys & 4) != 0, (keys & 8) != 0};
+        pointer_->setModifiers(modifiers);
+        keyboard_->setModifiers(modifiers);
+    }
+
+    // Keyboard, focus and elements
+
+    std::uint32_t takeKey() {
+        constexpr std::uint32_t kKeys[] = {KeySymbol::Tab,  KeySymbol::BackTab,   KeySymbol::Return,
+                                           KeySymbol::Left, KeySymbol::ShiftLeft, 0};
+        const std::uint8_t byte = take();
+        return byte < std::size(kKeys) ? kKeys[byte] : std::uint32_t{byte};
+    }
+    void useKeyboard() {
+        const std::uint8_t what = take();
+        switch (what % 16) {
+            case 0:
+            case 1:
+            case 2:
+                keyboard_->press(takeKey());
+                return;
+            case 3:
+            case 4:
+                keyboard_->release(takeKey());
+                return;
+            case 5:
+            case 6:
+                keyboard_->strike(takeKey());
+                return;
+            case 7:
+                return keyboard_->leave();
+            case 8:
+            case 9:
+                if (const View view = takeOne(views_)) {
+                    view->focus();
+                }
+                return;
+            case 10:
+                if (const View view = takeOne(views_)) {
+                    view->blur();
+                }
+                return;
+            case 11:
+                return changeElement();
+            case 12:
+                return deliverKey();
+            case 13:
+                return askAsHost();
+            case 14:
+                if (const std::shared_ptr<MVWindow> window = window_) {
+                    window->mv_settleFocus();
+                }
+                return;
+            default:
+                return frame_->setMainWindow(takeFlag());
+        }
+    }
+    void changeElement() {
+        const View view = takeOne(views_);
+        if (!view) {
+            return;
+        }
+        const std::uint8_t what = take();
+        view->setFocusable((what & 1) != 0);
+        view->setFocusesOnPress((what & 2) != 0);
+        view->setShowsFocusRing((what & 4) != 0);
+        view->setAccessibilityLabel((what & 8) != 0 ? "label" : "");
+        view->setCursor((what & 16) != 0 ? MVCursor::Pointer : MVCursor::Inherit);
+        view->setFocusOrder(what >> 5);
+        view->setAccessibilityRole(static_cast<Mivora::platform::Role>(what % 14));
+        if ((what & 32) != 0) {
+            view->setAccessibilityActions({{"act", [] { react(); }}});
+        }
+    }
+    /// A key that no well-behaved host would send now.
+    void deliverKey() {
+        const auto event = std::make_shared<Event>();
+        const std::uint8_t what = take();
+        event->type = (what & 1) != 0 ? Event::Type::KeyDown : Event::Type::KeyUp;
+        event->isRepeat = (what & 2) != 0;
+        event->keyCode = what >> 6;
+        event->key = takeKey();
+        event->text = (what & 4) != 0 ? "\xff" : "x";
+        if (const auto view = renderView_) {
+            view->deliverKey(event);
+        }
+    }
+    /// What a host asks for and says of elements, some of them gone.
+    void askAsHost() {
+        const auto view = renderView_;
+        if (!view) {
+            return;
+        }
+        const std::vector<Mivora::platform::Element> elements = view->elements();
+        for (std::size_t i = 0; i < elements.size(); ++i) {
+            const auto& element = elements[i];
+            require(element.identifier != 0 && element.role != Mivora::platform::Role::None);
+            require(std::isfinite(element.box.x) && std::isfinite(element.box.width));
+            require(!element.focusable || !element.disabled);
+            // Parents come before what is in them.
+            require(
+                element.parent == 0 ||
+                std::any_of(elements.begin(), elements.begin() + static_cast<long>(i),
+                            [&](const auto& other) { return other.identifier == element.parent; }));
+        }
+        const std::uint8_t what = take();
+        const std::uint64_t identifier =
+            elements.empty() ? what : elements[take() % elements.size()].identifier;
+        switch (what % 5) {
+            case 0:
+            case 1:
+                return view->elementDidFocus(identifier);
+            case 2:
+                return view->elementDidBlur(identifier);
+            case 3:
+                view->performAction(identifier, 0);
+                return;
+            default:
+                return view->mv_tellOfElements(takeFlag());
+        }
     }
     void scroll() {
         constexpr Event::Phase kPhases[] = {Event::PhaseNone,
@@ -420,15 +569,14 @@ class World {
 
     /// An event that no well-behaved host would send now.
     void deliverAnything() {
-        deliver(static_cast<Event::Type>(take() %
-                                         (static_cast<int>(Event::Type::TouchesCancelled) + 1)));
+        deliver(static_cast<Event::Type>(take() % (static_cast<int>(Event::Type::KeyUp) + 1)));
     }
     void deliver(Event::Type type) {
         Event event;
         event.type = type;
         const Point2 point = takePoint();
         event.locationInWindow = {static_cast<double>(point.x), static_cast<double>(point.y)};
-        if (type >= Event::Type::TouchesBegan) {
+        if (type >= Event::Type::TouchesBegan && type <= Event::Type::TouchesCancelled) {
             // The numbers of fingers that may be down, and perhaps one of them twice.
             for (int count = take() % 4; count > 0; --count) {
                 const Point2 place = takePoint();
@@ -459,7 +607,9 @@ class World {
         const auto view = MVMake<EventView>();
         view->setPosition(takePoint());
         view->setSize({200.0F, 150.0F});
-        view->setMouseHoverEnabled(takeFlag());
+        const bool wants = takeFlag();
+        view->setMouseHoverEnabled(wants);
+        view->setFocusable(wants);
         views_.push_back(view);
         superview->addSubview(view);
     }
@@ -756,6 +906,8 @@ class World {
     std::shared_ptr<HeadlessWindow> frame_;
     std::unique_ptr<HeadlessPointer> pointer_;
     std::unique_ptr<HeadlessFingers> hostFingers_;
+    std::unique_ptr<HeadlessKeyboard> keyboard_;
+    std::set<std::shared_ptr<MVKey>> endedKeys_;
 };
 
 void react() {
@@ -787,6 +939,32 @@ void EventView::mouseEnded(const std::shared_ptr<MVMouse>& mouse) {
         world->pressEnded(mouse);
     }
     take(*mouse);
+}
+
+bool EventView::keyBegan(const std::shared_ptr<MVKey>& key) {
+    if (world != nullptr) {
+        world->keyBegan(key);
+    }
+    react();
+    return consent() || MVView::keyBegan(key);
+}
+
+bool EventView::keyEnded(const std::shared_ptr<MVKey>& key) {
+    if (world != nullptr) {
+        world->keyEnded(key);
+    }
+    react();
+    return consent() || MVView::keyEnded(key);
+}
+
+void EventView::focusBegan() {
+    require(++focuses_ == 1);
+    react();
+}
+
+void EventView::focusEnded() {
+    require(--focuses_ == 0);
+    react();
 }
 
 void EventRecognizer::take(const MVTouchSet& touches) {

@@ -55,6 +55,10 @@ class MIVORA_EXPORT MVKey {
     std::shared_ptr<MVView> view() const { return view_.lock(); }
     void setView(const std::shared_ptr<MVView>& view) { view_ = view; }
 
+    /// Whether the key has been let go, or counts so: nothing passes it on any more.
+    bool mv_isOver() const { return over_; }
+    void mv_setOver() { over_ = true; }
+
  protected:
     friend struct MVMaker;
     MVKey();
@@ -64,5 +68,6 @@ class MIVORA_EXPORT MVKey {
     std::string text_;
     Mivora::platform::Modifiers modifiers_;
     bool repeat_ = false;
+    bool over_ = false;
     std::weak_ptr<MVView> view_;
 };

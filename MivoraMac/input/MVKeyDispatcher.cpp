@@ -44,6 +44,7 @@ void log(const char* what, const MVKey& key) {
 
 void sendEnd(const KeyPointer& key) {
     log("ended", *key);
+    key->mv_setOver();
     if (const std::shared_ptr<MVView> view = key->view()) {
         view->keyEnded(key);
     }

@@ -49,6 +49,9 @@ bool MVView::keyBegan(const std::shared_ptr<MVKey>& key) {
     if (!above || !key) {
         return false;
     }
+    if (key->mv_isOver()) {
+        return true;  // a hook below has ended it
+    }
     const std::shared_ptr<MVView> view = key->view();
     key->setView(above);
     if (above->keyBegan(key)) {

@@ -8,6 +8,8 @@
 #include "Colors.h"
 #include "FingersOn.h"
 
+using Mivora::platform::KeySymbol;
+
 namespace {
 
 constexpr float kPi = std::numbers::pi_v<float>;
@@ -92,6 +94,11 @@ Card::Card(float hue, const std::shared_ptr<MVView>& picture, const std::string&
     setSize(kSize);
     setAnchorPoint({0.5F, 0.5F});
     setMouseHoverEnabled(true);
+    setCursor(MVCursor::Pointer);
+    setAccessibilityRole(Mivora::platform::Role::Button);
+    setAccessibilityDescription(text);
+    setAccessibilityActions({{"Turn over", [this] { flip(); }}});
+    sayWhichSide();
 
     front_ = makeFace();
     front_->addSubview(fill(hsb(hue, 0.12F, 1), {{0, 0}, kSize}));
@@ -170,6 +177,7 @@ void Card::wake() const {
 }
 
 void Card::setTitle(const std::string& title) {
+    setAccessibilityLabel(title);
     title_->setText(styled(title, "Sans Bold", 12, hsb(hue_, 0.7F, 0.35F)));
 }
 
@@ -188,7 +196,12 @@ bool Card::animate(float seconds) {
 
 void Card::flip() {
     flipped_ = !flipped_;
+    sayWhichSide();
     wake();
+}
+
+void Card::sayWhichSide() {
+    setAccessibilityValue(flipped_ ? "back" : "front");
 }
 
 void Card::place(Mivora::Point3 position, Mivora::Point3 rotation) {
@@ -214,4 +227,18 @@ void Card::mouseHoverBegan(const std::shared_ptr<MVMouse>& /*mouse*/) {
 void Card::mouseHoverEnded(const std::shared_ptr<MVMouse>& /*mouse*/) {
     hovered_ = false;
     wake();
+}
+
+bool Card::keyBegan(const std::shared_ptr<MVKey>& key) {
+    switch (key->symbol()) {
+        case KeySymbol::Return:
+        case KeySymbol::KeypadEnter:
+        case KeySymbol::Space:
+            if (!key->isRepeat()) {
+                flip();
+            }
+            return true;
+        default:
+            return MVView::keyBegan(key);
+    }
 }

@@ -8,7 +8,8 @@
 #include <MivoraMac/MivoraMac.h>
 
 /// A card with a front and a back: it lights up while the pointer hovers over it, turns over when
-/// it is clicked or tapped, and two fingers on it make it larger and smaller and turn it.
+/// it is clicked or tapped, when Return or Space is pressed while it has the focus and when a
+/// screen reader asks it to, and two fingers on it make it larger and smaller and turn it.
 class Card : public MVView, public MVGestureRecognizerDelegate {
  public:
     static constexpr Mivora::Size2 kSize{150, 196};
@@ -48,6 +49,7 @@ class Card : public MVView, public MVGestureRecognizerDelegate {
 
     void mouseHoverBegan(const std::shared_ptr<MVMouse>& mouse) override;
     void mouseHoverEnded(const std::shared_ptr<MVMouse>& mouse) override;
+    bool keyBegan(const std::shared_ptr<MVKey>& key) override;
 
     bool gestureRecognizerShouldRecognizeSimultaneouslyWithGestureRecognizer(
         const std::shared_ptr<MVGestureRecognizer>& recognizer,
@@ -62,6 +64,7 @@ class Card : public MVView, public MVGestureRecognizerDelegate {
     void tapped(const std::shared_ptr<MVTapGestureRecognizer>& tap);
     void pinched(const std::shared_ptr<MVGestureRecognizer>& recognizer);
     void wake() const;
+    void sayWhichSide();
 
     float hue_;
     std::shared_ptr<MVTextView> title_;

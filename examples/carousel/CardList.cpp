@@ -14,6 +14,9 @@ class Row : public MVColorView {
         name_->setPosition({10, 5});
         name_->setSize({CardList::kWidth - 20, 20});
         addSubview(name_);
+        // It is called what its text says.
+        setAccessibilityRole(Mivora::platform::Role::ListItem);
+        setCursor(MVCursor::Pointer);
     }
 
     void show(const std::string& name, bool isInFront) {
@@ -45,7 +48,9 @@ CardList::CardList(std::vector<std::string> names)
           [this](MVView& view, int row) {
               static_cast<Row&>(view).show(names_[static_cast<std::size_t>(row)], row == front_);
           }),
-      names_(std::move(names)) {}
+      names_(std::move(names)) {
+    setAccessibilityLabel("Names of the cards");
+}
 
 void CardList::setFrontCard(int card) {
     if (front_ != card) {
@@ -53,6 +58,10 @@ void CardList::setFrontCard(int card) {
         showRowAgain(before);
         showRowAgain(card);
     }
+}
+
+void CardList::focusBegan() {
+    setCurrentRow(front_);
 }
 
 void CardList::setName(int card, const std::string& name) {
@@ -65,5 +74,15 @@ void CardList::tapped(const std::shared_ptr<MVTapGestureRecognizer>& tap) {
     const int card = rowAt({place.x, place.y});
     if (card >= 0 && choose_) {
         choose_(card);
+    }
+}
+
+std::string CardList::wordsOf(int row) const {
+    return names_[static_cast<std::size_t>(row)];
+}
+
+void CardList::currentRowDidChange() {
+    if (choose_) {
+        choose_(currentRow());
     }
 }

@@ -8,8 +8,8 @@
 
 #include "../list/RowList.h"
 
-/// The names of all cards, to be scrolled through. A click or a tap on one chooses its card; the
-/// one in front is marked.
+/// The names of all cards, to be scrolled through. A click or a tap on one chooses its card, and so
+/// does the key that comes to it; the one in front is marked.
 class CardList : public RowList {
  public:
     static constexpr float kWidth = 120;
@@ -24,6 +24,12 @@ class CardList : public RowList {
 
     /// Writes another name.
     void setName(int card, const std::string& name);
+
+    void focusBegan() override;
+
+ protected:
+    std::string wordsOf(int row) const override;
+    void currentRowDidChange() override;
 
  private:
     friend struct ::MVMaker;

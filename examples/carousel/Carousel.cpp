@@ -12,6 +12,8 @@
 #include "FingersOn.h"
 #include "Plot.h"
 
+using Mivora::platform::KeySymbol;
+
 namespace {
 
 constexpr float kTurn = 2 * std::numbers::pi_v<float>;
@@ -136,6 +138,14 @@ void Carousel::build() {
         names_.emplace_back(caption.title);
         stage_->addSubview(card);
     }
+    for (int i = 0; i < kCards; ++i) {
+        // The order of the subviews is that of drawing, which changes.
+        cards_[static_cast<std::size_t>(i)]->setFocusOrder(i);
+    }
+    setCursor(MVCursor::Grab);
+    setAccessibilityRole(Mivora::platform::Role::Group);
+    setAccessibilityLabel("Ring of cards");
+    setAccessibilityDescription("The arrow keys turn it, Return turns a card over.");
     order_ = cards_;
     ribbon_ = makeRibbon();
     addSubview(ribbon_);
@@ -250,9 +260,65 @@ void Carousel::placeCards() {
 void Carousel::noteFront() {
     const auto card = std::find(cards_.begin(), cards_.end(), order_.back());
     const int front = static_cast<int>(card - cards_.begin());
+    if (front == turningTo_) {
+        turningTo_ = -1;
+    }
+    if (turningTo_ < 0) {
+        setCurrent(front);
+    }
     if (std::exchange(front_, front) != front && frontHandler_) {
         frontHandler_();
     }
+}
+
+/// Makes a card the one that can have the focus, which goes along if it is in the ring.
+void Carousel::setCurrent(int card) {
+    const std::shared_ptr<Card> before = currentCard();
+    current_ = card;
+    const std::shared_ptr<Card>& now = currentCard();
+    now->setFocusable(true);
+    if (before->isFocused()) {
+        now->focus();
+    }
+    if (before != now) {
+        before->setFocusable(false);
+    }
+}
+
+bool Carousel::turnByKey(const MVKey& key) {
+    const int storey = current_ / kColumns;
+    const int column = current_ % kColumns;
+    int card = current_;
+    switch (key.symbol()) {
+        case KeySymbol::Left:
+            card = storey * kColumns + (column + kColumns - 1) % kColumns;
+            break;
+        case KeySymbol::Right:
+            card = storey * kColumns + (column + 1) % kColumns;
+            break;
+        case KeySymbol::Up:
+            card = column;
+            break;
+        case KeySymbol::Down:
+            card = kColumns + column;
+            break;
+        case KeySymbol::Home:
+            card = 0;
+            break;
+        case KeySymbol::End:
+            card = kCards - 1;
+            break;
+        default:
+            return false;
+    }
+    turnTo(card);
+    turningTo_ = card == front_ ? -1 : card;
+    setCurrent(card);
+    return true;
+}
+
+bool Carousel::keyBegan(const std::shared_ptr<MVKey>& key) {
+    return turnByKey(*key) || MVView::keyBegan(key);
 }
 
 void Carousel::setName(int card, const std::string& name) {
@@ -284,6 +350,7 @@ void Carousel::panned(const std::shared_ptr<MVGestureRecognizer>& /*recognizer*/
         case MVGestureRecognizerStateBegan:
             pannedSoFar_ = 0;
             velocity_ = 0;
+            turningTo_ = -1;
             break;
         case MVGestureRecognizerStateChanged:
             angle_ += (translation - pannedSoFar_) * kAnglePerPoint;
@@ -312,6 +379,7 @@ void Carousel::scrollBegan(const std::shared_ptr<MVScroll>& scroll) {
     // A wheel begins with how far it was turned, and that is all there is; fingers and the press of
     // a button begin with nothing.
     const Mivora::Point2 translation = scroll->translation();
+    turningTo_ = -1;
     velocity_ = translation == Mivora::Point2::kZero
                     ? 0
                     : velocity_ + (translation.x + translation.y) * kImpulse;

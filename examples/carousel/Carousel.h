@@ -9,8 +9,11 @@
 
 #include "Card.h"
 
-/// A ring of cards in two storeys that turns with drags and with the wheel and glides to rest. Two
-/// fingers on a touchpad zoom it.
+/// A ring of cards in two storeys that turns with drags, with the wheel and with the arrow keys,
+/// and glides to rest. Two fingers on a touchpad zoom it.
+///
+/// Of its cards one can have the focus at a time, so that the Tab key comes to the ring and goes on
+/// behind it: the one in front or, while an arrow key turns the ring, the one that it turns to.
 ///
 /// It fills its superview's width and height. At rest it does nothing: it listens to the animation
 /// clock only while something moves.
@@ -43,6 +46,16 @@ class Carousel : public MVView, public MVAnimationClockTick {
     /// Turns the ring until a card is in front.
     void turnTo(int card);
 
+    /// Turns the ring as an arrow key says, Home or End. Left and right go round, up and down to
+    /// the other storey.
+    /// @return whether it is one of these keys
+    bool turnByKey(const MVKey& key);
+
+    /// The card that can have the focus.
+    const std::shared_ptr<Card>& currentCard() const {
+        return cards_[static_cast<std::size_t>(current_)];
+    }
+
     /// Turns the ring, which then goes on by itself and slows down.
     /// @param velocity  in radians a second
     void spin(float velocity);
@@ -51,6 +64,7 @@ class Carousel : public MVView, public MVAnimationClockTick {
 
     void scrollBegan(const std::shared_ptr<MVScroll>& scroll) override;
     void scrollMoved(const std::shared_ptr<MVScroll>& scroll) override;
+    bool keyBegan(const std::shared_ptr<MVKey>& key) override;
 
  protected:
     void layoutSubviews() override;
@@ -66,6 +80,7 @@ class Carousel : public MVView, public MVAnimationClockTick {
     void wake();
     void placeCards();
     void noteFront();
+    void setCurrent(int card);
     std::shared_ptr<MVView> makeRibbon();
     void moveRibbon();
 
@@ -81,6 +96,8 @@ class Carousel : public MVView, public MVAnimationClockTick {
 
     std::vector<std::string> names_;
     int front_ = -1;
+    int current_ = 0;     ///< the card that can have the focus
+    int turningTo_ = -1;  ///< the card that a key turns the ring to, or -1
     std::function<void()> frontHandler_;
 
     float angle_ = 0;  ///< How far the ring is turned, in radians.

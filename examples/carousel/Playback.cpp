@@ -11,11 +11,14 @@
 #include <vector>
 
 #include <MivoraMac/platform/headless/HeadlessFingers.h>
+#include <MivoraMac/platform/headless/HeadlessKeyboard.h>
 #include <MivoraMac/platform/headless/HeadlessPointer.h>
 
 using Mivora::platform::Clock;
 using Mivora::platform::HeadlessFingers;
+using Mivora::platform::HeadlessKeyboard;
 using Mivora::platform::HeadlessPointer;
+using Mivora::platform::KeySymbol;
 using Mivora::platform::MainThread;
 using Mivora::platform::OpenGLView;
 using Mivora::platform::Picture;
@@ -23,7 +26,7 @@ using Mivora::platform::Point;
 
 namespace {
 
-constexpr int kFrames = 99;
+constexpr int kFrames = 108;
 constexpr int kTicksPerFrame = 3;
 constexpr double kStep = 1.0 / 60.0;
 
@@ -34,13 +37,17 @@ constexpr int kShrink = 6;
 /// What plays with the view. Places are shares of its width and height, from the top left corner.
 struct Hands {
     explicit Hands(const std::shared_ptr<OpenGLView>& view)
-        : pointer(view), fingers(view), size{view->bounds().width, view->bounds().height} {}
+        : pointer(view),
+          fingers(view),
+          keyboard(view),
+          size{view->bounds().width, view->bounds().height} {}
 
     Point at(double x, double y) const { return {x * size.x, (1 - y) * size.y}; }
     void pointTo(double x, double y) { pointer.moveTo(at(x, y).x, at(x, y).y); }
 
     HeadlessPointer pointer;
     HeadlessFingers fingers;
+    HeadlessKeyboard keyboard;
     Point size;
 };
 
@@ -51,7 +58,9 @@ struct Step {
 };
 
 /// Hovers over cards, drags the ring and lets it glide, turns a card over and back, scrolls; scales
-/// and turns a card with two fingers, and zooms the ring with two on a touchpad.
+/// and turns a card with two fingers, and zooms the ring with two on a touchpad; comes to the card
+/// in front by the Tab key, turns the ring by two cards with an arrow key, and the card then in
+/// front over.
 std::vector<Step> script() {
     std::vector<Step> steps;
     const auto at = [&](int tick, auto act) { steps.push_back({tick, act}); };
@@ -98,6 +107,11 @@ std::vector<Step> script() {
         at(247 + i, [i](Hands& hands) { hands.pointer.pinch(1 + i / 50.0); });
     }
     at(282, [](Hands& hands) { hands.pointer.endPinch(); });
+    // The keyboard does the same.
+    at(298, [](Hands& hands) { hands.keyboard.strike(KeySymbol::Tab); });
+    at(300, [](Hands& hands) { hands.keyboard.strike(KeySymbol::Right); });
+    at(304, [](Hands& hands) { hands.keyboard.strike(KeySymbol::Right); });
+    at(309, [](Hands& hands) { hands.keyboard.strike(KeySymbol::Return); });
     return steps;
 }
 

@@ -1,5 +1,7 @@
 // A ring of cards to play with: drag it, turn the wheel, point at cards, click them; pinch it on a
-// touchpad; on a touch screen, tap a card, or scale and turn it with two fingers.
+// touchpad; on a touch screen, tap a card, or scale and turn it with two fingers. Or without a
+// mouse: Tab comes to the cards, to the list of their names and to the field; the arrow keys turn
+// the ring and walk through the list, Return turns a card over.
 //
 //     carousel                        opens a window, if there is a display
 //     carousel --headless --out DIR   plays a scripted pointer and writes PNG files into DIR
@@ -60,6 +62,11 @@ class Scene : public MVView {
     }
 
  protected:
+    /// Keys that nobody below has a use for, and all of them while nothing has the focus.
+    bool keyBegan(const std::shared_ptr<MVKey>& key) override {
+        return carousel_->turnByKey(*key) || MVView::keyBegan(key);
+    }
+
     void layoutSubviews() override {
         constexpr float kMargin = 12;
         carousel_->setSize(size());
@@ -86,7 +93,7 @@ void printUsage(std::FILE* stream) {
         "\n"
         "Opens a window with a ring of cards. Drag it, turn the wheel, point at cards, click\n"
         "them. Pinch it on a touchpad. On a touch screen, tap cards, and scale and turn them\n"
-        "with two fingers.\n"
+        "with two fingers. Or use the Tab key, the arrow keys and Return.\n"
         "\n"
         "  --headless  opens no window: plays a scripted pointer and writes what is seen as PNG\n"
         "              files. So it does where no display answers.\n"

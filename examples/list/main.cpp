@@ -1,4 +1,5 @@
 // A list of 10,000 rows: scroll it with the wheel or the touchpad, click or tap rows to mark them.
+// Or with the keyboard: the arrow and page keys move, Return marks.
 //
 //     list            opens a window, if there is a display
 //     list FILE.png   scrolls some way without a display and writes what is seen
@@ -8,6 +9,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 #include "RowList.h"
@@ -15,6 +17,7 @@
 using Mivora::platform::HeadlessPointer;
 using Mivora::platform::Host;
 using Mivora::platform::MainThread;
+using Mivora::platform::Role;
 using Mivora::platform::Window;
 
 namespace {
@@ -26,6 +29,12 @@ constexpr Mivora::Size2 kSize = {360, 480};
 /// What the list shows. The views of its rows come and go; this stays.
 std::vector<bool> marked(kRows, false);
 
+/// A row in words.
+std::string words(int row) {
+    return "Row " + std::to_string(row + 1) +
+           (marked[static_cast<std::size_t>(row)] ? ", marked" : "");
+}
+
 /// One row: a background with a bar whose length tells rows apart.
 class Row : public MVColorView {
  public:
@@ -34,11 +43,18 @@ class Row : public MVColorView {
         bar_->setPosition({12, 12});
         bar_->setInteractionEnabled(false);
         addSubview(bar_);
+        setAccessibilityRole(Role::ListItem);
     }
 
-    void show(int row) {
+    void show(int row, bool isCurrent) {
         const auto share = static_cast<float>(row % 100) / 100;
-        setColor(marked[static_cast<std::size_t>(row)] ? MVColorYellowRGBA : MVColorWhiteRGBA);
+        const bool isMarked = marked[static_cast<std::size_t>(row)];
+        Mivora::ColorRGBA ground = isMarked ? MVColorYellowRGBA : MVColorWhiteRGBA;
+        if (isCurrent) {
+            ground = {ground.red * 0.8F, ground.green * 0.9F, ground.blue, 1};
+        }
+        setColor(ground);
+        setAccessibilityLabel(words(row));
         bar_->setColor(MVColorHSBAToColorRGBA({share, 0.6F, 0.8F, 1}));
         bar_->setSize({40 + 280 * share, kRowHeight - 25});
     }
@@ -60,14 +76,25 @@ class MarkingList : public RowList {
     MarkingList()
         : RowList(
               kRows, kRowHeight, [] { return MVMake<Row>(); },
-              [](MVView& view, int row) { static_cast<Row&>(view).show(row); }) {}
+              [this](MVView& view, int row) {
+                  static_cast<Row&>(view).show(row, isCurrent(row));
+              }) {
+        setAccessibilityLabel("Rows");
+    }
+
+ protected:
+    std::string wordsOf(int row) const override { return words(row); }
+
+    void chooseRow(int row) override {
+        marked[static_cast<std::size_t>(row)].flip();
+        showRowAgain(row);
+    }
 
  private:
     void tapped(const std::shared_ptr<MVTapGestureRecognizer>& tap) {
         const Mivora::Point3 place = tap->locationInView(shared_from_this());
         if (const int row = rowAt({place.x, place.y}); row >= 0) {
-            marked[static_cast<std::size_t>(row)].flip();
-            showRowAgain(row);
+            chooseRow(row);
         }
     }
 };

@@ -799,6 +799,70 @@ TEST_F(MVApplicationTest, oneThatLivesTakesOverAlsoWhereTheRenderViewOfTheOtherI
     drop(first);
 }
 
+// Focus and elements
+
+namespace {
+
+/// What a host has for the view: counts what it is told.
+struct CountingPeer : Mivora::platform::OpenGLView::Peer {
+    void subviewsDidChange() override {}
+    void elementsDidChange() override { ++elements; }
+    void focusElement(std::uint64_t identifier) override { focused.push_back(identifier); }
+
+    int elements = 0;
+    std::vector<std::uint64_t> focused;
+};
+
+}  // namespace
+
+TEST_F(MVApplicationTest, framesTellTheHostOfElementsAndOtherwiseRest) {
+    Scene scene = makeScene();
+    CountingPeer peer;
+    scene.application->renderView()->setPeer(&peer);
+    const auto box = addBox(*scene.application, {1, 0, 0, 1});
+    scene.application->mv_runLoopFired(nullptr);
+    EXPECT_EQ(peer.elements, 0);
+    EXPECT_TRUE(scene.application->mv_isIdle());
+
+    box->setAccessibilityLabel("box");
+    box->setAccessibilityValue("1");
+    EXPECT_FALSE(scene.application->mv_isIdle());
+    const std::uint64_t frames = presentedFrames(*scene.application);
+    scene.application->mv_runLoopFired(nullptr);
+    EXPECT_EQ(peer.elements, 1);
+    EXPECT_EQ(presentedFrames(*scene.application), frames) << "nothing of it is seen";
+    EXPECT_TRUE(scene.application->mv_isIdle());
+    scene.application->mv_runLoopFired(nullptr);
+    EXPECT_EQ(peer.elements, 1);
+    box->setPosition({10, 10});
+    scene.application->mv_runLoopFired(nullptr);
+    EXPECT_EQ(peer.elements, 2);
+    scene.application->renderView()->setPeer(nullptr);
+}
+
+TEST_F(MVApplicationTest, theHostIsToldOfTheFocusAlsoOfOneThatTheTreeTakesAway) {
+    Scene scene = makeScene();
+    CountingPeer peer;
+    scene.application->renderView()->setPeer(&peer);
+    const auto outer = addBox(*scene.application, {1, 0, 0, 1});
+    const auto box = addBox(*scene.application, {0, 1, 0, 1});
+    outer->addSubview(box);
+    outer->setFocusable(true);
+    box->setFocusable(true);
+    box->focus();
+    scene.application->mv_runLoopFired(nullptr);
+    box->removeFromSuperview();
+    EXPECT_THAT(peer.focused, ElementsAre(box->mv_elementIdentifier()));
+    scene.application->mv_runLoopFired(nullptr);
+    EXPECT_THAT(peer.focused,
+                ElementsAre(box->mv_elementIdentifier(), outer->mv_elementIdentifier()));
+    EXPECT_TRUE(scene.application->mv_isIdle());
+    // Leaving the window takes it off; a peer that comes later asks.
+    scene.frame->setContentView(nullptr);
+    EXPECT_EQ(peer.focused.back(), 0U);
+    scene.application->renderView()->setPeer(nullptr);
+}
+
 // Frames that overlap with requests
 
 TEST_F(MVApplicationTest, whatAFrameAsksForWhileItIsLaidOutAndDrawnIsDrawnInIt) {

@@ -298,6 +298,22 @@ TEST_F(MVKeyDispatcherTest, aKeyLetGoWhileItIsBeingPressedIsOver) {
     EXPECT_THAT(scene.taken(), ElementsAre("a.keyBegan x", "a.keyEnded"));
 }
 
+TEST_F(MVKeyDispatcherTest, aKeyLetGoWhileItIsBeingPressedGoesNoFurtherUp) {
+    const auto outer = scene.add(scene.window, "outer");
+    const auto inner = scene.addFocusable(outer, "inner");
+    inner->focus();
+    scene.taken();
+    inner->takesKeys = false;
+    inner->reaction = [&](const std::string& hook) {
+        if (hook == "keyBegan") {
+            release('x');
+        }
+    };
+    EXPECT_TRUE(press('x'));
+    EXPECT_THAT(scene.taken(),
+                ElementsAre("inner.keyBegan x", "inner.keyEnded", "outer.keyEnded"));
+}
+
 TEST_F(MVKeyDispatcherTest, aKeyPressedWhileItIsBeingEndedStandsAndTheOuterPressIsLeftOut) {
     const auto a = focused("a");
     press('x');
