@@ -19,7 +19,7 @@ class MVView;
 ///
 /// The GL objects are made on the context that is active at creation; the shader comes from the
 /// shared shader cache. Without either, nothing is drawn. Thread: main.
-class MVFocusRing : private MVShaderMatrixSource {
+class MVFocusRing final : private MVShaderMatrixSource {
  public:
     static constexpr float kOuterWidth = 2.0F;
     static constexpr float kInnerWidth = 1.0F;
