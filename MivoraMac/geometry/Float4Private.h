@@ -1,7 +1,8 @@
 #pragma once
 
+#include <array>
 #include <bit>
-
+#include <glm/mat3x4.hpp>
 #include <glm/mat4x4.hpp>
 
 namespace Mivora {
@@ -20,6 +21,27 @@ inline Float4x4 columnsOf(const glm::mat4& matrix) {
 
 inline glm::mat4 matrixOf(const Float4x4& columns) {
     return std::bit_cast<glm::mat4>(columns);
+}
+
+/// Stores the upper three rows of a matrix as three columns: the first three without their fourth
+/// components, which hold the fourth column instead.
+inline void packUpperRows(const Float4x4& matrix, glm::mat3x4& rows) {
+    for (int i = 0; i < 3; ++i) {
+        rows[i] = std::bit_cast<glm::vec4>(matrix.column[i]);
+        rows[i].w = matrix.column[3][i];
+    }
+}
+
+/// The matrix with these upper rows over 0, 0, 0, `corner`.
+inline Float4x4 unpackedUpperRows(const glm::mat3x4& rows, float corner) {
+    const auto columns = std::bit_cast<std::array<Float4, 3>>(rows);
+    Float4x4 result;
+    for (int i = 0; i < 3; ++i) {
+        result.column[i] = columns[i];
+        result.column[i][3] = 0.0F;
+    }
+    result.column[3] = Float4{columns[0][3], columns[1][3], columns[2][3], corner};
+    return result;
 }
 
 /// The matrix applied to a column vector.

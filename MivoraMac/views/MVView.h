@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <glm/mat3x4.hpp>
 #include <glm/mat4x4.hpp>
 #include <memory>
 #include <string>
@@ -769,7 +770,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     std::shared_ptr<MVWindow> windowOfSubviews() const;
     void computeTransformMatrix(const MVView* superview, const glm::mat4& worldAbove);
     const glm::mat4& inverseMatrix();
-    glm::mat4 placement() const;
+    glm::mat4 placement();
     void layOutIfWanted();
     void wantLayoutVisit();
     void tellWindowOfLayoutVisit(bool wanted);
@@ -808,6 +809,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     std::atomic<bool> layoutDirty_{false};
 
     bool localTransformMatrixDirty_ = false;
+    bool turnOrScaleDirty_ = false;  ///< Of the local transform, more than the position.
     bool transformMatrixDirty_ = false;
     bool inverseTransformMatrixDirty_ = false;  ///< The world transform was rebuilt since.
     bool effectivelyHiddenDirty_ = false;
@@ -816,11 +818,12 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     bool interactionEnabled_ = true;
     bool mouseHoverEnabled_ = false;
     bool effectivelyHidden_ = false;
-    bool layingOut_ = false;              ///< `layoutSubviews` is running.
     bool layoutVisitWanted_ = false;      ///< This view or one below it may want a layout.
-    bool contentScaleFactorSet_ = false;  ///< By a client, rather than taken over.
     bool drawsFocusRing_ = false;
     bool mayHoldElements_ = false;                ///< This view or one below it may be an element.
+    bool layingOut_ : 1 = false;              ///< `layoutSubviews` is running.
+    bool contentScaleFactorSet_ : 1 = false;  ///< By a client, rather than taken over.
+    bool localTransformIsFinite_ : 1 = true;  ///< Its corner is 1; else it is NaN.
     mutable std::uint32_t removedFromFront_ = 0;  ///< Empty places at the front of `subviews_`.
 
     // And so does, with the flags, what hit testing reads of every view.
@@ -828,7 +831,10 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     Mivora::Point3 localOrigin_ = Mivora::Point3::kZero;
     Mivora::Size3 size_ = Mivora::Size3::kZero;
     Mivora::Plane worldInteractionPlane_{{0.0F, 0.0F, 1.0F}, 0.0F};
+    // From here on at multiples of 16 bytes, so that reading a column never meets two cache lines.
     glm::mat4 inverseTransformMatrix_{1.0F};
+    glm::mat4 transformMatrix_{1.0F};
+    glm::mat3x4 localTransformRows_{1.0F};  ///< The upper ones, see `placement`.
 
     MVViewBackPointer superview_;
     MVViewBackPointer window_;
@@ -842,7 +848,4 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
     Mivora::Point3 rotation_ = Mivora::Point3::kZero;
     float scale_ = 1.0F;
     Mivora::Point3 anchorPoint_ = Mivora::Point3::kZero;
-
-    glm::mat4 localTransformMatrix_{1.0F};
-    glm::mat4 transformMatrix_{1.0F};
 };

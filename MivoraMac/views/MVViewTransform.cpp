@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <glm/vec4.hpp>
+#include <limits>
 
 #include "MivoraMac/geometry/Float4Private.h"
 #include "MivoraMac/geometry/MatrixPrivate.h"
@@ -25,9 +26,8 @@ struct SineCosine {
     }
 };
 
-/// T(position) · Rx · Ry · Rz · S(scale) · T(-pivot), multiplied out.
-Float4x4 placementMatrix(Mivora::Point3 position, Mivora::Point3 rotation, float scale,
-                         Mivora::Point3 pivot) {
+/// Rx · Ry · Rz · S(scale), multiplied out.
+Float4x4 turnedAndScaled(Mivora::Point3 rotation, float scale) {
     const SineCosine z(rotation.z);
     Float4x4 result;
     if (rotation.x == 0.0F && rotation.y == 0.0F) {
@@ -47,9 +47,7 @@ Float4x4 placementMatrix(Mivora::Point3 position, Mivora::Point3 rotation, float
                            scale;
         result.column[2] = Float4{y.sine, -(x.sine * y.cosine), x.cosine * y.cosine, 0.0F} * scale;
     }
-    result.column[3] = Float4{position.x, position.y, position.z, 1.0F} -
-                       result.column[0] * pivot.x - result.column[1] * pivot.y -
-                       result.column[2] * pivot.z;
+    result.column[3] = Float4{0.0F, 0.0F, 0.0F, 1.0F};
     return result;
 }
 
@@ -94,6 +92,7 @@ void MVView::setRotation3(Mivora::Point3 rotation) {
         return;
     }
     rotation_ = rotation;
+    turnOrScaleDirty_ = true;
     mv_setLocalTransformMatrixDirty();
 }
 
@@ -106,6 +105,7 @@ void MVView::setUniformScale(float scale) {
         return;
     }
     scale_ = scale;
+    turnOrScaleDirty_ = true;
     mv_setLocalTransformMatrixDirty();
 }
 
@@ -162,8 +162,7 @@ const glm::mat4& MVView::inverseMatrix() {
 }
 
 glm::mat4 MVView::mv_localTransformMatrix() {
-    mv_buildLocalTransformMatrix();
-    return localTransformMatrix_;
+    return placement();
 }
 
 void MVView::mv_setLocalTransformMatrixDirty() {
@@ -181,17 +180,29 @@ void MVView::mv_setTransformMatrixDirty() {
 
 void MVView::mv_buildLocalTransformMatrix() {
     if (localTransformMatrixDirty_) {
-        localTransformMatrix_ = placement();
-        localTransformMatrixDirty_ = false;
+        placement();
     }
 }
 
-/// The local transform as it is to be.
-inline glm::mat4 MVView::placement() const {
-    return Mivora::matrixOf(
-        placementMatrix(position_, rotation_, scale_,
-                        {anchorPoint_.x * size_.width, anchorPoint_.y * size_.height,
-                         anchorPoint_.z * size_.depth}));
+/// The local transform, which is computed and stored if it is marked. What was just computed is not
+/// read again from where it is stored: that would wait for it.
+inline glm::mat4 MVView::placement() {
+    if (!localTransformMatrixDirty_) {
+        return Mivora::matrixOf(Mivora::unpackedUpperRows(
+            localTransformRows_,
+            localTransformIsFinite_ ? 1.0F : std::numeric_limits<float>::quiet_NaN()));
+    }
+    Float4x4 local = turnOrScaleDirty_ ? turnedAndScaled(rotation_, scale_)
+                                       : Mivora::unpackedUpperRows(localTransformRows_, 1.0F);
+    local.column[3] = Float4{position_.x, position_.y, position_.z, 1.0F} -
+                      local.column[0] * (anchorPoint_.x * size_.width) -
+                      local.column[1] * (anchorPoint_.y * size_.height) -
+                      local.column[2] * (anchorPoint_.z * size_.depth);
+    turnOrScaleDirty_ = false;
+    Mivora::packUpperRows(local, localTransformRows_);
+    localTransformIsFinite_ = local.column[3][3] == 1.0F;
+    localTransformMatrixDirty_ = false;
+    return Mivora::matrixOf(local);
 }
 
 void MVView::mv_buildTransformMatrix() {
@@ -216,13 +227,7 @@ void MVView::mv_buildTransformMatrix() {
 /// @param superview   null for none
 /// @param worldAbove  its world transform
 void MVView::computeTransformMatrix(const MVView* superview, const glm::mat4& worldAbove) {
-    // What was just computed is not read again from where it is stored: that would wait for it.
-    Float4x4 world =
-        Mivora::columnsOf(localTransformMatrixDirty_ ? placement() : localTransformMatrix_);
-    if (localTransformMatrixDirty_) {
-        localTransformMatrix_ = Mivora::matrixOf(world);
-        localTransformMatrixDirty_ = false;
-    }
+    Float4x4 world = Mivora::columnsOf(placement());
     std::int32_t coordinateSystemAbove = 0;
     if (superview != nullptr) {
         coordinateSystemAbove = superview->coordinateSystem_;

@@ -256,6 +256,45 @@ TEST(MVViewTransformTest, theLocalTransformLeavesOutTheCoordinateSystemAndTheLoc
     EXPECT_NE(pair.child->transformMatrix(), before);
 }
 
+TEST(MVViewTransformTest, aPlacementReachedInStepsGivesTheMatrixOfOneMadeAtOnce) {
+    const View stepped = MVView::init();
+    std::mt19937 random(7);
+    std::uniform_real_distribution<float> any(-3.0F, 3.0F);
+    const auto point = [&] { return Point3{any(random), any(random), any(random)}; };
+    for (int step = 0; step < 300; ++step) {
+        switch (step % 7 == 6 ? 5 : random() % 5) {
+            case 0:
+                stepped->setPosition3(point());
+                break;
+            case 1:
+                stepped->setRotation3(point());
+                break;
+            case 2:
+                stepped->setUniformScale(any(random));
+                break;
+            case 3:
+                stepped->setAnchorPoint3(point());
+                break;
+            case 4:
+                stepped->setSize3({any(random), any(random), any(random)});
+                break;
+            default:  // leaves nothing behind in the matrix once it is over
+                stepped->setAnchorPoint3({kNaN, 0.0F, 0.0F});
+                EXPECT_TRUE(std::isnan(stepped->mv_localTransformMatrix()[3][3]));
+                EXPECT_TRUE(std::isnan(stepped->mv_localTransformMatrix()[3][3]));
+                stepped->setAnchorPoint3(point());
+        }
+        const View made = MVView::init();
+        made->setPosition3(stepped->position3());
+        made->setRotation3(stepped->rotation3());
+        made->setUniformScale(stepped->uniformScale());
+        made->setAnchorPoint3(stepped->anchorPoint3());
+        made->setSize3(stepped->size3());
+        EXPECT_EQ(stepped->mv_localTransformMatrix(), made->mv_localTransformMatrix()) << step;
+        EXPECT_EQ(stepped->mv_localTransformMatrix(), made->mv_localTransformMatrix()) << step;
+    }
+}
+
 TEST(MVViewTransformTest, theScaleIsTheSameAlongEveryAxis) {
     const View view = MVView::init();
     view->setUniformScale(2.0F);
