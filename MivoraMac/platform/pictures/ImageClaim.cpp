@@ -28,12 +28,15 @@ Claim claimOfPNG(ByteWalk walk) {
 }
 
 /// Up to the scan data, and then counts the scans, each of which goes through the whole picture
-/// however few bytes it has.
+/// however few bytes it has. Of a sequential picture whose first scan has all components, nothing
+/// behind that scan is decoded.
 Claim claimOfJPEG(ByteWalk walk) {
     constexpr std::uint64_t kPixelsPerByte = 8256;
     constexpr int kMostScans = 64;  // ordinary files have up to some ten
     ImageClaim claim;
     int scans = 0;
+    bool isProgressive = false;
+    std::uint32_t components = 0;
     while (!walk.isPast()) {
         walk.find(0xFF);
         std::uint32_t marker = 0xFF;
@@ -53,9 +56,14 @@ Claim claimOfJPEG(ByteWalk walk) {
             segment.skip(1);
             claim.height = segment.bigEndian(2);
             claim.width = segment.bigEndian(2);
+            components = segment.byte();
+            isProgressive = (marker & 3U) == 2;
         }
         if (marker == 0xDA && ++scans > kMostScans) {
             return std::nullopt;
+        }
+        if (marker == 0xDA && !isProgressive && components != 0 && segment.byte() == components) {
+            break;
         }
     }
     claim.fewestBytes = bytesOf(claim, kPixelsPerByte);
