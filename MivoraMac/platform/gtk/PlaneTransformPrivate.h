@@ -34,8 +34,8 @@ struct PlaneTransform {
 
 inline std::optional<PlaneTransform> PlaneTransform::of(const glm::dmat4& matrix, double width,
                                                         double height, double tolerance) {
-    const auto corner = [&](double x, double y) {
-        const glm::dvec4 seen = matrix * glm::dvec4(x, y, 0, 1);
+    const auto corner = [&](double toTheRight, double toTheBottom) {
+        const glm::dvec4 seen = matrix * glm::dvec4(toTheRight, toTheBottom, 0, 1);
         return glm::dvec2(seen) / seen.w;
     };
     const glm::dvec2 origin = corner(0, 0);
