@@ -85,6 +85,7 @@ GtkRenderPeer::GtkRenderPeer(GtkWidget* widget, const std::shared_ptr<OpenGLView
     openGLContextDidChange();
     update();
     elementsDidChange();
+    elements_.focus(view->focusedElement());
     cursorDidChange();
 }
 
