@@ -3,31 +3,7 @@
 # as they change; and the actions that it asks for.
 . "$(dirname "$0")/host.sh"
 . "$(dirname "$0")/keys.sh"
-
-access() {
-    timeout 60 "$programs/AccessClient" "$@"
-}
-
-# reads ROLE NAME REST: waits until this is read of the first such element.
-reads() {
-    local end=$((SECONDS + 30)) seen=
-    until [ "$seen" = "$1 \"$2\" $3" ]; do
-        [ $SECONDS -lt $end ] || fail "expected \"$1 \"$2\" $3\" instead of \"$seen\""
-        seen=$(access find "$1" "$2" || true)
-    done
-    echo "    $seen"
-}
-
-# hears LINE: it is told so, of all that it is told next.
-hears() {
-    local end=$((SECONDS + 30))
-    until grep -Fxq -- "$1" "$work/heard"; do
-        [ $SECONDS -lt $end ] || fail "expected to hear \"$1\" instead of \"$(cat "$work/heard")\""
-        sleep 0.05
-    done
-    echo "    $1"
-    : > "$work/heard"
-}
+. "$(dirname "$0")/access.sh"
 
 start_x11
 start_access
@@ -75,11 +51,7 @@ expect "action 1 1"
 access act button One view.press || fail "there is no such action"
 expect "action 1 0"
 
-access watch > "$work/heard" &
-started+=($!)
-wait_for "the client" grep -q watching "$work/heard"
-: > "$work/heard"
-
+listen
 echo "the focus"
 order focus 3
 hears 'focus button "Three"'
