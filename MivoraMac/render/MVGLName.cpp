@@ -38,8 +38,10 @@ MVGLName::~MVGLName() {
 }
 
 std::uint32_t MVGLName::in(const MVRenderGroup* group) const {
-    const std::lock_guard lock(mutex_);
-    return group_.get() == group ? get() : 0;
+    // Asked for by every image that is drawn. A name of another group is stored between two changes
+    // of `owner_`, so that it is not taken for one of this group.
+    const std::uint32_t name = owner_.load(std::memory_order_acquire) == group ? get() : 0;
+    return owner_.load(std::memory_order_relaxed) == group ? name : 0;
 }
 
 std::uint32_t MVGLName::make(const std::shared_ptr<MVRenderGroup>& group) {
@@ -51,8 +53,12 @@ std::uint32_t MVGLName::make(const std::shared_ptr<MVRenderGroup>& group) {
     std::shared_ptr<MVRenderGroup> formerGroup;
     {
         const std::lock_guard lock(mutex_);
-        former = name_.exchange(made, std::memory_order_acq_rel);
         formerGroup = std::exchange(group_, group);
+        if (formerGroup != group) {
+            owner_ = nullptr;
+        }
+        former = name_.exchange(made, std::memory_order_acq_rel);
+        owner_ = group.get();
     }
     if (formerGroup != group) {
         remove(former, formerGroup);
@@ -64,6 +70,7 @@ void MVGLName::abandon() {
     std::shared_ptr<MVRenderGroup> former;
     const std::lock_guard lock(mutex_);
     name_ = 0;
+    owner_ = nullptr;
     former.swap(group_);
 }
 

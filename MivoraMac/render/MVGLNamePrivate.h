@@ -47,4 +47,5 @@ class MIVORA_EXPORT MVGLName {
     std::atomic<std::uint32_t> name_{0};
     mutable std::mutex mutex_;
     std::shared_ptr<MVRenderGroup> group_;
+    std::atomic<const MVRenderGroup*> owner_{nullptr};  ///< `group_`, for those without the lock.
 };
