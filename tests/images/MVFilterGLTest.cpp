@@ -21,7 +21,7 @@
 #include "MivoraMac/render/MVShaderCache.h"
 #include "MivoraMac/render/MVShaderPositionTextureUniformColor.h"
 #include "MivoraMac/render/MVShaderPositionUniformColor.h"
-#include "tests/support/GLTest.h"
+#include "tests/images/FilterTest.h"
 
 using Mivora::platform::DebugLog;
 using testing::_;
@@ -32,22 +32,8 @@ using testing::SizeIs;
 
 namespace {
 
-class MVFilterGLTest : public Mivora::tests::GLTest {
+class MVFilterGLTest : public Mivora::tests::FilterTest {
  protected:
-    void SetUp() override {
-        GLTest::SetUp();
-        cache_ = MVShaderCache::init();
-        cache_->loadDefaultShaders();
-        MVShaderCache::mv_setSharedCache(cache_);
-        finish();
-        gl_->clear();
-    }
-
-    void TearDown() override {
-        cache_.reset();
-        GLTest::TearDown();
-    }
-
     static std::shared_ptr<MVImage> image(int width, int height, float scale) {
         return MVImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
             nullptr, static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height), scale,
@@ -69,8 +55,6 @@ class MVFilterGLTest : public Mivora::tests::GLTest {
         }
         return result;
     }
-
-    std::shared_ptr<MVShaderCache> cache_;
 };
 
 }  // namespace
