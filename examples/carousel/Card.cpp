@@ -1,9 +1,16 @@
 #include "Card.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <limits>
 #include <numbers>
+#include <vector>
+
+#include <epoxy/gl.h>
 
 #include "Colors.h"
 #include "FingersOn.h"
@@ -13,6 +20,11 @@ using Mivora::platform::KeySymbol;
 namespace {
 
 constexpr float kPi = std::numbers::pi_v<float>;
+
+/// How far what is out of focus is blurred, and how far that reaches beyond the card, in pixels of
+/// its picture.
+constexpr float kBlurRadius = 5;
+constexpr int kBlurMargin = 14;
 
 /// How long a card takes to turn over and to light up, in seconds.
 constexpr float kTurnTime = 0.6F;
@@ -70,6 +82,50 @@ void addPattern(MVView& face, float hue, Mivora::Rect2 rect) {
     }
 }
 
+/// The pattern on the back: how far the diamonds reach to the sides, the first being the largest,
+/// and their colours.
+constexpr std::array<float, 3> kDiamonds = {59, 41, 23};
+
+Mivora::ColorRGBA diamondColor(float hue, std::size_t diamond) {
+    return hsb(hue + 0.5F, 0.2F + 0.2F * static_cast<float>(diamond), 0.95F, 0.55F);
+}
+
+/// The back from afar: a picture of it with a margin, in half its points, that is blurred here once
+/// and for all. A filter on a view is for what changes; it is run in every frame.
+std::shared_ptr<MVImage> makeBlurredBack(float hue) {
+    constexpr int kWidth = static_cast<int>(Card::kSize.width) / 2 + 2 * kBlurMargin;
+    constexpr int kHeight = static_cast<int>(Card::kSize.height) / 2 + 2 * kBlurMargin;
+    std::vector<std::uint8_t> pixels;
+    pixels.reserve(std::size_t{4} * kWidth * kHeight);
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            const float right = static_cast<float>(2 * x + 1 - kWidth);
+            const float down = static_cast<float>(2 * y + 1 - kHeight);
+            Mivora::ColorRGBA color = hsb(hue, 0.65F, 0.55F);
+            for (std::size_t i = 0; i < kDiamonds.size(); ++i) {
+                if (std::abs(right) + std::abs(down) < kDiamonds[i]) {
+                    const Mivora::ColorRGBA top = diamondColor(hue, i);
+                    color.red += (top.red - color.red) * top.alpha;
+                    color.green += (top.green - color.green) * top.alpha;
+                    color.blue += (top.blue - color.blue) * top.alpha;
+                }
+            }
+            const bool isOnCard = x >= kBlurMargin && x < kWidth - kBlurMargin &&
+                                  y >= kBlurMargin && y < kHeight - kBlurMargin;
+            for (const float part : {color.red, color.green, color.blue, 1.0F}) {
+                pixels.push_back(isOnCard ? static_cast<std::uint8_t>(part * 255) : 0);
+            }
+        }
+    }
+    constexpr float kScale = 0.5F;
+    const auto processor = MVImageProcessor::init();
+    processor->setSourceImage(
+        MVImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+            pixels.data(), kWidth, kHeight, kScale, 0, true, GL_RGBA));
+    processor->setFilter(MVBlurFilter::initWithBlurRadius(kBlurRadius));
+    return processor->filterImage();
+}
+
 float towards(float value, float goal, float step) {
     return value < goal ? std::min(value + step, goal) : std::max(value - step, goal);
 }
@@ -120,10 +176,10 @@ Card::Card(float hue, const std::shared_ptr<MVView>& picture, const std::string&
     back_->setRotation3({0, kPi, 0});
     back_->addSubview(fill(hsb(hue, 0.65F, 0.55F), {{0, 0}, kSize}));
     back_->addSubview(fill(hsb(hue, 0.7F, 0.4F), {{8, 8}, {134, 180}}));
-    for (int i = 0; i < 3; ++i) {
-        const float extent = 84 - 26 * static_cast<float>(i);
-        auto diamond = MVColorView::initWithColor(hsb(hue + 0.5F, 0.2F + 0.2F * i, 0.95F, 0.55F));
-        diamond->setSize({extent, extent});
+    for (std::size_t i = 0; i < kDiamonds.size(); ++i) {
+        auto diamond = MVColorView::initWithColor(diamondColor(hue, i));
+        const float side = kDiamonds[i] * std::numbers::sqrt2_v<float>;
+        diamond->setSize({side, side});
         diamond->setAnchorPoint({0.5F, 0.5F});
         diamond->setPosition({kSize.width / 2, kSize.height / 2});
         diamond->setRotation(kPi / 4);
@@ -131,6 +187,12 @@ Card::Card(float hue, const std::shared_ptr<MVView>& picture, const std::string&
     }
     back_->setHidden(true);
     addSubview(back_);
+    blurredBack_ = MVImageView::initWithImage(makeBlurredBack(hue));
+    blurredBack_->setAnchorPoint({0.5F, 0.5F});
+    blurredBack_->setPosition({kSize.width / 2, kSize.height / 2});
+    blurredBack_->setInteractionEnabled(false);
+    blurredBack_->setHidden(true);
+    addSubview(blurredBack_);
 
     light_ = fill({1, 1, 1, 0.3F}, {{0, 0}, kSize});
     light_->setInteractionEnabled(false);
@@ -204,9 +266,10 @@ void Card::sayWhichSide() {
     setAccessibilityValue(flipped_ ? "back" : "front");
 }
 
-void Card::place(Mivora::Point3 position, Mivora::Point3 rotation) {
+void Card::place(Mivora::Point3 position, Mivora::Point3 rotation, bool isFar) {
     setPosition3(position);
     ringRotation_ = rotation;
+    isFar_ = isFar;
 }
 
 void Card::showFacingSide() {
@@ -216,7 +279,8 @@ void Card::showFacingSide() {
     const glm::vec4 normal = world * glm::vec4(0, 0, 1, 0);
     const bool seesFront = normal.x * centre.x + normal.y * centre.y + normal.z * centre.z < 0;
     front_->setHidden(!seesFront);
-    back_->setHidden(seesFront);
+    back_->setHidden(seesFront || isFar_);
+    blurredBack_->setHidden(seesFront || !isFar_);
 }
 
 void Card::mouseHoverBegan(const std::shared_ptr<MVMouse>& /*mouse*/) {

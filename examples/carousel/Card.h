@@ -42,7 +42,8 @@ class Card : public MVView, public MVGestureRecognizerDelegate {
 
     /// Places the card in the ring.
     /// @param rotation  without the turn of a flip
-    void place(Mivora::Point3 position, Mivora::Point3 rotation);
+    /// @param isFar     behind the middle of the ring, where the backs of cards are out of focus
+    void place(Mivora::Point3 position, Mivora::Point3 rotation, bool isFar);
 
     /// Shows the face that is turned to the eye.
     void showFacingSide();
@@ -70,12 +71,14 @@ class Card : public MVView, public MVGestureRecognizerDelegate {
     std::shared_ptr<MVTextView> title_;
     std::shared_ptr<MVView> front_;
     std::shared_ptr<MVView> back_;
+    std::shared_ptr<MVImageView> blurredBack_;
     std::shared_ptr<MVColorView> light_;
     std::function<void()> wake_;
     std::shared_ptr<MVPinchGestureRecognizer> pinch_;
     std::shared_ptr<MVRotationGestureRecognizer> rotation_;
 
     Mivora::Point3 ringRotation_ = Mivora::Point3::kZero;
+    bool isFar_ = false;
     bool hovered_ = false;
     bool flipped_ = false;
     float glow_ = 0;  ///< 0 to 1, follows `hovered_`

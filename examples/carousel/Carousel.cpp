@@ -236,9 +236,9 @@ void Carousel::placeCards() {
             {kStageSize.width / 2 + kRadius * std::sin(angle),
              kStageSize.height / 2 - 90 + y * std::cos(kLean) + z * std::sin(kLean),
              z * std::cos(kLean) - y * std::sin(kLean) - kAxisDepth},
-            {-kLean, angle, 0});
+            {-kLean, angle, 0}, z < 0);
         const float front = 0.5F + 0.5F * z / kRadius;
-        cards_[static_cast<std::size_t>(i)]->setOpacity(0.35F + 0.65F * front);
+        cards_[static_cast<std::size_t>(i)]->setOpacity(0.5F + 0.5F * front);
     }
     // Views are drawn in their order, so what is farther away has to come first.
     std::stable_sort(order_.begin(), order_.end(), [](const auto& a, const auto& b) {
