@@ -5,7 +5,9 @@
 //                                       ROLE "NAME" "DESCRIPTION" X Y WIDTH HEIGHT STATES (ACTIONS)
 //                                       with places in the coordinates of the window, of the states
 //                                       those of `kStates`, and of actions the names
-//   AccessClient find ROLE NAME         prints the line of the first of this role and name
+//   AccessClient find ROLE NAME         prints the line of the one of this role and name: of
+//   several,
+//                                       the first that the keyboard reaches, or else the first
 //   AccessClient act ROLE NAME ACTION   has it do so
 //   AccessClient watch                  prints "watching", and then until it is ended:
 //                                       name "NEW NAME" / description "NEW ONE" / focus ROLE "NAME"
@@ -32,8 +34,9 @@ constexpr const char* kComponent = "org.a11y.atspi.Component";
 constexpr const char* kObjectEvents = "org.a11y.atspi.Event.Object";
 
 /// By the numbers they have in the protocol. What cannot be acted on is not sensitive.
+constexpr int kFocusable = 11;
 constexpr std::array<std::pair<int, const char*>, 4> kStates = {
-    {{4, "checked"}, {11, "focusable"}, {12, "focused"}, {24, "sensitive"}}};
+    {{4, "checked"}, {kFocusable, "focusable"}, {12, "focused"}, {24, "sensitive"}}};
 constexpr std::uint32_t kInWindow = 1;  // as coordinates are meant
 
 /// Results own what they hold.
@@ -171,10 +174,12 @@ const Place kAll = {"org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root"
 std::optional<Accessible> find(const std::string& role, const std::string& name) {
     std::optional<Accessible> found;
     visit(kAll, 0, [&](const Accessible& seen, int) {
-        if (seen.role == role && seen.name == name) {
+        const bool isReached = (seen.states >> kFocusable & 1U) != 0;
+        if (seen.role == role && seen.name == name && (!found || isReached)) {
             found = seen;
+            return !isReached;
         }
-        return !found;
+        return true;
     });
     return found;
 }

@@ -12,6 +12,8 @@
 //                                                for one part in PART
 //   HostPicture cut FILE X Y WIDTH HEIGHT OUT    writes a rectangle into a file
 //   HostPicture pixel FILE X Y                   prints red, green and blue
+//   HostPicture box FILE RED GREEN BLUE          prints X Y WIDTH HEIGHT of the box around all that
+//                                                has about this colour
 //
 // Ends with 0 if so, and else with 1 and a line that says where the two differ most.
 #include <algorithm>
@@ -139,6 +141,20 @@ Picture cut(const Picture& picture, int x, int y, int width, int height) {
     return part;
 }
 
+/// The box around the pixels of a colour, but for the mixed ones at its edges.
+std::array<int, 4> boxOf(const Picture& picture, const Color& color) {
+    std::array<int, 4> corners = {picture.size.width, picture.size.height, 0, 0};
+    for (int y = 0; y < picture.size.height; ++y) {
+        for (int x = 0; x < picture.size.width; ++x) {
+            if (difference(picture.pixel(x, y), color) < 100) {
+                corners = {std::min(corners[0], x), std::min(corners[1], y),
+                           std::max(corners[2], x + 1), std::max(corners[3], y + 1)};
+            }
+        }
+    }
+    return {corners[0], corners[1], corners[2] - corners[0], corners[3] - corners[1]};
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -181,6 +197,12 @@ int main(int count, char** arguments) {
     if (task == "pixel" && count == 5) {
         const Color color = read(arguments[2]).pixel(number(3), number(4));
         std::printf("%d %d %d\n", color[0], color[1], color[2]);
+        return 0;
+    }
+    if (task == "box" && count == 6) {
+        const auto channel = [&](int index) { return static_cast<std::uint8_t>(number(index)); };
+        const auto box = boxOf(read(arguments[2]), {channel(3), channel(4), channel(5), 255});
+        std::printf("%d %d %d %d\n", box[0], box[1], box[2], box[3]);
         return 0;
     }
     std::puts("HostPicture: see the head of its source for what it can do");

@@ -36,7 +36,8 @@ reads_about() {
 
 # listen: notes from now on what assistive technology is told.
 listen() {
-    "$programs/AccessClient" watch > "$work/heard" &
+    : > "$work/heard"
+    "$programs/AccessClient" watch >> "$work/heard" &  # it goes on where the file is cut off
     started+=($!)
     wait_for "the client" grep -q watching "$work/heard"
     : > "$work/heard"

@@ -141,6 +141,17 @@ check_focus() {
     on first
     step Tab "focus 1"
 
+    echo "to an element that can have it only now"
+    order element 7 0 button 0 0 10 10 Seven
+    settle
+    order element 7 0 button! 0 0 10 10 Seven
+    order focus 7
+    on an element
+    silence
+    order focus 1
+    order remove 7
+    settle
+
     echo "to an element that the toolkit does not know yet"
     order element 6 0 button! 0 0 10 10 Six
     order focus 6

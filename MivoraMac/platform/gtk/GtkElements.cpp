@@ -286,15 +286,17 @@ void GtkElements::focus(std::uint64_t identifier) {
     const std::shared_ptr<bool> isAlive = isAlive_;
     takeFocus();
     if (*isAlive && isFocusWanted_) {
-        schedule(0);  // the element is a new one
+        schedule(0);  // the element is a new one, or focusable only now
     }
 }
 
-/// Moves the focus to where the view wants it, unless that has not come into a window yet.
+/// Moves the focus to where the view wants it, unless that has not come into a window yet, or is
+/// not known yet as something that takes it.
 void GtkElements::takeFocus() {
     const auto found = indices_.find(focused_);
-    GtkWidget* const widget = found != indices_.end() ? items_[found->second].widget() : nullptr;
-    if (root_ == nullptr || widget == nullptr) {
+    const Item* const item = found != indices_.end() ? &items_[found->second] : nullptr;
+    GtkWidget* const widget = item != nullptr ? item->widget() : nullptr;
+    if (root_ == nullptr || widget == nullptr || (item->standIn && !item->element.focusable)) {
         return;
     }
     const std::shared_ptr<bool> isAlive = isAlive_;
