@@ -85,8 +85,8 @@ std::vector<Step> script() {
     }
     at(205, [](Hands& hands) { hands.pointer.leave(); });
     // Two fingers stop the ring, make a card larger, and turn it.
-    constexpr Point kCard = {0.5, 0.35};
-    const auto span = [kCard](Hands& hands, double angle, double radius) {
+    static constexpr Point kCard = {0.5, 0.35};
+    const auto span = [](Hands& hands, double angle, double radius) {
         const Point middle = hands.at(kCard.x, kCard.y);
         const Point arm = {radius * hands.size.y * std::cos(angle),
                            radius * hands.size.y * std::sin(angle)};
