@@ -76,6 +76,10 @@ void MVView::setFocusable(bool focusable) {
     changeElement(&ElementState::focusable, focusable);
 }
 
+std::weak_ptr<MVWindow>& MVViewTree::windowOfFocus(MVView& view) {
+    return view.elementStateToChange().windowOfFocus;
+}
+
 bool MVView::focus() {
     MVWindow* const window = MVViewTree::rootWindow(*this);
     return window != nullptr && window->setFocusedView(weak_from_this().lock());

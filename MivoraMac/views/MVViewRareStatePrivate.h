@@ -43,6 +43,7 @@ struct MVView::ElementState {
     bool focusesOnPress = false;
     bool showsFocusRing = true;
     MVCursor cursor = MVCursor::Inherit;
+    std::weak_ptr<MVWindow> windowOfFocus;  ///< Whose focus it was told to have, until it ends.
 
     ElementState() = default;
     ~ElementState() { setCursor(MVCursor::Inherit); }

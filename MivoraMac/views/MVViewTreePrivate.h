@@ -107,6 +107,9 @@ struct MVViewTree {
     /// Notes that none is.
     static void holdsNoElements(MVView& view) { view.mayHoldElements_ = false; }
 
+    /// The window in whose name a view was sent `focusBegan`, and no end yet.
+    static std::weak_ptr<MVWindow>& windowOfFocus(MVView& view);
+
     /// Has a view draw the ring of the focus, or not.
     static void setDrawsFocusRing(MVView& view, bool draws) { view.drawsFocusRing_ = draws; }
 

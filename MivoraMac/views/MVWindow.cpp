@@ -241,6 +241,12 @@ void MVWindow::mv_settleFocus() {
     }
 }
 
+void MVWindow::mv_endFocus() {
+    if (focus_ != nullptr) {
+        focus_->tellEnded();
+    }
+}
+
 void MVWindow::mv_setFocusRingVisible(bool visible) {
     focusRingVisible_ = visible;
     if (focus_ != nullptr) {

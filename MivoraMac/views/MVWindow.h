@@ -165,6 +165,8 @@ class MIVORA_EXPORT MVWindow : public MVView, public Mivora::platform::Observabl
 
     /// Calls the hooks of focus for what was done to the tree.
     void mv_settleFocus();
+    /// Tells the view that was told to have the focus that it has lost it.
+    void mv_endFocus();
 
     /// Says whether the keyboard was used last, rather than the pointer: only then is the ring of
     /// the focus seen. True at first.

@@ -78,9 +78,7 @@ bool MVWindowFocus::moveTo(const std::shared_ptr<MVView>& view) {
     placeRing();
     log(view.get());
     RunAll all;
-    if (const std::shared_ptr<MVView> told = std::exchange(told_, {}).lock()) {
-        all.run([&] { told->focusEnded(); });
-    }
+    all.run([&] { tellEnded(); });
     // That hook may have moved it, or done something to the view.
     if (view && move == moves_ && canBeAt(*view)) {
         all.run([&] { tellBegan(view); });
@@ -103,14 +101,31 @@ void MVWindowFocus::settle() {
         return;
     }
     notePath();
-    if (told_.lock() != view) {
-        tellBegan(view);  // it could not have the focus when it was given
-    }
+    tellBegan(view);  // if it could not have the focus when it was given
 }
 
 void MVWindowFocus::tellBegan(const std::shared_ptr<MVView>& view) {
-    told_ = view;
-    view->focusBegan();
+    if (told_.lock() == view) {
+        return;  // a hook had the focus settled
+    }
+    std::weak_ptr<MVWindow>& teller = MVViewTree::windowOfFocus(*view);
+    RunAll all;
+    if (const std::shared_ptr<MVWindow> former = teller.lock()) {
+        all.run([&] { former->mv_endFocus(); });  // the view has left that one a moment ago
+    }
+    if (told_.expired() && given_.lock() == view) {
+        told_ = view;
+        teller = std::static_pointer_cast<MVWindow>(window_.shared_from_this());
+        all.run([&] { view->focusBegan(); });
+    }
+    all.rethrow();
+}
+
+void MVWindowFocus::tellEnded() {
+    if (const std::shared_ptr<MVView> told = std::exchange(told_, {}).lock()) {
+        MVViewTree::windowOfFocus(*told).reset();
+        told->focusEnded();
+    }
 }
 
 void MVWindowFocus::notePath() {

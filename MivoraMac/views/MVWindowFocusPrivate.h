@@ -39,6 +39,9 @@ class MVWindowFocus {
     /// Moves the focus to where `view` says it is.
     void settle();
 
+    /// Tells the view that was told last that it has lost the focus.
+    void tellEnded();
+
     /// Whether the ring is to be seen, where the focused view wants one.
     void setRingVisible(bool visible);
     /// Has the ring drawn by the view that has the focus, or by none.

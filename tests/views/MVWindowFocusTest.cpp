@@ -224,6 +224,30 @@ TEST_F(MVWindowFocusTest, aHookThatMovesItElsewhereWins) {
     EXPECT_THAT(scene.taken(), ElementsAre("a.focusEnded", "c.focusBegan"));
 }
 
+TEST_F(MVWindowFocusTest, aHookThatHasItSettledTellsNobodyTwice) {
+    const auto a = add("a");
+    const auto b = add("b");
+    a->focus();
+    scene.taken();
+    a->reaction = [&](const std::string&) { window->mv_settleFocus(); };
+    EXPECT_TRUE(b->focus());
+    EXPECT_THAT(scene.taken(), ElementsAre("a.focusEnded", "b.focusBegan"));
+}
+
+TEST_F(MVWindowFocusTest, aViewThatGetsItInAnotherWindowLosesItInTheOneThatItLeft) {
+    const auto a = add("a");
+    a->focus();
+    scene.taken();
+    const auto other = MVWindow::init();
+    other->addSubview(a);
+    EXPECT_TRUE(a->focus());
+    EXPECT_THAT(scene.taken(), ElementsAre("a.focusEnded", "a.focusBegan"));
+    window->mv_settleFocus();
+    EXPECT_TRUE(a->isFocused());
+    EXPECT_EQ(window->focusedView(), nullptr);
+    EXPECT_THAT(scene.taken(), IsEmpty());
+}
+
 TEST_F(MVWindowFocusTest, aViewMayRefuseItByGivingItUp) {
     const auto a = add("a");
     const auto b = add("b");
