@@ -18,12 +18,14 @@
 //   away DEGREES            turns all widgets about the upright axis, by the sublayer transform
 //   tilt DEGREES            the same, in perspective
 //   spin DEGREES            turns them in the plane of the window
-//   cycle COUNT             makes, shows and drops so many entries, and prints how many are left
+//   cycle COUNT             makes, shows and drops so many entries, and prints how many widgets and
+//                           views are left that were not there before
 //   resize WIDTH HEIGHT     of the view, with its window
 //   renderer                prints the toolkit's renderer that draws the window
 //   quit                    ends the program, as does the end of the input
 #include <gtk/gtk.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <glm/gtc/matrix_transform.hpp>
 #include <map>
@@ -31,6 +33,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "MivoraMac/MivoraMac.h"
 #include "MivoraMac/platform/gtk/GtkRenderView.h"
@@ -38,6 +41,7 @@
 
 using Mivora::platform::GtkWidgetForView;
 using Mivora::platform::MainThread;
+using Mivora::platform::View;
 using Mivora::platform::ViewForGtkWidget;
 using Mivora::platform::Window;
 
@@ -269,14 +273,42 @@ void Program::makeWindow() {
     gtk_window_present(GTK_WINDOW(window));
 }
 
+/// Calls `take` with a widget and all in it.
+template <class Take>
+void eachWidget(GtkWidget* widget, const Take& take) {
+    take(widget);
+    for (GtkWidget* child = gtk_widget_get_first_child(widget); child != nullptr;
+         child = gtk_widget_get_next_sibling(child)) {
+        eachWidget(child, take);
+    }
+}
+
+/// The widgets of all windows there are.
+int widgetsOnTheScreen() {
+    int count = 0;
+    GListModel* const windows = gtk_window_get_toplevels();
+    for (guint i = 0; i < g_list_model_get_n_items(windows); ++i) {
+        auto* const window = static_cast<GtkWidget*>(g_list_model_get_item(windows, i));
+        eachWidget(window, [&count](GtkWidget*) { ++count; });
+        g_object_unref(window);
+    }
+    return count;
+}
+
 void Program::cycle(int count) {
     static int alive = 0;
+    const int before = widgetsOnTheScreen();
+    std::vector<std::weak_ptr<View>> views;
     for (int i = 0; i < count; ++i) {
         GtkWidget* const widget = gtk_entry_new();
-        ++alive;
-        g_object_weak_ref(
-            G_OBJECT(widget), [](gpointer, GObject*) { --alive; }, nullptr);
-        auto bridge = MVBridgeView::initWithBridgeView(ViewForGtkWidget(widget));
+        eachWidget(widget, [](GtkWidget* each) {
+            ++alive;
+            g_object_weak_ref(
+                G_OBJECT(each), [](gpointer, GObject*) { --alive; }, nullptr);
+        });
+        const std::shared_ptr<View> view = ViewForGtkWidget(widget);
+        views.push_back(view);
+        auto bridge = MVBridgeView::initWithBridgeView(view);
         bridge->setSize({50, 30});
         application->window()->addSubview(bridge);
         if (i % 10 == 0) {
@@ -285,7 +317,9 @@ void Program::cycle(int count) {
         bridge->removeFromSuperview();
     }
     MainThread::runUntil([] { return alive == 0; }, 10);
-    std::printf("left %d\n", alive);
+    const auto kept =
+        std::count_if(views.begin(), views.end(), [](const auto& view) { return !view.expired(); });
+    std::printf("left %d\n", alive + static_cast<int>(kept) + widgetsOnTheScreen() - before);
 }
 
 void Program::act(const std::string& command, std::istringstream& rest) {
