@@ -131,8 +131,11 @@ void MVView::mv_buildWorldInteractionPlane() {
 }
 
 Mivora::Point3 MVView::mv_locationOfRay(const Mivora::Ray3& ray) {
-    mv_buildWorldInteractionPlane();
-    const glm::mat4& inverse = inverseMatrix();
+    if (worldInteractionPlaneDirty_) {
+        mv_buildWorldInteractionPlane();
+    }
+    const bool isBuilt = !transformMatrixDirty_ && !inverseTransformMatrixDirty_;
+    const glm::mat4& inverse = isBuilt ? inverseTransformMatrix_ : inverseMatrix();
     const Mivora::Point3 world = worldInteractionPlane_.RayIntersection(ray);
     const float scale = contentScaleFactor_;
     const Float4 location = Mivora::columnsOf(inverse) * Float4{world.x, world.y, world.z, 1.0F};
