@@ -21,10 +21,8 @@ namespace {
 
 constexpr float kPi = std::numbers::pi_v<float>;
 
-/// How far what is out of focus is blurred, and how far that reaches beyond the card, in pixels of
-/// its picture.
-constexpr float kBlurRadius = 5;
-constexpr int kBlurMargin = 14;
+/// How far what is blurred reaches beyond the card, in four points.
+constexpr int kBlurMargin = static_cast<int>(3 * Card::kBlurRadius) - 1;
 
 /// How long a card takes to turn over and to light up, in seconds.
 constexpr float kTurnTime = 0.6F;
@@ -90,17 +88,17 @@ Mivora::ColorRGBA diamondColor(float hue, std::size_t diamond) {
     return hsb(hue + 0.5F, 0.2F + 0.2F * static_cast<float>(diamond), 0.95F, 0.55F);
 }
 
-/// The back from afar: a picture of it with a margin, in half its points, that is blurred here once
-/// and for all. A filter on a view is for what changes; it is run in every frame.
-std::shared_ptr<MVImage> makeBlurredBack(float hue) {
-    constexpr int kWidth = static_cast<int>(Card::kSize.width) / 2 + 2 * kBlurMargin;
-    constexpr int kHeight = static_cast<int>(Card::kSize.height) / 2 + 2 * kBlurMargin;
+/// The back from afar: a picture of it with a margin, in a quarter of its points, that is blurred
+/// here once and for all. A filter on a view is for what changes; it is run in every frame.
+std::shared_ptr<MVImage> makeBlurredBack(float hue, const std::shared_ptr<MVFilter>& haze) {
+    constexpr int kWidth = static_cast<int>(Card::kSize.width) / 4 + 2 * kBlurMargin;
+    constexpr int kHeight = static_cast<int>(Card::kSize.height) / 4 + 2 * kBlurMargin;
     std::vector<std::uint8_t> pixels;
     pixels.reserve(std::size_t{4} * kWidth * kHeight);
     for (int y = 0; y < kHeight; ++y) {
         for (int x = 0; x < kWidth; ++x) {
-            const float right = static_cast<float>(2 * x + 1 - kWidth);
-            const float down = static_cast<float>(2 * y + 1 - kHeight);
+            const float right = 2 * static_cast<float>(2 * x + 1 - kWidth);
+            const float down = 2 * static_cast<float>(2 * y + 1 - kHeight);
             Mivora::ColorRGBA color = hsb(hue, 0.65F, 0.55F);
             for (std::size_t i = 0; i < kDiamonds.size(); ++i) {
                 if (std::abs(right) + std::abs(down) < kDiamonds[i]) {
@@ -117,12 +115,12 @@ std::shared_ptr<MVImage> makeBlurredBack(float hue) {
             }
         }
     }
-    constexpr float kScale = 0.5F;
+    constexpr float kScale = 0.25F;
     const auto processor = MVImageProcessor::init();
     processor->setSourceImage(
         MVImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
             pixels.data(), kWidth, kHeight, kScale, 0, true, GL_RGBA));
-    processor->setFilter(MVBlurFilter::initWithBlurRadius(kBlurRadius));
+    processor->setFilter(haze);
     return processor->filterImage();
 }
 
@@ -138,14 +136,15 @@ float ease(float share) {
 }  // namespace
 
 std::shared_ptr<Card> Card::make(float hue, const std::shared_ptr<MVView>& picture,
-                                 const std::string& title, const std::string& text) {
-    auto card = MVMake<Card>(hue, picture, title, text);
+                                 const std::string& title, const std::string& text,
+                                 const std::shared_ptr<MVFilter>& haze) {
+    auto card = MVMake<Card>(hue, picture, title, text, haze);
     card->addRecognizers();
     return card;
 }
 
 Card::Card(float hue, const std::shared_ptr<MVView>& picture, const std::string& title,
-           const std::string& text)
+           const std::string& text, const std::shared_ptr<MVFilter>& haze)
     : hue_(hue), title_(write(nullptr, {{8, 137}, {134, 16}})) {
     setSize(kSize);
     setAnchorPoint({0.5F, 0.5F});
@@ -187,7 +186,7 @@ Card::Card(float hue, const std::shared_ptr<MVView>& picture, const std::string&
     }
     back_->setHidden(true);
     addSubview(back_);
-    blurredBack_ = MVImageView::initWithImage(makeBlurredBack(hue));
+    blurredBack_ = MVImageView::initWithImage(makeBlurredBack(hue, haze));
     blurredBack_->setAnchorPoint({0.5F, 0.5F});
     blurredBack_->setPosition({kSize.width / 2, kSize.height / 2});
     blurredBack_->setInteractionEnabled(false);

@@ -17,6 +17,10 @@ class Card : public MVView, public MVGestureRecognizerDelegate {
     /// Where a picture belongs on the front.
     static constexpr Mivora::Rect2 kPictureRect{{8, 8}, {134, 124}};
 
+    /// How far what is out of focus is blurred, in four points of the card: a blur of a small
+    /// picture costs little.
+    static constexpr float kBlurRadius = 3;
+
     /// How small and how large fingers make it.
     static constexpr float kLeastScale = 0.5F;
     static constexpr float kLargestScale = 2;
@@ -24,8 +28,10 @@ class Card : public MVView, public MVGestureRecognizerDelegate {
     /// @param hue      of its colours, 0 to 1
     /// @param picture  what the front shows; null for a pattern
     /// @param title    below it, and what is written below that
+    /// @param haze     puts what is far out of focus; one for all cards, since it has a program
     static std::shared_ptr<Card> make(float hue, const std::shared_ptr<MVView>& picture,
-                                      const std::string& title, const std::string& text);
+                                      const std::string& title, const std::string& text,
+                                      const std::shared_ptr<MVFilter>& haze);
 
     /// What is written below the picture.
     void setTitle(const std::string& title);
@@ -59,7 +65,7 @@ class Card : public MVView, public MVGestureRecognizerDelegate {
  private:
     friend struct ::MVMaker;
     Card(float hue, const std::shared_ptr<MVView>& picture, const std::string& title,
-         const std::string& text);
+         const std::string& text, const std::shared_ptr<MVFilter>& haze);
 
     void addRecognizers();
     void tapped(const std::shared_ptr<MVTapGestureRecognizer>& tap);

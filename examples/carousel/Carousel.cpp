@@ -116,6 +116,7 @@ void Carousel::build() {
     addSubview(stage_);
 
     const auto weak = MVWeakSelf(this);
+    const auto haze = MVBlurFilter::initWithBlurRadius(Card::kBlurRadius);
     for (int i = 0; i < kCards; ++i) {
         const int column = i % kColumns;
         const auto number = static_cast<std::size_t>(i / 2);
@@ -128,7 +129,7 @@ void Carousel::build() {
             caption = kPictures[number % kPictures.size()];
             picture = MVImageView::initWithImage(MVImage::imageNamed(fileOf(caption.title)));
         }
-        auto card = Card::make(hueOf(column), picture, caption.title, caption.text);
+        auto card = Card::make(hueOf(column), picture, caption.title, caption.text, haze);
         card->setWakeHandler([weak] {
             if (const auto carousel = weak.lock()) {
                 carousel->wake();
