@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <memory>
 #include <numbers>
 #include <utility>
@@ -19,6 +21,7 @@ using Mivora::Point3;
 using Mivora::platform::HeadlessFingers;
 using Mivora::platform::HeadlessPointer;
 using Mivora::platform::MainThread;
+using Mivora::platform::Picture;
 using Mivora::platform::Window;
 
 constexpr float kPi = std::numbers::pi_v<float>;
@@ -72,6 +75,19 @@ class CarouselTest : public Mivora::tests::GLTest {
         return {{1, {640 - x, 520 - y}}, {2, {640 + x, 520 + y}}};
     }
 
+    /// The largest step from a pixel to the next in a row of the picture.
+    int largestStep(int row, int from, int to) const {
+        const Picture picture = MVCaptureWindow(application_->window());
+        int largest = 0;
+        for (int x = from; x < to; ++x) {
+            for (std::size_t part = 0; part < 3; ++part) {
+                largest = std::max(largest, std::abs(picture.pixel(x, row)[part] -
+                                                     picture.pixel(x + 1, row)[part]));
+            }
+        }
+        return largest;
+    }
+
     Card& card(std::size_t number) const { return *carousel_->cards().at(number); }
     float zoom() const { return card(0).superview()->uniformScale(); }
 
@@ -81,6 +97,15 @@ class CarouselTest : public Mivora::tests::GLTest {
     std::unique_ptr<HeadlessPointer> pointer_;
     std::unique_ptr<HeadlessFingers> fingers_;
 };
+
+TEST_F(CarouselTest, cardsBehindTheMiddleAreOutOfFocus) {
+    application_->window()->setFarDistance(2000);
+    run(1);
+    // Between the cards in front, the pattern of a back is seen.
+    EXPECT_GT(largestStep(305, 506, 534), 3);
+    EXPECT_LT(largestStep(305, 506, 534), 20);
+    EXPECT_GT(largestStep(470, 300, 600), 100) << "what is near is sharp";
+}
 
 TEST_F(CarouselTest, aTapTurnsACardOverAndAnotherBack) {
     const Point3 other = card(1).rotation3();
