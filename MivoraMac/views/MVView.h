@@ -462,7 +462,7 @@ class MIVORA_EXPORT MVView : public std::enable_shared_from_this<MVView>,
 
     /// The keyboard's focus has come to this view.
     virtual void focusBegan();
-    /// It has left. Comes once for every `focusBegan`.
+    /// It has left. Comes once for every `focusBegan`, unless the window goes before.
     virtual void focusEnded();
 
     /// @}
