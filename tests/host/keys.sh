@@ -230,6 +230,7 @@ check_keys() {
     await 'down 61 "a"'
     say focus 4
     await "up 61"
+    await obeyed
     hand let a
     order focus 1
     hand key a
@@ -241,6 +242,7 @@ check_keys() {
     await 'down 61 "a"'
     say insensitive
     await "up 61"
+    await obeyed
     hand let a
     say sensitive
     await obeyed
