@@ -199,6 +199,7 @@ void MVQuadBatch::enterState() {
 
 void MVQuadBatch::leaveState() {
     active_ = false;
+    stream_.endRun();
     glBindBuffer(GL_ARRAY_BUFFER, rebuilt_ ? 0 : static_cast<GLuint>(arrayBufferBefore_));
     if (program_ != 0) {
         glBindVertexArray(0);

@@ -2,9 +2,9 @@
 
 #include <array>
 #include <numeric>
-#include <string_view>
 
 #include "MivoraMac/platform/base/DebugLog.h"
+#include "MivoraMac/platform/gl/SoftwareRasterizerPrivate.h"
 #include "MivoraMac/render/MVQuadProgramsPrivate.h"
 
 using Mivora::platform::DebugLog;
@@ -151,9 +151,7 @@ bool MVQuadPrograms::create() {
 void MVQuadPrograms::createTextures() {
     // llvmpipe reads the index once for the pixels that it shades at a time, which are of one
     // primitive.
-    const auto* const renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
-    if (renderer == nullptr || std::string_view(renderer).find("llvmpipe") != 0 ||
-        !epoxy_has_gl_extension("GL_ARB_ES3_2_compatibility") ||
+    if (!Mivora::platform::isLlvmpipe() || !epoxy_has_gl_extension("GL_ARB_ES3_2_compatibility") ||
         !epoxy_has_gl_extension("GL_ARB_blend_func_extended")) {
         return;
     }

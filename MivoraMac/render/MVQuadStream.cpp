@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "MivoraMac/platform/gl/SoftwareRasterizerPrivate.h"
 #include "MivoraMac/render/MVQuadProgramsPrivate.h"
 #include "MivoraMac/render/MVQuadStreamPrivate.h"
 
@@ -25,6 +26,7 @@ void MVQuadStream::create() {
     glGenVertexArrays(1, &colorArray_);
     glGenVertexArrays(1, &textureArray_);
     used_ = kSize;
+    collects_ = Mivora::platform::isLlvmpipe();
 
     // The two triangles of a strip of four vertices, with the winding they have there.
     std::vector<std::uint16_t> indices;
@@ -59,9 +61,17 @@ void MVQuadStream::destroy() {
     glDeleteBuffers(1, &vertexBuffer_);
     glDeleteBuffers(1, &indexBuffer_);
     colorArray_ = textureArray_ = vertexBuffer_ = indexBuffer_ = 0;
+    lot_ = 0;
 }
 
 bool MVQuadStream::map() {
+    // llvmpipe collects triangles, some 200 bytes each, until somebody needs the picture, and keeps
+    // that memory until it collects in the same place again: however many quads follow each other,
+    // it gets as many at a time as the buffer holds. Frames of fewer are left whole.
+    if (collects_ && lot_ + kLeast > kSize) {
+        glFinish();
+        lot_ = 0;
+    }
     if (used_ + kLeast > kSize) {
         glBufferData(GL_ARRAY_BUFFER, kSize, nullptr, GL_STREAM_DRAW);
         used_ = 0;
@@ -79,5 +89,6 @@ void MVQuadStream::unmap() {
         glFlushMappedBufferRange(GL_ARRAY_BUFFER, 0, static_cast<GLsizeiptr>(used_ - mappedFrom_));
     }
     glUnmapBuffer(GL_ARRAY_BUFFER);
+    lot_ += used_ - mappedFrom_;
     mapped_ = nullptr;
 }

@@ -65,6 +65,8 @@ class MVQuadStream {
     }
     /// Hands the vertices over; they can be drawn from here on.
     void unmap();
+    /// Before anything else is done than to draw from the arrays.
+    void endRun() { lot_ = 0; }
 
     /// The arrays to bind for drawing with a kind of vertices; `quads` are drawn as triangles with
     /// six indices each.
@@ -85,4 +87,6 @@ class MVQuadStream {
     std::byte* mapped_ = nullptr;
     std::size_t mappedFrom_ = 0;
     std::size_t used_ = kSize;
+    bool collects_ = false;  ///< Whether the rasterizer begins only when it has to.
+    std::size_t lot_ = 0;    ///< As many bytes it has collected at least.
 };

@@ -151,6 +151,7 @@ GLCallRecorder::GLCallRecorder() {
     MIVORA_WATCH(glDrawElementsBaseVertex);
     MIVORA_WATCH(glEnable);
     MIVORA_WATCH(glEnableVertexAttribArray);
+    MIVORA_WATCH(glFinish);
     MIVORA_WATCH(glFlush);
     MIVORA_WATCH(glFramebufferRenderbuffer);
     MIVORA_WATCH(glFramebufferTexture2D);

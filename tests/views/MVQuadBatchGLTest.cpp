@@ -14,6 +14,7 @@
 
 #include "MivoraMac/app/MVCapture.h"
 #include "MivoraMac/images/MVImage.h"
+#include "MivoraMac/platform/gl/SoftwareRasterizerPrivate.h"
 #include "MivoraMac/render/MVShader.h"
 #include "MivoraMac/views/MVColorView.h"
 #include "MivoraMac/views/MVFramePrivate.h"
@@ -369,6 +370,43 @@ TEST_F(MVQuadBatchTest, aFastQueueDoesNotMakeRunsSmall) {
     window->mv_drawVisit();
     finish();
     EXPECT_LE(drawCalls(), 4U);
+}
+
+TEST_F(MVQuadBatchTest, aSoftwareRasterizerIsGivenManyViewsInLots) {
+    bool isLlvmpipe = false;
+    onQueue([&] { isLlvmpipe = Mivora::platform::isLlvmpipe(); });
+    if (!isLlvmpipe) {
+        GTEST_SKIP() << "others begin by themselves";
+    }
+    const auto window = squares(10000);
+    gl_->clear();
+    {
+        Mivora::tests::QueueGate gate(*context_->dispatchQueue());
+        window->mv_drawVisit();
+        gate.open();
+        finish();
+    }
+    std::size_t most = 0;
+    std::size_t quads = 0;
+    for (const Mivora::tests::GLCall& call : gl_->calls()) {
+        if (call.name == "glFinish") {
+            quads = 0;
+        } else if (call.name == "glDrawElementsBaseVertex") {
+            quads += static_cast<std::size_t>(call.arguments.at(1)) / 6;
+            most = std::max(most, quads);
+        }
+    }
+    EXPECT_LT(most, 5000U);
+    EXPECT_THAT(gl_->callsOf("glFinish"), SizeIs(2));
+}
+
+TEST_F(MVQuadBatchTest, framesOfFewerViewsAreNotDivided) {
+    const auto window = squares(3000);
+    for (int frame = 0; frame < 4; ++frame) {
+        window->mv_drawVisit();
+        finish();
+    }
+    EXPECT_THAT(gl_->callsOf("glFinish"), IsEmpty());
 }
 
 TEST_F(MVQuadBatchTest, switchedOffEveryViewMakesItsCalls) {
