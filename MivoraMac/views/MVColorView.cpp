@@ -25,7 +25,7 @@ std::shared_ptr<MVColorView> MVColorView::initWithColor(Mivora::ColorRGBA color)
 }
 
 MVColorView::MVColorView(Mivora::ColorRGBA color)
-    : color_(color), quad_(std::make_unique<MVQuad>(MVQuad::Vertices::Position)) {
+    : color_(color), quad_(std::make_unique<MVQuad>()) {
     if (const auto cache = MVShaderCache::sharedCache()) {
         shader_ =
             cache->shaderForKeyAs<MVShaderPositionUniformColor>("MVShaderPositionUniformColor");

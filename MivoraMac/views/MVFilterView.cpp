@@ -66,7 +66,7 @@ MVFilterView::MVFilterView()
     : presence_(std::make_shared<char>()),
       surface_(MVRenderSurface::init()),
       squareWindow_(MVWindow::mv_initWithOwner(as<MVWindowOwner>())),
-      quad_(std::make_unique<MVQuad>(MVQuad::Vertices::PositionAndTexCoord)),
+      quad_(std::make_unique<MVTextureQuad>()),
       filterStage_(std::make_unique<MVFilterStage>()) {
     surface_->setMultisampleFormat(0);
     squareWindow_->setMv_surface(surface_);

@@ -17,7 +17,7 @@
 class MVFilterStage;
 class MVImage;
 class MVImageRenderSurfaceBuffer;
-class MVQuad;
+class MVTextureQuad;
 class MVRenderSurface;
 class MVShaderPositionTextureUniformColor;
 
@@ -153,7 +153,7 @@ class MIVORA_EXPORT MVFilterView : public MVView,
     glm::mat4 zeroRotationTransformMatrix_{1.0F};
     Mivora::Point2I rebuildThreshold_{1, 1};
     bool surfaceDirty_ = false;
-    std::unique_ptr<MVQuad> quad_;
+    std::unique_ptr<MVTextureQuad> quad_;
     std::shared_ptr<MVShaderPositionTextureUniformColor> shader_;
     std::unique_ptr<MVFilterStage> filterStage_;
 };

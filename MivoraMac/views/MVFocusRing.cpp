@@ -14,7 +14,7 @@ using Mivora::platform::AtEnd;
 MVFocusRing::MVFocusRing() {
     for (Band* const band : {&outer_, &inner_}) {
         for (std::unique_ptr<MVQuad>& quad : *band) {
-            quad = std::make_unique<MVQuad>(MVQuad::Vertices::Position);
+            quad = std::make_unique<MVQuad>();
         }
     }
     if (const auto cache = MVShaderCache::sharedCache()) {

@@ -67,7 +67,7 @@ std::shared_ptr<MVImageView> MVImageView::initWithImage(const std::shared_ptr<MV
 }
 
 MVImageView::MVImageView(const std::shared_ptr<MVImage>& image)
-    : quad_(std::make_unique<MVQuad>(MVQuad::Vertices::PositionAndTexCoord)),
+    : quad_(std::make_unique<MVTextureQuad>()),
       observer_(std::make_shared<Observer>(*this)),
       filterStage_(std::make_unique<MVFilterStage>()) {
     if (const auto cache = MVShaderCache::sharedCache()) {

@@ -8,7 +8,7 @@
 
 class MVFilterStage;
 class MVImage;
-class MVQuad;
+class MVTextureQuad;
 class MVShaderPositionTextureUniformColor;
 
 /// A view that shows an image, stretched over its width and height, through a filter if it is given
@@ -90,7 +90,7 @@ class MIVORA_EXPORT MVImageView : public MVView, public MVFilterObserver {
     std::shared_ptr<MVFilterObserver> filterObserver();
 
     std::shared_ptr<MVImage> image_;
-    std::unique_ptr<MVQuad> quad_;
+    std::unique_ptr<MVTextureQuad> quad_;
     std::shared_ptr<MVShaderPositionTextureUniformColor> shader_;
     std::shared_ptr<Observer> observer_;
     std::unique_ptr<MVFilterStage> filterStage_;

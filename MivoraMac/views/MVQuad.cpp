@@ -1,5 +1,6 @@
 #include <epoxy/gl.h>
 
+#include <array>
 #include <cstddef>
 #include <utility>
 
@@ -19,12 +20,14 @@ constexpr GLsizei kVertexCount = 4;
 /// The most that four vertices take.
 using VertexData = std::array<float, kVertexCount * 4>;
 
-GLsizeiptr dataSize(MVQuad::Vertices vertices) {
-    return vertices == MVQuad::Vertices::Position ? 32 : 64;
+}  // namespace
+
+std::ptrdiff_t MVQuad::dataSize(Vertices vertices) {
+    return vertices == Vertices::Position ? 32 : 64;
 }
 
-void pointAttributes(MVQuad::Vertices vertices) {
-    const bool textured = vertices == MVQuad::Vertices::PositionAndTexCoord;
+void MVQuad::pointAttributes(Vertices vertices) {
+    const bool textured = vertices == Vertices::PositionAndTexCoord;
     const GLsizei stride = textured ? 16 : 0;
     glEnableVertexAttribArray(MVShaderAttributeSlotPosition);
     glVertexAttribPointer(MVShaderAttributeSlotPosition, 2, GL_FLOAT, GL_FALSE, stride, nullptr);
@@ -35,8 +38,6 @@ void pointAttributes(MVQuad::Vertices vertices) {
                               reinterpret_cast<const void*>(kTexCoordOffset));
     }
 }
-
-}  // namespace
 
 MVQuad::MVQuad(Vertices vertices)
     : context_(MVRenderContext::mv_drawingContext()), vertices_(vertices) {
@@ -49,7 +50,7 @@ MVQuad::~MVQuad() {
     if (!names_) {
         return;
     }
-    context_->mv_group()->dispatch([names = std::move(names_)] {
+    context_->mv_group()->dispatch([names = std::move(*names_)] {
         if (names->vertexArray != 0) {
             glBindVertexArray(0);
             glDeleteVertexArrays(1, &names->vertexArray);
@@ -63,8 +64,8 @@ MVQuad::~MVQuad() {
 
 /// Makes the array and the buffer, with all vertices at zero.
 void MVQuad::makeNames() {
-    names_ = std::make_shared<Names>();
-    context_->dispatchBlock([names = names_, vertices = vertices_] {
+    names_ = std::make_unique<std::shared_ptr<Names>>(std::make_shared<Names>());
+    context_->dispatchBlock([names = *names_, vertices = vertices_] {
         glGenVertexArrays(1, &names->vertexArray);
         glBindVertexArray(names->vertexArray);
         glGenBuffers(1, &names->vertexBuffer);
@@ -83,12 +84,25 @@ void MVQuad::setSize(Mivora::Size2 size) {
     }
 }
 
-void MVQuad::build(Mivora::Size2 size, Mivora::Rect2 textureCoordinates) {
+/// As they were built last.
+const Mivora::Rect2& MVQuad::textureCoordinates() const {
+    return hasTextureCoordinates()
+               ? static_cast<const MVTextureQuad*>(this)->builtTextureCoordinates_
+               : Mivora::Rect2::kZero;
+}
+
+void MVTextureQuad::build(Mivora::Size2 size, Mivora::Rect2 textureCoordinates) {
+    if (isDirty()) {
+        builtTextureCoordinates_ = textureCoordinates;
+        MVQuad::build(size);
+    }
+}
+
+void MVQuad::build(Mivora::Size2 size) {
     if (!dirty_) {
         return;
     }
     builtSize_ = size;
-    builtTextureCoordinates_ = textureCoordinates;
     dirty_ = false;
     rebuilt_ = true;
     uploaded_ = false;
@@ -105,16 +119,17 @@ void MVQuad::upload() {
     const float w = builtSize_.width;
     const float h = builtSize_.height;
     VertexData data{};
-    if (vertices_ == Vertices::Position) {
+    if (!hasTextureCoordinates()) {
         data = {0, 0, w, 0, 0, h, w, h};
     } else {
-        const float left = builtTextureCoordinates_.origin.x;
-        const float top = builtTextureCoordinates_.origin.y;
-        const float right = left + builtTextureCoordinates_.size.width;
-        const float bottom = top + builtTextureCoordinates_.size.height;
+        const Mivora::Rect2& part = textureCoordinates();
+        const float left = part.origin.x;
+        const float top = part.origin.y;
+        const float right = left + part.size.width;
+        const float bottom = top + part.size.height;
         data = {0, 0, left, top, w, 0, right, top, 0, h, left, bottom, w, h, right, bottom};
     }
-    context_->dispatchBlock([names = names_, vertices = vertices_, data] {
+    context_->dispatchBlock([names = *names_, vertices = vertices_, data] {
         glBindBuffer(GL_ARRAY_BUFFER, names->vertexBuffer);
         glBufferData(GL_ARRAY_BUFFER, dataSize(vertices), data.data(), GL_DYNAMIC_DRAW);
         glBindBuffer(GL_ARRAY_BUFFER, 0);
@@ -180,7 +195,7 @@ bool MVQuad::record(const std::shared_ptr<MVShader>& shader, const MVQuadProgram
 void MVQuad::write(MVQuadEntry& entry, const MVQuadProgram& program, Mivora::ColorRGBA tint,
                    std::uint32_t texture, Blend blend) {
     entry.tint = tint;
-    entry.textureCoordinates = builtTextureCoordinates_;
+    entry.textureCoordinates = textureCoordinates();
     entry.size = builtSize_;
     entry.program = program;
     entry.texture = texture;
@@ -203,7 +218,7 @@ void MVQuad::draw(Blend blend) {
     if (!uploaded_) {
         upload();
     }
-    context_->dispatchBlock([names = names_, blend] {
+    context_->dispatchBlock([names = *names_, blend] {
         glDisable(GL_DEPTH_TEST);
         if (blend == Blend::Off) {
             glDisable(GL_BLEND);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -34,16 +34,11 @@ class MVShaderPositionUniformColor;
 /// Without one, or with one that has no GL, nothing is drawn. Thread: main.
 class MIVORA_EXPORT MVQuad {
  public:
-    /// What a vertex consists of, in floats, tightly packed.
-    enum class Vertices {
-        Position,             ///< x, y
-        PositionAndTexCoord,  ///< x, y, u, v
-    };
-
     using Blend = MVQuadBlend;
 
-    /// Begins with all vertices at zero and unmarked.
-    explicit MVQuad(Vertices vertices);
+    /// Begins with all vertices, which are positions, at zero and unmarked.
+    MVQuad() : MVQuad(Vertices::Position) {}
+    /// Not virtual: a textured quad is owned as such.
     ~MVQuad();
     MVQuad(const MVQuad&) = delete;
     MVQuad& operator=(const MVQuad&) = delete;
@@ -59,10 +54,8 @@ class MIVORA_EXPORT MVQuad {
     bool isDirty() const { return dirty_; }
 
     /// Rewrites the vertices if they are marked.
-    /// @param size                in points
-    /// @param textureCoordinates  the part of the texture shown, (0, 0, 1, 1) for all of it;
-    ///                            ignored where vertices have none
-    void build(Mivora::Size2 size, Mivora::Rect2 textureCoordinates = Mivora::Rect2::kZero);
+    /// @param size  in points
+    void build(Mivora::Size2 size);
 
     /// Queues the drawing of the view at hand in one colour: uses the shader, gives it the colour
     /// and draws. Null draws nothing.
@@ -92,23 +85,53 @@ class MIVORA_EXPORT MVQuad {
         return premultiplied ? Blend::Premultiplied : Blend::Straight;
     }
 
+ protected:
+    /// What a vertex consists of, in floats, tightly packed.
+    enum class Vertices : std::uint8_t {
+        Position,             ///< x, y
+        PositionAndTexCoord,  ///< x, y, u, v; of an `MVTextureQuad`
+    };
+
+    explicit MVQuad(Vertices vertices);
+
  private:
     struct Names {
         std::uint32_t vertexArray = 0;
         std::uint32_t vertexBuffer = 0;
     };
 
+    bool hasTextureCoordinates() const { return vertices_ == Vertices::PositionAndTexCoord; }
+    const Mivora::Rect2& textureCoordinates() const;
+    static std::ptrdiff_t dataSize(Vertices vertices);
+    static void pointAttributes(Vertices vertices);
     void makeNames();
     void upload();
     bool record(const std::shared_ptr<MVShader>& shader, const MVQuadProgram& program,
                 Mivora::ColorRGBA tint, std::uint32_t texture, Blend blend);
 
     std::shared_ptr<MVRenderContext> context_;
-    std::shared_ptr<Names> names_;  ///< Null until something is played.
+    /// Null until something is played, as for most quads it never is. Shared with the queue.
+    std::unique_ptr<std::shared_ptr<Names>> names_;
     Mivora::Size2 builtSize_ = Mivora::Size2::kZero;
-    Mivora::Rect2 builtTextureCoordinates_ = Mivora::Rect2::kZero;
-    Vertices vertices_;
+    const Vertices vertices_;
     bool dirty_ = false;
     bool rebuilt_ = false;   ///< Since the last recorded drawing.
     bool uploaded_ = false;  ///< The buffer holds what was built.
+};
+
+/// A quad whose corners have places in a texture.
+class MIVORA_EXPORT MVTextureQuad final : public MVQuad {
+ public:
+    /// Begins with all vertices at zero and unmarked.
+    MVTextureQuad() : MVQuad(Vertices::PositionAndTexCoord) {}
+
+    /// Rewrites the vertices if they are marked.
+    /// @param size                in points
+    /// @param textureCoordinates  the part of the texture shown, (0, 0, 1, 1) for all of it
+    void build(Mivora::Size2 size, Mivora::Rect2 textureCoordinates);
+
+ private:
+    friend class MVQuad;
+
+    Mivora::Rect2 builtTextureCoordinates_ = Mivora::Rect2::kZero;
 };

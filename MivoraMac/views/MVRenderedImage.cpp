@@ -29,7 +29,7 @@ constexpr float kLargestCanvas = 32767;
 }  // namespace
 
 MVRenderedImage::MVRenderedImage()
-    : quad_(std::make_unique<MVQuad>(MVQuad::Vertices::PositionAndTexCoord)) {
+    : quad_(std::make_unique<MVTextureQuad>()) {
     if (const auto cache = MVShaderCache::sharedCache()) {
         shader_ = cache->shaderForKeyAs<MVShaderPositionTextureUniformColor>(
             "MVShaderPositionTextureUniformColor");

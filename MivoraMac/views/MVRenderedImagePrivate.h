@@ -8,7 +8,7 @@
 #include "MivoraMac/platform/pictures/Picture.h"
 
 class MVMutableImage;
-class MVQuad;
+class MVTextureQuad;
 class MVShaderPositionTextureUniformColor;
 class MVView;
 
@@ -61,7 +61,7 @@ class MIVORA_EXPORT MVRenderedImage {
     void refuse(Mivora::Size2 pixels);
 
     std::shared_ptr<MVMutableImage> image_;
-    std::unique_ptr<MVQuad> quad_;
+    std::unique_ptr<MVTextureQuad> quad_;
     std::shared_ptr<MVShaderPositionTextureUniformColor> shader_;
     Mivora::Size2 refused_ = Mivora::Size2::kZero;
     bool isDirty_ = false;

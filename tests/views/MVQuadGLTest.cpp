@@ -29,9 +29,10 @@ constexpr Rect2 kWholeTexture{{0.0F, 0.0F}, {1.0F, 1.0F}};
 
 class MVQuadTest : public Mivora::tests::GLTest {
  protected:
-    std::unique_ptr<MVQuad> make(MVQuad::Vertices vertices = MVQuad::Vertices::Position) {
+    template <class Quad = MVQuad>
+    std::unique_ptr<Quad> make() {
         gl_->clear();
-        auto quad = std::make_unique<MVQuad>(vertices);
+        auto quad = std::make_unique<Quad>();
         finish();
         vertexArray_ = gl_->callsOf("glGenVertexArrays").at(0).names.at(0);
         vertexBuffer_ = gl_->callsOf("glGenBuffers").at(0).names.at(0);
@@ -58,7 +59,7 @@ class MVQuadTest : public Mivora::tests::GLTest {
 };
 
 TEST_F(MVQuadTest, aQuadOfPositionsIsMadeOfZeros) {
-    auto quad = std::make_unique<MVQuad>(MVQuad::Vertices::Position);
+    auto quad = std::make_unique<MVQuad>();
     finish();
     EXPECT_THAT(uploaded(), ElementsAreArray(std::vector<float>(8, 0.0F)));
     quad = make();
@@ -76,7 +77,7 @@ TEST_F(MVQuadTest, aQuadOfPositionsIsMadeOfZeros) {
 }
 
 TEST_F(MVQuadTest, aQuadWithTextureCoordinatesInterleavesThem) {
-    const auto quad = make(MVQuad::Vertices::PositionAndTexCoord);
+    const auto quad = make<MVTextureQuad>();
     EXPECT_THAT(made_,
                 ElementsAre(callText("glGenVertexArrays", 1, 1),          //
                             callText("glBindVertexArray", vertexArray_),  //
@@ -104,7 +105,7 @@ TEST_F(MVQuadTest, buildingRewritesTheVerticesOfAMarkedQuad) {
 }
 
 TEST_F(MVQuadTest, textureCoordinatesFollowTheCorners) {
-    const auto quad = make(MVQuad::Vertices::PositionAndTexCoord);
+    const auto quad = make<MVTextureQuad>();
     quad->setDirty();
     quad->build({10.0F, 20.0F}, kWholeTexture);
     EXPECT_THAT(uploaded(), ElementsAre(0, 0, 0, 0, 10, 0, 1, 0, 0, 20, 0, 1, 10, 20, 1, 1));
@@ -218,7 +219,7 @@ TEST_F(MVQuadTest, verticesAreThoseOfTheMomentTheyWereBuilt) {
 TEST_F(MVQuadTest, aQuadMayGoWhileItsCallsWait) {
     {
         QueueGate gate(*context_->dispatchQueue());
-        auto quad = std::make_unique<MVQuad>(MVQuad::Vertices::Position);
+        auto quad = std::make_unique<MVQuad>();
         quad->setSize({10.0F, 20.0F});
         quad->build({10.0F, 20.0F});
         quad->draw(MVQuad::Blend::Off);
@@ -259,15 +260,18 @@ TEST_F(MVQuadTest, theQuadKeepsItsContextAlive) {
 
 TEST_F(MVQuadTest, withoutAnActiveContextNothingIsDrawn) {
     MVRenderContext::mv_setActiveContext(nullptr);
-    for (const auto vertices :
-         {MVQuad::Vertices::Position, MVQuad::Vertices::PositionAndTexCoord}) {
-        MVQuad quad(vertices);
-        EXPECT_EQ(quad.context(), nullptr);
-        quad.setSize({10.0F, 20.0F});
-        quad.build({10.0F, 20.0F}, kWholeTexture);
-        EXPECT_FALSE(quad.isDirty());
-        quad.draw(MVQuad::Blend::Straight);
-    }
+    MVQuad plain;
+    EXPECT_EQ(plain.context(), nullptr);
+    plain.setSize({10.0F, 20.0F});
+    plain.build({10.0F, 20.0F});
+    EXPECT_FALSE(plain.isDirty());
+    plain.draw(MVQuad::Blend::Straight);
+    MVTextureQuad textured;
+    EXPECT_EQ(textured.context(), nullptr);
+    textured.setSize({10.0F, 20.0F});
+    textured.build({10.0F, 20.0F}, kWholeTexture);
+    EXPECT_FALSE(textured.isDirty());
+    textured.draw(MVQuad::Blend::Straight);
     EXPECT_THAT(texts(), IsEmpty());
 }
 
@@ -278,7 +282,7 @@ using MVQuadWithoutGLTest = Mivora::tests::ThreadsafeDeathTest;
     const auto context = MVRenderContext::init();
     MVRenderContext::mv_setActiveContext(context);
     {
-        MVQuad quad(MVQuad::Vertices::PositionAndTexCoord);
+        MVTextureQuad quad;
         quad.setSize({10.0F, 20.0F});
         quad.build({10.0F, 20.0F}, kWholeTexture);
         quad.draw(MVQuad::Blend::Straight);
