@@ -77,6 +77,7 @@
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/gl/NativeGLContext.h"
 #include "MivoraMac/platform/gl/PixelFormat.h"
+#include "MivoraMac/platform/gl/PixelRegion.h"
 #include "MivoraMac/platform/headless/HeadlessDisplayLink.h"
 #include "MivoraMac/platform/headless/HeadlessFingers.h"
 #include "MivoraMac/platform/headless/HeadlessHost.h"

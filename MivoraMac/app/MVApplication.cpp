@@ -227,27 +227,14 @@ bool MVApplication::mv_runLoop(const std::shared_ptr<MVApplicationRunLoop>& /*se
     if (!needsDraw) {
         return false;
     }
-    const auto context = parts_->context->mv_context();
     const std::uint64_t drawing = ++drawings_;
-    MVFrame::draw(*parts_->window, [this, context] {
-        if (context) {
-            parts_->context->mv_dispatchBlock(
-                MVRenderContext::StencilPlanes::Cleared, [context, color = clearColor_] {
-                    glBindFramebuffer(GL_FRAMEBUFFER, context->drawable().beginFrame());
-                    glClearColor(color.red, color.green, color.blue, color.alpha);
-                    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
-                });
-        }
+    MVFrame::draw(*parts_->window, [this] {
+        parts_->context->mv_beginFrame(clearColor_);
         parts_->renderView->mv_setViewport();
     });
     const bool isWhole = drawings_ == drawing;
-    if (context) {
-        // Until the end, a `present` of the frame before leaves this one to its own.
-        parts_->context->dispatchBlock([context, isWhole] {
-            isWhole ? context->drawable().endFrame()
-                    : static_cast<void>(context->drawable().beginFrame());
-        });
-    }
+    // Until the end, a `present` of the frame before leaves this one to its own.
+    parts_->context->mv_endFrame(isWhole);
     if (!isWhole) {
         // Something in the tree had a frame drawn at once, as a resize does. That one was whole;
         // this one drew some of itself before it and the rest over it.

@@ -135,9 +135,10 @@ Mivora::Point2 MVApplicationRenderView::mv_pointForEvent(const Event& event) con
 
 void MVApplicationRenderView::mv_setViewport() {
     if (const auto context = MVRenderContext::mv_drawingContext()) {
-        context->mv_dispatchBlockSync(MVRenderContext::StencilPlanes::Kept, [size = backingSize()] {
+        const auto setViewport = [size = backingSize()] {
             glViewport(0, 0, size.width, size.height);
-        });
+        };
+        context->mv_dispatchBlockSync(MVRenderContext::StencilPlanes::OfFrame, setViewport);
     }
 }
 

@@ -50,4 +50,14 @@ inline Float4 operator*(const Float4x4& matrix, Float4 vector) {
            matrix.column[2] * vector[2] + matrix.column[3] * vector[3];
 }
 
+/// Both matrices, the left one after the right one: added up in the order in which the product
+/// that the shaders are given is.
+inline Float4x4 product(const Float4x4& left, const Float4x4& right) {
+    Float4x4 result;
+    for (int i = 0; i < 4; ++i) {
+        result.column[i] = left * right.column[i];
+    }
+    return result;
+}
+
 }  // namespace Mivora

@@ -5,6 +5,7 @@
 #include <glm/gtc/type_ptr.hpp>
 #include <utility>
 
+#include "MivoraMac/render/MVPartialRedrawPrivate.h"
 #include "MivoraMac/render/MVQuadBatchPrivate.h"
 #include "MivoraMac/render/MVRenderSurface.h"
 
@@ -13,16 +14,6 @@ using Mivora::Float4;
 using Mivora::Float4x4;
 
 namespace {
-
-/// Both matrices, the left one after the right one: added up in the order in which the product
-/// that the shaders are given is.
-Float4x4 product(const Float4x4& left, const Float4x4& right) {
-    Float4x4 result;
-    for (int i = 0; i < 4; ++i) {
-        result.column[i] = left * right.column[i];
-    }
-    return result;
-}
 
 Float4 vectorOf(Mivora::ColorRGBA color) {
     return Float4{color.red, color.green, color.blue, color.alpha};
@@ -149,6 +140,7 @@ bool MVQuadBatch::makeObjects() {
 
 void MVQuadBatch::release() {
     settle();
+    frame_.reset();
     if (stream_.isCreated()) {
         stream_.destroy();
     }
@@ -156,6 +148,30 @@ void MVQuadBatch::release() {
 }
 
 void MVQuadBatch::draw(std::span<const MVQuadEntry> entries) {
+    if (frame_ == nullptr) {
+        ++otherWork_;
+    } else if (frame_->take(entries)) {
+        return;
+    }
+    drawAtOnce(entries);
+}
+
+void MVQuadBatch::setFrame(std::shared_ptr<MVPartialRedraw> frame) {
+    frame_ = std::move(frame);
+}
+
+void MVQuadBatch::otherWorkComes() {
+    ++otherWork_;
+    contextComes(nullptr);
+}
+
+void MVQuadBatch::contextComes(const MVPartialRedraw* frames) {
+    if (frame_ != nullptr && frame_.get() != frames) {
+        frame_->giveUp();
+    }
+}
+
+void MVQuadBatch::drawAtOnce(std::span<const MVQuadEntry> entries) {
     if (entries.empty()) {
         return;
     }
@@ -211,6 +227,9 @@ void MVQuadBatch::leaveState() {
         }
         return;
     }
+    if (!depthTestOff_) {
+        glDisable(GL_DEPTH_TEST);
+    }
     if (lastBlend_ != MVQuadBlend::Off) {
         setBlendFunction(lastBlend_);
     }
@@ -258,6 +277,11 @@ bool MVQuadBatch::append(std::span<const MVQuadEntry> entries) {
             break;
         case MVQuadEntry::Kind::EndStencil:
             return appendEnd(entry);
+        case MVQuadEntry::Kind::Unseen:
+            if (entry.program.name != 0) {
+                rememberUse(entry, product(projection_, columnsOf(entry.matrix)));
+            }
+            break;
     }
     return true;
 }
@@ -591,8 +615,9 @@ void MVQuadBatch::bindTextures(const Command& command) {
 
 /// Leaves the units as if there were but one.
 void MVQuadBatch::restoreTextures() {
-    const auto bind = [this](std::size_t unit, std::uint32_t texture) {
-        if (bound_[unit] != texture) {
+    const bool isKnown = activeUnit_ >= 0;  // or else nothing textured was seen
+    const auto bind = [this, isKnown](std::size_t unit, std::uint32_t texture) {
+        if (bound_[unit] != texture || (unit == 0 && !isKnown)) {
             glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
             glBindTexture(GL_TEXTURE_2D, texture);
             activeUnit_ = static_cast<std::int32_t>(unit);
@@ -640,6 +665,7 @@ void MVQuadBatch::forgetStencil() {
     cleanPlanes_ = 0;
     shapedPlanes_ = 0;
     isCleared_ = false;
+    isWithinScissor_ = false;
     for (std::size_t i = 0; i < shapeCount_; ++i) {
         shapes_[i].isKnown = false;
     }
@@ -650,11 +676,18 @@ void MVQuadBatch::stencilCleared() {
     isCleared_ = true;
 }
 
+void MVQuadBatch::stencilClearedWithinScissor() {
+    stencilCleared();
+    isWithinScissor_ = true;
+}
+
 /// What a clearing has left clean, from the state that it found and nobody has changed since.
-std::uint32_t MVQuadBatch::clearedPlanes(const MVStencilState& state) {
+std::uint32_t MVQuadBatch::clearedPlanes(const MVStencilState& state) const {
     GLint value = 0;
     glGetIntegerv(GL_STENCIL_CLEAR_VALUE, &value);
-    return value == 0 && glIsEnabled(GL_SCISSOR_TEST) == GL_FALSE ? state.writeMask : 0;
+    return value == 0 && (isWithinScissor_ || glIsEnabled(GL_SCISSOR_TEST) == GL_FALSE)
+               ? state.writeMask
+               : 0;
 }
 
 /// @param isKnown  whether the plane holds what will be taken back
@@ -734,6 +767,8 @@ void MVQuadBatch::play(const MVQuadEntry& entry) {
         case MVQuadEntry::Kind::EndStencil:
             shapeCount_ -= shapeCount_ != 0 ? 1 : 0;
             endStencil();
+            break;
+        case MVQuadEntry::Kind::Unseen:
             break;
     }
 }

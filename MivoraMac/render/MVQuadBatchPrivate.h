@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <glm/mat4x4.hpp>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -14,6 +15,8 @@
 #include "MivoraMac/render/MVQuadProgramsPrivate.h"
 #include "MivoraMac/render/MVQuadStreamPrivate.h"
 #include "MivoraMac/render/MVStencilState.h"
+
+class MVPartialRedraw;
 
 /// Draws recordings: their quads as one streamed array, corners transformed on the way, with as few
 /// calls as differences between them demand.
@@ -45,8 +48,24 @@ class MIVORA_EXPORT MVQuadBatch {
     /// by entry, and better not made. Thread: any.
     bool isRefused() const { return refused_.load(std::memory_order_relaxed); }
 
-    /// Draws what comes next. State is left for the next recording, not for others.
+    /// Draws what comes next, or leaves that to the frame that it is part of. State is left for the
+    /// next recording, not for others.
     void draw(std::span<const MVQuadEntry> entries);
+    /// Draws what comes next.
+    void drawAtOnce(std::span<const MVQuadEntry> entries);
+
+    /// What is drawn from here on is part of a frame; of none where it is null.
+    void setFrame(std::shared_ptr<MVPartialRedraw> frame);
+    const std::shared_ptr<MVPartialRedraw>& frame() const { return frame_; }
+    /// GL work comes of which nothing is known: what a frame holds back is drawn before it, and
+    /// whatever frames are drawn from may be different after it.
+    void otherWorkComes();
+    /// How often that has been.
+    std::uint64_t otherWork() const { return otherWork_; }
+    /// The context with these frames is to be drawn on.
+    void contextComes(const MVPartialRedraw* frames);
+    /// Whether GL is a software rasterizer, for which each pixel counts.
+    bool isSoftware() const { return programs_.textures() != 0; }
 
     /// Leaves GL's state as the calls that the drawings stand for would. Before anything else that
     /// looks at it.
@@ -60,6 +79,8 @@ class MIVORA_EXPORT MVQuadBatch {
     void forgetStencil();
     /// The planes of the framebuffer at hand have just been cleared.
     void stencilCleared();
+    /// They have within the scissor box, which will hold as long as this matters.
+    void stencilClearedWithinScissor();
 
     /// Whether there are GL objects for `release` to delete. Thread: any that knows the queue to
     /// have no work of the group left.
@@ -122,7 +143,7 @@ class MIVORA_EXPORT MVQuadBatch {
     void restoreTextures();
     void setProgram(std::uint32_t program, std::uint32_t vertexArray);
 
-    static std::uint32_t clearedPlanes(const MVStencilState& state);
+    std::uint32_t clearedPlanes(const MVStencilState& state) const;
     void beginStencil(std::uint8_t level, bool isKnown);
     static void writeShape(std::uint8_t level);
     static void invertStencil();
@@ -134,6 +155,8 @@ class MIVORA_EXPORT MVQuadBatch {
     void playQuad(const MVQuadEntry& entry);
 
     std::atomic<bool> refused_{false};
+    std::shared_ptr<MVPartialRedraw> frame_;
+    std::uint64_t otherWork_ = 0;
     MVQuadStream stream_;
     MVQuadPrograms programs_;
 
@@ -166,6 +189,7 @@ class MIVORA_EXPORT MVQuadBatch {
     std::size_t shapeCount_ = 0;
     std::vector<Saved> saved_;
     bool isCleared_ = false;         ///< All planes were cleared; `cleanPlanes_` has yet to follow.
+    bool isWithinScissor_ = false;   ///< As far as the scissor box goes.
     std::uint32_t cleanPlanes_ = 0;  ///< The bits that are 0 everywhere.
     std::uint32_t shapedPlanes_ = 0;  ///< Those that hold one of `lastShapes_`, once all is issued.
     std::vector<ShapeQuad> lastShapes_;  ///< By levels.

@@ -33,6 +33,7 @@ struct alignas(64) MVQuadEntry {
         BeginStencil,    ///< what is drawn from here on is the shape of `stencilLevel`
         LimitToStencil,  ///< what is drawn from here on is seen where that shape is
         EndStencil,      ///< the level is over
+        Unseen,          ///< any of these of which no pixel is to be drawn; see `MVPartialRedraw`
     };
 
     glm::mat4 matrix;                  ///< of a quad: from content to world space

@@ -83,6 +83,8 @@ class MIVORA_EXPORT MVQuadRecorder {
         bool isBegun_ = false;
     };
 
+    const MVRenderContext& context() const { return context_; }
+
     /// Whether it ever has.
     bool hasRecorded() const { return hasRecorded_; }
 

@@ -15,6 +15,7 @@
 #include "MivoraMac/platform/gl/PixelFormat.h"
 #include "MivoraMac/platform/windows/DisplayLink.h"
 #include "MivoraMac/platform/windows/OpenGLView.h"
+#include "MivoraMac/render/MVPartialRedrawPrivate.h"
 #include "MivoraMac/render/MVQuadBatchPrivate.h"
 #include "MivoraMac/render/MVQuadRecorderPrivate.h"
 #include "MivoraMac/render/MVRenderGroupPrivate.h"
@@ -81,6 +82,7 @@ MVRenderContext::~MVRenderContext() {
         group_->removeRecorder();
     }
     shader_.reset();
+    redraw_.reset();
     if (!context_) {
         return;
     }
@@ -139,6 +141,7 @@ void MVRenderContext::mv_renderContextInitWithSharedContext(
     batching_ = context_ && (wanted == nullptr || std::string_view(wanted) != "0");
     if (context_) {
         recorder_ = std::make_unique<MVQuadRecorder>(*this, group_->batch());
+        redraw_ = std::make_shared<MVPartialRedraw>(group_->batch(), context_);
     }
     mv_dispatchBlockSync([this] { readExtensions(); });
     // Shaders are GLSL ES 1.00, which this extension brings to a 3.2 core context. Asked for the
@@ -203,9 +206,10 @@ void MVRenderContext::takeOverState() {
     isStateUnsettled_.store(false, std::memory_order_relaxed);
     const auto context = activeContext();
     if (context && context->context_) {
-        context->group_->dispatch([group = context->group_.get(), gl = context->context_] {
-            group->batch().forgetStencil();
-            gl->takeOverState();
+        context->dispatchQueue_->asyncInScope(*context, [context = context.get()] {
+            context->group_->batch().settle();
+            context->group_->batch().forgetStencil();
+            context->context_->takeOverState();
         });
     }
 }
@@ -254,9 +258,26 @@ void MVRenderContext::setShader(const std::shared_ptr<MVShader>& shader) {
     shader_ = shader;
 }
 
+void MVRenderContext::mv_beginFrame(Mivora::ColorRGBA clearColor) {
+    if (context_) {
+        mv_dispatchBlock(StencilPlanes::OfFrame, [redraw = redraw_, clearColor] {
+            MVPartialRedraw::begin(redraw, clearColor);
+        });
+    }
+}
+
+void MVRenderContext::mv_endFrame(bool isWhole) {
+    if (context_) {
+        mv_dispatchBlock(StencilPlanes::OfFrame, [redraw = redraw_, isWhole] {
+            isWhole ? redraw->end() : redraw->abandon();
+        });
+    }
+}
+
 void MVRenderContext::present() {
-    mv_dispatchBlockSync([this] {
+    mv_dispatchBlockSync(StencilPlanes::OfFrame, [this] {
         if (context_) {
+            redraw_->willShow();
             context_->flushBuffer();
         }
     });
@@ -281,6 +302,9 @@ MVQuadRecorder* MVRenderContext::mv_recorder() const {
 void MVRenderContext::mv_prepare(StencilPlanes planes) {
     MVQuadBatch& batch = group_->batch();
     batch.settle();
+    if (planes != StencilPlanes::OfFrame) {
+        batch.otherWorkComes();
+    }
     if (planes == StencilPlanes::Unknown) {
         batch.forgetStencil();
     }
@@ -303,6 +327,7 @@ void MVRenderContext::enterScope() {
     if (context_) {
         context_->makeCurrentContext();
         context_->lock();
+        group_->batch().contextComes(redraw_.get());
     }
 }
 
@@ -321,4 +346,5 @@ const void* MVRenderContext::commonScope() const {
 void MVRenderContext::takeOverScope() {
     group_->batch().settle();
     context_->replaceCurrentContext();
+    group_->batch().contextComes(redraw_.get());
 }

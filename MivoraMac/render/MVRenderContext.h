@@ -12,9 +12,11 @@
 #include <utility>
 
 #include "MivoraMac/Export.h"
+#include "MivoraMac/geometry/Color.h"
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/threads/SerialQueue.h"
 
+class MVPartialRedraw;
 class MVQuadRecorder;
 class MVQuadRecording;
 class MVRenderGroup;
@@ -112,6 +114,7 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
         Unknown,  ///< anything
         Kept,     ///< nothing: the same framebuffer stays bound
         Cleared,  ///< clears all of them, unless masks or the scissor test are in the way
+        OfFrame,  ///< as `Kept`, and changes nothing that frames are drawn from: part of one itself
     };
 
     /// As `dispatchBlock`, for work of which more is known: stencil levels that are begun after it
@@ -176,6 +179,12 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
 
     /// Whether the calling code runs on a render context's queue, whichever context's it is.
     static bool mv_isOnRenderQueue();
+
+    /// Begins a frame of what the context shows: binds its framebuffer and clears it, or has that
+    /// wait until it is known how much of the frame differs from the one before.
+    void mv_beginFrame(Mivora::ColorRGBA clearColor);
+    /// The frame is complete, unless others were drawn into it on the way.
+    void mv_endFrame(bool isWhole);
 
     /// The contexts that share objects with this one, and these objects.
     const std::shared_ptr<MVRenderGroup>& mv_group() const { return group_; }
@@ -280,4 +289,5 @@ class MIVORA_EXPORT MVRenderContext : public std::enable_shared_from_this<MVRend
     std::shared_ptr<MVShader> shader_;
     bool batching_ = true;
     std::unique_ptr<MVQuadRecorder> recorder_;
+    std::shared_ptr<MVPartialRedraw> redraw_;
 };

@@ -48,6 +48,7 @@ std::shared_ptr<Mivora::platform::QueueScope> MVRenderGroup::retainScope() {
 void MVRenderGroup::enterScope() {
     context_->makeCurrentContext();
     context_->lock();
+    batch_->otherWorkComes();
 }
 
 void MVRenderGroup::leaveScope() {
@@ -63,4 +64,5 @@ const void* MVRenderGroup::commonScope() const {
 void MVRenderGroup::takeOverScope() {
     batch_->settle();
     context_->replaceCurrentContext();
+    batch_->otherWorkComes();
 }

@@ -167,6 +167,10 @@ void MVQuad::drawImage(const std::shared_ptr<MVShaderPositionTextureUniformColor
     draw(blendOf(premultiplied));
 }
 
+bool MVQuad::sharesObjectsWith(const MVRenderContext& context) const {
+    return context_->mv_group() == context.mv_group();
+}
+
 std::uint32_t MVQuad::textureOf(const MVImage& image) const {
     return context_ ? image.mv_textureIn(context_->mv_group().get()) : 0;
 }
@@ -174,8 +178,8 @@ std::uint32_t MVQuad::textureOf(const MVImage& image) const {
 /// @return false where nothing is recorded at present
 bool MVQuad::record(const std::shared_ptr<MVShader>& shader, const MVQuadProgram& program,
                     Mivora::ColorRGBA tint, std::uint32_t texture, Blend blend) {
-    MVQuadRecorder* const recorder = MVQuadRecorder::recording(context_.get());
-    if (recorder == nullptr) {
+    MVQuadRecorder* const recorder = MVQuadRecorder::recording();
+    if (recorder == nullptr || !isDrawableOn(recorder->context())) {
         return false;
     }
     glm::mat4 projection(0.0F);

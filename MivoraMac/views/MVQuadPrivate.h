@@ -45,6 +45,10 @@ class MIVORA_EXPORT MVQuad {
 
     /// The context whose queue the quad draws on, or null.
     const std::shared_ptr<MVRenderContext>& context() const { return context_; }
+    /// Whether it can be drawn on that context as well as on its own: they share objects.
+    bool isDrawableOn(const MVRenderContext& context) const {
+        return context_.get() == &context || (context_ && sharesObjectsWith(context));
+    }
 
     /// Marks the vertices if `size` is not the size they were last built for.
     void setSize(Mivora::Size2 size);
@@ -72,6 +76,7 @@ class MIVORA_EXPORT MVQuad {
     /// Writes a recorded drawing of the quad but for its matrix, for one who records it himself.
     void write(MVQuadEntry& entry, const MVQuadProgram& program, Mivora::ColorRGBA tint,
                std::uint32_t texture, Blend blend);
+    bool sharesObjectsWith(const MVRenderContext& context) const;
     /// The name of an image's texture, as the quad's context knows it.
     std::uint32_t textureOf(const MVImage& image) const;
 

@@ -30,7 +30,7 @@ class MIVORA_EXPORT MVQuadVisit {
     template <class Shader>
     bool add(MVView& view, MVQuad& quad, const std::shared_ptr<Shader>& shader,
              Mivora::ColorRGBA tint, std::uint32_t texture, MVQuad::Blend blend) {
-        if (quad.context().get() != context_ || !shader ||
+        if (!quad.isDrawableOn(*context_) || !shader ||
             (shader.get() != shader_ && !setShader(shader))) {
             return false;
         }

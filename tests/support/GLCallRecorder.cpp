@@ -176,6 +176,7 @@ GLCallRecorder::GLCallRecorder() {
     MIVORA_WATCH(glRenderbufferStorage);
     MIVORA_WATCH(glRenderbufferStorageMultisample);
     MIVORA_WATCH(glShaderSource);
+    MIVORA_WATCH(glScissor);
     MIVORA_WATCH(glStencilFunc);
     MIVORA_WATCH(glStencilMask);
     MIVORA_WATCH(glStencilOp);
@@ -192,7 +193,8 @@ GLCallRecorder::GLCallRecorder() {
 }
 
 GLCallRecorder::~GLCallRecorder() {
-    // The calls are over; taking the lock that each took at its end makes what they wrote known here.
+    // The calls are over; taking the lock that each took at its end makes what they wrote known
+    // here.
     const std::lock_guard lock(mutex_);
     for (const auto& hook : hooks_) {
         hook->remove();

@@ -23,183 +23,18 @@
 #include "tests/platform/base/ScopedEnvironment.h"
 #include "tests/support/PixelTest.h"
 #include "tests/support/QueueGate.h"
+#include "tests/support/RandomWindow.h"
 
 using Mivora::ColorRGBA;
 using Mivora::platform::Picture;
 using Mivora::tests::PixelTest;
+using Mivora::tests::RandomWindow;
 using testing::IsEmpty;
 using testing::SizeIs;
 
 namespace {
 
-constexpr float kExtent = 160;
-
-/// What of GL's state drawings of views have to do with.
-std::vector<double> currentState() {
-    std::vector<double> state;
-    GLint program = 0;
-    glGetIntegerv(GL_CURRENT_PROGRAM, &program);
-    for (const GLenum name :
-         {GL_CURRENT_PROGRAM, GL_BLEND_SRC_RGB, GL_BLEND_DST_RGB, GL_BLEND_SRC_ALPHA,
-          GL_BLEND_DST_ALPHA, GL_VERTEX_ARRAY_BINDING, GL_ARRAY_BUFFER_BINDING, GL_ACTIVE_TEXTURE,
-          GL_TEXTURE_BINDING_2D, GL_STENCIL_FUNC, GL_STENCIL_REF, GL_STENCIL_FAIL,
-          GL_STENCIL_PASS_DEPTH_FAIL, GL_STENCIL_PASS_DEPTH_PASS, GL_STENCIL_CLEAR_VALUE,
-          GL_DEPTH_WRITEMASK}) {
-        GLint value = 0;
-        glGetIntegerv(name, &value);
-        state.push_back(value);
-    }
-    for (GLenum unit = 16; unit-- > 1;) {
-        GLint active = 0;
-        GLint value = 0;
-        glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
-        glActiveTexture(GL_TEXTURE0 + unit);
-        glGetIntegerv(GL_TEXTURE_BINDING_2D, &value);
-        glActiveTexture(static_cast<GLenum>(active));
-        state.push_back(value);
-    }
-    for (const GLenum name : {GL_STENCIL_WRITEMASK, GL_STENCIL_VALUE_MASK}) {
-        GLint value = 0;
-        glGetIntegerv(name, &value);
-        state.push_back(value & 0xFF);
-    }
-    for (const GLenum name : {GL_BLEND, GL_DEPTH_TEST, GL_STENCIL_TEST, GL_SCISSOR_TEST}) {
-        state.push_back(glIsEnabled(name));
-    }
-    if (program != 0) {
-        for (const char* const name : {"u_transformProjectionMatrix", "u_color", "u_sampler"}) {
-            std::array<float, 16> values{};
-            const GLint location = glGetUniformLocation(static_cast<GLuint>(program), name);
-            if (location >= 0) {
-                glGetUniformfv(static_cast<GLuint>(program), location, values.data());
-            }
-            state.insert(state.end(), values.begin(), values.end());
-        }
-    }
-    return state;
-}
-
-/// Notes the state that it meets, changes some of it and clears a small rectangle.
-class MeddlingView : public MVView {
- public:
-    explicit MeddlingView(unsigned seed) : seed_(seed) {}
-
-    std::vector<std::vector<double>> states;  // the GL queue's
-
-    void draw() override {
-        const auto context = MVRenderContext::activeContext();
-        context->dispatchBlock([this] {
-            states.push_back(currentState());
-            const auto x = static_cast<GLint>(seed_ * 37 % 120);
-            const auto y = static_cast<GLint>(seed_ * 53 % 120);
-            glEnable(GL_SCISSOR_TEST);
-            glScissor(x, y, 20, 12);
-            glClearColor(0.2F, 0.6F, 0.4F, 1.0F);
-            glClear(GL_COLOR_BUFFER_BIT);
-            if (seed_ % 3 == 0) {
-                glClear(GL_STENCIL_BUFFER_BIT);
-            }
-            glDisable(GL_SCISSOR_TEST);
-            if (seed_ % 2 == 0) {
-                glEnable(GL_DEPTH_TEST);
-                glEnable(GL_BLEND);
-                glBlendFunc(GL_ZERO, GL_SRC_COLOR);
-                glBindTexture(GL_TEXTURE_2D, 0);
-            }
-        });
-    }
-
- private:
-    unsigned seed_;
-};
-
-/// Windows with everything in them that views draw.
-class RandomWindow {
- public:
-    explicit RandomWindow(unsigned seed) : generator_(seed) {
-        window_->setSize({kExtent, kExtent});
-        window_->setNearDistance(between(20, 160));
-        for (int i = 0; i < 40; ++i) {
-            images_.push_back(image());
-        }
-        MVView* above = window_.get();
-        for (int i = 0; i < 40; ++i) {
-            auto view = chance(0.1F) ? meddler() : quad();
-            place(*view);
-            if (chance(0.25F)) {
-                auto stencil = chance(0.2F) ? meddler() : quad();
-                place(*stencil);
-                view->setStencilView(stencil);
-            }
-            views_.push_back(view);
-            above->addSubview(view);
-            above = chance(0.6F) ? window_.get() : view.get();
-        }
-    }
-
-    MVWindow& window() { return *window_; }
-    const std::shared_ptr<MVWindow>& shared() const { return window_; }
-
-    std::vector<std::vector<double>> takeStates() {
-        std::vector<std::vector<double>> all;
-        for (const auto& view : meddlers_) {
-            all.insert(all.end(), view->states.begin(), view->states.end());
-            view->states.clear();
-        }
-        return all;
-    }
-
- private:
-    bool chance(float probability) { return between(0, 1) < probability; }
-    float between(float low, float high) {
-        return low + (high - low) * static_cast<float>(generator_() >> 8U) /
-                         static_cast<float>(1U << 24U);
-    }
-
-    std::shared_ptr<MVImage> image() {
-        constexpr std::uint64_t kPixels = 16;
-        std::array<std::uint8_t, kPixels * kPixels * 4> pixels{};
-        for (std::uint8_t& byte : pixels) {
-            byte = static_cast<std::uint8_t>(generator_());
-        }
-        const bool premultiplied = chance(0.5F);
-        for (std::size_t i = 0; premultiplied && i < pixels.size(); ++i) {
-            pixels[i] = std::min(pixels[i], pixels[i | 3U]);
-        }
-        return MVImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
-            pixels.data(), kPixels, kPixels, 1.0F, chance(0.5F) ? 1 : 0, premultiplied, GL_RGBA);
-    }
-
-    std::shared_ptr<MVView> meddler() {
-        auto view = MVMake<MeddlingView>(static_cast<unsigned>(generator_() % 1000));
-        meddlers_.push_back(view);
-        return view;
-    }
-
-    std::shared_ptr<MVView> quad() {
-        if (chance(0.5F)) {
-            return MVImageView::initWithImage(images_[generator_() % images_.size()]);
-        }
-        return MVColorView::initWithColor(
-            {between(0, 1), between(0, 1), between(0, 1), chance(0.5F) ? 1.0F : between(0, 1)});
-    }
-
-    void place(MVView& view) {
-        view.setPosition3(
-            {between(0, kExtent), between(0, kExtent), chance(0.3F) ? between(-150, 300) : 0.0F});
-        view.setSize3({between(5, 100), between(5, 100), 0.0F});
-        view.setRotation3({chance(0.4F) ? between(-2, 2) : 0.0F,
-                           chance(0.4F) ? between(-2, 2) : 0.0F, between(-2, 2)});
-        view.setAnchorPoint({0.5F, 0.5F});
-        view.setOpacity(chance(0.6F) ? 1.0F : between(0, 1));
-    }
-
-    std::mt19937 generator_;
-    std::shared_ptr<MVWindow> window_ = MVWindow::init();
-    std::vector<std::shared_ptr<MVImage>> images_;
-    std::vector<std::shared_ptr<MVView>> views_;
-    std::vector<std::shared_ptr<MeddlingView>> meddlers_;
-};
+constexpr float kExtent = RandomWindow::kExtent;
 
 /// How many scenes to compare, unless MIVORA_TEST_SCENES says it.
 unsigned scenesToCompare(unsigned count) {

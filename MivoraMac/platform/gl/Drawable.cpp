@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "MivoraMac/platform/base/DebugLog.h"
@@ -76,21 +77,41 @@ PixelSize Drawable::size() const {
 }
 
 std::uint32_t Drawable::framebuffer() {
-    const PixelSize wanted = size();
-    if (wanted != builtSize_ || framebuffer_ == 0) {
-        build(wanted);
-    }
+    keepToSize();
+    forgetChange();
     return framebuffer_;
 }
 
 std::uint32_t Drawable::beginFrame() {
+    keepToSize();
     isIncomplete_ = true;
-    return framebuffer();
+    return framebuffer_;
+}
+
+void Drawable::endFrame() {
+    isIncomplete_ = false;
+    forgetChange();
+}
+
+void Drawable::endFrame(const PixelRegion& changed) {
+    isIncomplete_ = false;
+    if (change_ == Change::None) {
+        change_ = Change::Known;
+    }
+    changed_.add(changed);
+}
+
+void Drawable::keepToSize() {
+    const PixelSize wanted = size();
+    if (wanted != builtSize_ || framebuffer_ == 0) {
+        build(wanted);
+    }
 }
 
 void Drawable::build(PixelSize size) {
     releaseMultisampled();
     builtSize_ = size;
+    ++timesBuilt_;
     isPublished_ = false;
     if (size.width > 0 && size.height > 0 &&
         areExtentsBorne("default framebuffer", static_cast<std::uint64_t>(size.width),
@@ -154,31 +175,43 @@ void Drawable::flush() {
     if (!isPublished_ || isIncomplete_) {
         return;
     }
+    const PixelRegion whole = PixelRegion::whole(builtSize_);
+    const PixelRegion changed = std::exchange(changed_, {});
+    const bool isKnown = std::exchange(change_, Change::None) == Change::Known;
+    for (Target& target : targets_) {
+        target.stale.add(isKnown ? changed : whole);
+    }
     const std::size_t drawn = targetToDrawInto();
     Target& target = targets_[drawn];
     if (target.texture == 0 || target.size != builtSize_) {
         buildTarget(target);
+        target.stale = whole;
     }
-    {
-        // A blit obeys the scissor test and nothing else of the drawing state.
-        const bool isScissored = glIsEnabled(GL_SCISSOR_TEST) == GL_TRUE;
-        if (isScissored) {
-            glDisable(GL_SCISSOR_TEST);
-        }
-        const KeptFramebuffers kept;
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer_);
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.framebuffer);
-        glBlitFramebuffer(0, 0, builtSize_.width, builtSize_.height, 0, 0, builtSize_.width,
-                          builtSize_.height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
-        if (isScissored) {
-            glEnable(GL_SCISSOR_TEST);
-        }
-    }
+    resolve(target);
     glFlush();
 
     newest_ = drawn;
     const std::lock_guard lock(mutex_);
     latest_ = {target.texture, target.size, latest_.serial + 1};
+}
+
+/// Brings a target up to date. A blit obeys the scissor test and nothing else of the drawing state.
+void Drawable::resolve(Target& target) const {
+    const bool isScissored = glIsEnabled(GL_SCISSOR_TEST) == GL_TRUE;
+    if (isScissored) {
+        glDisable(GL_SCISSOR_TEST);
+    }
+    const KeptFramebuffers kept;
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer_);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.framebuffer);
+    for (const PixelBox& box : target.stale.boxes()) {
+        glBlitFramebuffer(box.left, box.bottom, box.right, box.top, box.left, box.bottom, box.right,
+                          box.top, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    }
+    target.stale = {};
+    if (isScissored) {
+        glEnable(GL_SCISSOR_TEST);
+    }
 }
 
 /// The next target in turn that nobody shows.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "MivoraMac/Export.h"
+#include "MivoraMac/platform/gl/PixelRegion.h"
 #include "MivoraMac/platform/pictures/Picture.h"
 
 namespace Mivora::platform {
@@ -54,7 +55,20 @@ class MIVORA_EXPORT Drawable {
     std::uint32_t beginFrame();
 
     /// The frame begun last is complete. Thread: GL.
-    void endFrame() { isIncomplete_ = false; }
+    void endFrame();
+
+    /// The frame begun last is complete, and like the one that was ended before it in all pixels
+    /// but these. Thread: GL.
+    void endFrame(const PixelRegion& changed);
+
+    /// Others may have drawn since the last frame was ended. Thread: GL.
+    void forgetChange() { change_ = Change::Unknown; }
+
+    /// How often the framebuffer has been made anew, with undefined contents. Thread: GL.
+    std::uint64_t timesBuilt() const { return timesBuilt_; }
+
+    /// The size of the framebuffer as it was asked for last. Thread: GL.
+    PixelSize builtSize() const { return builtSize_; }
 
     /// Resolves what was drawn and publishes it, unless there is no area, nothing was drawn into,
     /// or a frame is incomplete: who ends that frame flushes it. Thread: GL.
@@ -96,11 +110,17 @@ class MIVORA_EXPORT Drawable {
         std::uint32_t texture = 0;
         std::uint32_t framebuffer = 0;
         PixelSize size;
+        PixelRegion stale;  ///< where it shows an older frame than the newest
     };
 
+    /// What was drawn since the last `flush`, as far as this has been told.
+    enum class Change { None, Known, Unknown };
+
+    void keepToSize();
     void build(PixelSize size);
     bool buildMultisampled(PixelSize size, int samples);
     void buildTarget(Target& target);
+    void resolve(Target& target) const;
     std::size_t targetToDrawInto();
     void releaseMultisampled();
     static void releaseTarget(Target& target);
@@ -113,8 +133,11 @@ class MIVORA_EXPORT Drawable {
     std::uint32_t colorBuffer_ = 0;
     std::uint32_t depthStencilBuffer_ = 0;
     PixelSize builtSize_;
-    bool isPublished_ = false;        // or else the framebuffer is the one of a single pixel
-    bool isIncomplete_ = false;       // a frame has begun
+    bool isPublished_ = false;   // or else the framebuffer is the one of a single pixel
+    bool isIncomplete_ = false;  // a frame has begun
+    std::uint64_t timesBuilt_ = 0;
+    Change change_ = Change::None;
+    PixelRegion changed_;             // if that is known
     std::vector<Target> targets_{2};  // more than two where frames are held
     std::size_t newest_ = 0;
 

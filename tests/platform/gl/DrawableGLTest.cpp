@@ -90,6 +90,67 @@ TEST_F(DrawableTest, aFrameThatWasNeverEndedIsSupersededByTheNext) {
     EXPECT_EQ(drawable_.latestFrame().serial, 1U);
 }
 
+TEST_F(DrawableTest, ofAFrameThatDiffersInABoxThatBoxIsResolved) {
+    drawable_.setSize({8, 4});
+    onQueue([this] {
+        const auto paintBox = [this](int x, float red) {
+            glBindFramebuffer(GL_FRAMEBUFFER, drawable_.beginFrame());
+            glEnable(GL_SCISSOR_TEST);
+            glScissor(x, 0, 1, 1);
+            glClearColor(red, 0, 0, 1);
+            glClear(GL_COLOR_BUFFER_BIT);
+            glDisable(GL_SCISSOR_TEST);
+            Mivora::platform::PixelRegion changed;
+            changed.add({x, 0, x + 1, 1});
+            drawable_.endFrame(changed);
+            drawable_.flush();
+            return drawable_.readLatestFrame();
+        };
+        paint(0, 1, 0);
+        paint(0, 1, 0);
+        // Each of the textures that frames are shown from is an older frame by turns.
+        for (int i = 0; i < 8; ++i) {
+            const auto picture = paintBox(i, 1);
+            for (int x = 0; x < 8; ++x) {
+                EXPECT_EQ(picture.pixel(x, 3)[0], x <= i ? 255 : 0) << i << ", " << x;
+                EXPECT_EQ(picture.pixel(x, 2)[0], 0);
+            }
+            if (i == 0) {
+                gl_->clear();  // which the whole frames before it were resolved by, too
+            }
+        }
+        for (const auto& call : gl_->callsOf("glBlitFramebuffer")) {
+            EXPECT_LE((call.arguments[2] - call.arguments[0]) * call.arguments[3], 2);
+        }
+    });
+}
+
+TEST_F(DrawableTest, whatWasDrawnBesideFramesIsResolvedAsWell) {
+    drawable_.setSize({8, 4});
+    onQueue([this] {
+        paint(0, 1, 0);
+        paint(0, 1, 0);
+        drawable_.beginFrame();
+        drawable_.endFrame(Mivora::platform::PixelRegion());
+        glClearColor(1, 0, 0, 1);
+        glBindFramebuffer(GL_FRAMEBUFFER, drawable_.framebuffer());
+        glClear(GL_COLOR_BUFFER_BIT);
+        drawable_.flush();
+        EXPECT_EQ(drawable_.readLatestFrame().pixel(3, 2)[0], 255);
+        glClearColor(0, 0, 1, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+        drawable_.flush();
+        EXPECT_EQ(drawable_.readLatestFrame().pixel(3, 2)[2], 255) << "no frame was ended at all";
+        drawable_.beginFrame();
+        drawable_.endFrame(Mivora::platform::PixelRegion());
+        glClearColor(1, 0, 0, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+        drawable_.forgetChange();
+        drawable_.flush();
+        EXPECT_EQ(drawable_.readLatestFrame().pixel(3, 2)[0], 255);
+    });
+}
+
 TEST_F(DrawableTest, publishingAndReadingDisturbNobodyWhoDrawsMeanwhile) {
     drawable_.setSize({8, 4});
     onQueue([this] {

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "MivoraMac/images/MVImage.h"
+#include "MivoraMac/views/MVView.h"
+#include "MivoraMac/views/MVWindow.h"
+
+namespace Mivora::tests {
+
+/// What of GL's state drawings of views have to do with. For GL work.
+std::vector<double> currentState();
+
+/// Notes the state that it meets, changes some of it and clears a small rectangle.
+class MeddlingView : public MVView {
+ public:
+    explicit MeddlingView(unsigned seed) : seed_(seed) {}
+
+    std::vector<std::vector<double>> states;  // the GL queue's
+
+    void draw() override;
+
+ private:
+    unsigned seed_;
+};
+
+/// Windows with everything in them that views draw.
+class RandomWindow {
+ public:
+    static constexpr float kExtent = 160;
+
+    /// @param meddlers  whether there are views that change GL's state
+    explicit RandomWindow(unsigned seed, std::shared_ptr<MVWindow> window = MVWindow::init(),
+                          bool meddlers = true);
+
+    const std::shared_ptr<MVWindow>& shared() const { return window_; }
+
+    std::vector<std::vector<double>> takeStates();
+
+    /// Changes one thing about one of the views.
+    void change();
+
+ private:
+    bool chance(float probability) { return between(0, 1) < probability; }
+    float between(float low, float high) {
+        return low + (high - low) * static_cast<float>(generator_() >> 8U) /
+                         static_cast<float>(1U << 24U);
+    }
+    std::shared_ptr<MVImage> image();
+    std::shared_ptr<MVView> meddler();
+    std::shared_ptr<MVView> quad();
+    void place(MVView& view);
+
+    std::mt19937 generator_;
+    const std::shared_ptr<MVWindow> window_;
+    std::vector<std::shared_ptr<MVImage>> images_;
+    std::vector<std::shared_ptr<MVView>> views_;
+    std::vector<std::shared_ptr<MeddlingView>> meddlers_;
+};
+
+}  // namespace Mivora::tests
