@@ -81,13 +81,59 @@ void MeddlingView::draw() {
     });
 }
 
-RandomWindow::RandomWindow(unsigned seed, std::shared_ptr<MVWindow> window, bool meddlers)
+MeddledWindow::MeddledWindow(unsigned seed, std::shared_ptr<MVWindow> window)
     : generator_(seed), window_(std::move(window)) {
     window_->setSize({kExtent, kExtent});
-    window_->setNearDistance(between(20, 160));
-    for (int i = 0; i < 40; ++i) {
+}
+
+std::vector<std::vector<double>> MeddledWindow::takeStates() {
+    std::vector<std::vector<double>> all;
+    for (const auto& view : meddlers_) {
+        all.insert(all.end(), view->states.begin(), view->states.end());
+        view->states.clear();
+    }
+    return all;
+}
+
+void MeddledWindow::makeImages(int count) {
+    for (int i = 0; i < count; ++i) {
         images_.push_back(image());
     }
+}
+
+std::shared_ptr<MVImage> MeddledWindow::image() {
+    constexpr std::uint64_t kPixels = 16;
+    std::array<std::uint8_t, kPixels * kPixels * 4> pixels{};
+    for (std::uint8_t& byte : pixels) {
+        byte = static_cast<std::uint8_t>(generator_());
+    }
+    const bool premultiplied = chance(0.5F);
+    for (std::size_t i = 0; premultiplied && i < pixels.size(); ++i) {
+        pixels[i] = std::min(pixels[i], pixels[i | 3U]);
+    }
+    return MVImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+        pixels.data(), kPixels, kPixels, 1.0F, chance(0.5F) ? 1 : 0, premultiplied, GL_RGBA);
+}
+
+std::shared_ptr<MVView> MeddledWindow::meddler() {
+    auto view = MVMake<MeddlingView>(static_cast<unsigned>(generator_() % 1000));
+    meddlers_.push_back(view);
+    return view;
+}
+
+std::shared_ptr<MVView> MeddledWindow::picture() {
+    return MVImageView::initWithImage(images_[generator_() % images_.size()]);
+}
+
+std::shared_ptr<MVView> MeddledWindow::color() {
+    return MVColorView::initWithColor(
+        {between(0, 1), between(0, 1), between(0, 1), chance(0.5F) ? 1.0F : between(0, 1)});
+}
+
+RandomWindow::RandomWindow(unsigned seed, std::shared_ptr<MVWindow> window, bool meddlers)
+    : MeddledWindow(seed, std::move(window)) {
+    window_->setNearDistance(between(20, 160));
+    makeImages(40);
     MVView* above = window_.get();
     for (int i = 0; i < 40; ++i) {
         auto view = chance(0.1F) && meddlers ? meddler() : quad();
@@ -101,15 +147,6 @@ RandomWindow::RandomWindow(unsigned seed, std::shared_ptr<MVWindow> window, bool
         above->addSubview(view);
         above = chance(0.6F) ? window_.get() : view.get();
     }
-}
-
-std::vector<std::vector<double>> RandomWindow::takeStates() {
-    std::vector<std::vector<double>> all;
-    for (const auto& view : meddlers_) {
-        all.insert(all.end(), view->states.begin(), view->states.end());
-        view->states.clear();
-    }
-    return all;
 }
 
 void RandomWindow::change() {
@@ -145,34 +182,6 @@ void RandomWindow::change() {
             }
             return view->setSize({between(5, 100), between(5, 100)});
     }
-}
-
-std::shared_ptr<MVImage> RandomWindow::image() {
-    constexpr std::uint64_t kPixels = 16;
-    std::array<std::uint8_t, kPixels * kPixels * 4> pixels{};
-    for (std::uint8_t& byte : pixels) {
-        byte = static_cast<std::uint8_t>(generator_());
-    }
-    const bool premultiplied = chance(0.5F);
-    for (std::size_t i = 0; premultiplied && i < pixels.size(); ++i) {
-        pixels[i] = std::min(pixels[i], pixels[i | 3U]);
-    }
-    return MVImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
-        pixels.data(), kPixels, kPixels, 1.0F, chance(0.5F) ? 1 : 0, premultiplied, GL_RGBA);
-}
-
-std::shared_ptr<MVView> RandomWindow::meddler() {
-    auto view = MVMake<MeddlingView>(static_cast<unsigned>(generator_() % 1000));
-    meddlers_.push_back(view);
-    return view;
-}
-
-std::shared_ptr<MVView> RandomWindow::quad() {
-    if (chance(0.5F)) {
-        return MVImageView::initWithImage(images_[generator_() % images_.size()]);
-    }
-    return MVColorView::initWithColor(
-        {between(0, 1), between(0, 1), between(0, 1), chance(0.5F) ? 1.0F : between(0, 1)});
 }
 
 void RandomWindow::place(MVView& view) {

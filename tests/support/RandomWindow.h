@@ -26,38 +26,54 @@ class MeddlingView : public MVView {
     unsigned seed_;
 };
 
-/// Windows with everything in them that views draw.
-class RandomWindow {
+/// A window that is filled at random; the same for the same seed.
+class MeddledWindow {
  public:
     static constexpr float kExtent = 160;
 
-    /// @param meddlers  whether there are views that change GL's state
-    explicit RandomWindow(unsigned seed, std::shared_ptr<MVWindow> window = MVWindow::init(),
-                          bool meddlers = true);
-
     const std::shared_ptr<MVWindow>& shared() const { return window_; }
 
+    /// What the views that meddle have noted since the last call.
     std::vector<std::vector<double>> takeStates();
 
-    /// Changes one thing about one of the views.
-    void change();
+ protected:
+    MeddledWindow(unsigned seed, std::shared_ptr<MVWindow> window);
 
- private:
     bool chance(float probability) { return between(0, 1) < probability; }
     float between(float low, float high) {
         return low + (high - low) * static_cast<float>(generator_() >> 8U) /
                          static_cast<float>(1U << 24U);
     }
-    std::shared_ptr<MVImage> image();
+    void makeImages(int count);
     std::shared_ptr<MVView> meddler();
-    std::shared_ptr<MVView> quad();
-    void place(MVView& view);
+    std::shared_ptr<MVView> picture();
+    std::shared_ptr<MVView> color();
+    std::shared_ptr<MVView> quad() { return chance(0.5F) ? picture() : color(); }
 
     std::mt19937 generator_;
     const std::shared_ptr<MVWindow> window_;
     std::vector<std::shared_ptr<MVImage>> images_;
-    std::vector<std::shared_ptr<MVView>> views_;
+
+ private:
+    std::shared_ptr<MVImage> image();
+
     std::vector<std::shared_ptr<MeddlingView>> meddlers_;
+};
+
+/// Windows with everything in them that views draw.
+class RandomWindow : public MeddledWindow {
+ public:
+    /// @param meddlers  whether there are views that change GL's state
+    explicit RandomWindow(unsigned seed, std::shared_ptr<MVWindow> window = MVWindow::init(),
+                          bool meddlers = true);
+
+    /// Changes one thing about one of the views.
+    void change();
+
+ private:
+    void place(MVView& view);
+
+    std::vector<std::shared_ptr<MVView>> views_;
 };
 
 }  // namespace Mivora::tests

@@ -21,14 +21,15 @@
 #include "MivoraMac/views/MVImageView.h"
 #include "MivoraMac/views/MVWindow.h"
 #include "tests/platform/base/ScopedEnvironment.h"
-#include "tests/support/PixelTest.h"
 #include "tests/support/QueueGate.h"
 #include "tests/support/RandomWindow.h"
+#include "tests/views/QuadBatchTest.h"
 
 using Mivora::ColorRGBA;
 using Mivora::platform::Picture;
-using Mivora::tests::PixelTest;
+using Mivora::tests::QuadBatchTest;
 using Mivora::tests::RandomWindow;
+using Mivora::tests::scenesToCompare;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -36,56 +37,8 @@ namespace {
 
 constexpr float kExtent = RandomWindow::kExtent;
 
-/// How many scenes to compare, unless MIVORA_TEST_SCENES says it.
-unsigned scenesToCompare(unsigned count) {
-    const char* const wanted = std::getenv("MIVORA_TEST_SCENES");
-    return wanted != nullptr ? static_cast<unsigned>(std::strtoul(wanted, nullptr, 10)) : count;
-}
-
-class MVQuadBatchTest : public PixelTest {
+class MVQuadBatchTest : public QuadBatchTest {
  protected:
-    Picture captureWith(bool batching, const std::shared_ptr<MVWindow>& window, int samples) {
-        context_->setBatching(batching);
-        // What a meddler of the frame before has left is not to make a difference.
-        onQueue([] {
-            glDisable(GL_BLEND);
-            glDisable(GL_DEPTH_TEST);
-            glBlendFunc(GL_ONE, GL_ZERO);
-            glUseProgram(0);
-            glBindTexture(GL_TEXTURE_2D, 0);
-            glClearStencil(0);
-        });
-        return MVCaptureWindow(window, {.scale = 1.0F, .samples = samples});
-    }
-
-    void expectIdentity(int samples, unsigned scenes) {
-        std::size_t different = 0;
-        std::size_t compared = 0;
-        for (unsigned seed = 1; seed <= scenes; ++seed) {
-            RandomWindow scene(seed);
-            captureWith(false, scene.shared(), samples);  // names are made
-            scene.takeStates();
-            const Picture expected = captureWith(false, scene.shared(), samples);
-            const auto states = scene.takeStates();
-            const Picture picture = captureWith(true, scene.shared(), samples);
-            EXPECT_EQ(scene.takeStates(), states) << "scene " << seed;
-            ASSERT_EQ(picture.rgba.size(), expected.rgba.size());
-            int worst = 0;
-            for (std::size_t i = 0; i < picture.rgba.size(); i += 4) {
-                int difference = 0;
-                for (std::size_t channel = 0; channel < 4; ++channel) {
-                    difference = std::max(difference, std::abs(picture.rgba[i + channel] -
-                                                               expected.rgba[i + channel]));
-                }
-                worst = std::max(worst, difference);
-                different += difference != 0 ? 1 : 0;
-            }
-            compared += picture.rgba.size() / 4;
-            EXPECT_LE(worst, 2) << "scene " << seed;
-        }
-        EXPECT_LE(different * 10'000, compared) << different << " of " << compared;
-    }
-
     /// A window with so many squares in a row.
     std::shared_ptr<MVWindow> squares(int count) {
         auto window = MVWindow::init();
@@ -110,21 +63,16 @@ class MVQuadBatchTest : public PixelTest {
         }
         return names;
     }
-
-    std::size_t drawCalls() {
-        return gl_->callsOf("glDrawElementsBaseVertex").size() +
-               gl_->callsOf("glDrawArrays").size();
-    }
 };
 
 }  // namespace
 
 TEST_F(MVQuadBatchTest, randomScenesComeOutAsFromTheirCalls) {
-    expectIdentity(0, scenesToCompare(100));
+    expectIdentity<RandomWindow>(0, scenesToCompare(100));
 }
 
 TEST_F(MVQuadBatchTest, randomScenesComeOutAsFromTheirCallsWithFourSamples) {
-    expectIdentity(4, scenesToCompare(40));
+    expectIdentity<RandomWindow>(4, scenesToCompare(40));
 }
 
 TEST_F(MVQuadBatchTest, imagesWithTexturesOfTheirOwnShareCalls) {
