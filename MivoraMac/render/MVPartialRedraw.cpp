@@ -243,6 +243,7 @@ bool MVPartialRedraw::mark(const MVQuadEntry& entry) {
             markQuad(entry, box, matrix);
             break;
         }
+        case Kind::BeginStencils:  // only what is drawn at once has these
         case Kind::Unseen:
             break;
     }

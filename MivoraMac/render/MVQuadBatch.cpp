@@ -53,23 +53,6 @@ bool mayBeBlended(Mivora::Size2 size, Mivora::ColorRGBA color) {
     return color.alpha == 1.0F && std::abs(size.width * size.height) <= kMostOpaqueArea;
 }
 
-/// Whether clipping leaves the quad alone. Each pixel and sample in it then belongs to exactly one
-/// of its triangles.
-bool isInView(const Float4x4& matrix, Mivora::Size2 size) {
-    const Float4 right = matrix.column[0] * size.width;
-    const Float4 bottom = matrix.column[1] * size.height;
-    const Float4 origin = matrix.column[3];
-    for (const Float4& corner :
-         {origin, origin + right, origin + bottom, origin + right + bottom}) {
-        for (int i = 0; i < 3; ++i) {
-            if (!(std::abs(corner[i]) < corner[3])) {
-                return false;
-            }
-        }
-    }
-    return true;
-}
-
 GLuint bitOf(std::uint8_t level) {
     return 1U << (level % 32U);
 }
@@ -96,7 +79,6 @@ struct MVQuadBatch::Command {
         ShapeStencil,  ///< after `CleanStencil`
         LimitToStencil,
         EndStencil,
-        EndCleanStencil,  ///< as `EndStencil`, after what leaves the plane clean
     };
 
     Kind kind = Kind::Color;
@@ -177,6 +159,7 @@ void MVQuadBatch::drawAtOnce(std::span<const MVQuadEntry> entries) {
     }
     std::size_t next = 0;
     if (makeObjects()) {
+        entries = groups_.merged(entries, projection_);
         enterState();
         while (next < entries.size() && stream_.map()) {
             while (next < entries.size() && append(entries.subspan(next))) {
@@ -268,6 +251,7 @@ bool MVQuadBatch::append(std::span<const MVQuadEntry> entries) {
             projection_ = columnsOf(entry.matrix);
             break;
         case MVQuadEntry::Kind::BeginStencil:
+        case MVQuadEntry::Kind::BeginStencils:
             return appendBegin(entries);
         case MVQuadEntry::Kind::LimitToStencil:
             if (shapeCount_ != 0) {
@@ -276,7 +260,8 @@ bool MVQuadBatch::append(std::span<const MVQuadEntry> entries) {
             add(Command::Kind::LimitToStencil);
             break;
         case MVQuadEntry::Kind::EndStencil:
-            return appendEnd(entry);
+            appendEnd(entry.stencilLevel);
+            break;
         case MVQuadEntry::Kind::Unseen:
             if (entry.program.name != 0) {
                 rememberUse(entry, product(projection_, columnsOf(entry.matrix)));
@@ -307,34 +292,54 @@ bool MVQuadBatch::appendQuad(const MVQuadEntry& entry) {
     return true;
 }
 
-/// Begins a shape, and takes back the one that the plane still holds.
+/// Begins a shape, or several, and takes back what the plane still holds.
 bool MVQuadBatch::appendBegin(std::span<const MVQuadEntry> entries) {
     const std::uint8_t level = entries.front().stencilLevel;
-    const bool holdsShape = (shapedPlanes_ & bitOf(level)) != 0;
-    if (holdsShape && !stream_.hasRoom<MVColorVertex>()) {
+    const Shape* const held = (shapedPlanes_ & bitOf(level)) != 0 ? &heldShapes_[level] : nullptr;
+    if (held != nullptr && !stream_.hasRoom<MVColorVertex>(held->quads.size())) {
         return false;
     }
     const auto add = [this, level](Command::Kind kind) {
         commands_.push_back({.kind = kind, .level = level});
     };
-    beginShape();
-    add(holdsShape ? Command::Kind::BeginKnownStencil : Command::Kind::BeginStencil);
-    if (!holdsShape) {
-        return true;
-    }
-    const ShapeQuad last = lastShapes_[level];
-    const bool isOneQuad = entries.size() > 2 && entries[1].kind == MVQuadEntry::Kind::Quad &&
-                           entries[2].kind == MVQuadEntry::Kind::LimitToStencil;
-    const bool inverts =
-        isOneQuad && isInView(last.matrix, last.size) &&
-        isInView(product(projection_, columnsOf(entries[1].matrix)), entries[1].size);
-    add(inverts ? Command::Kind::InvertStencil : Command::Kind::CleanStencil);
-    emitColor(last.matrix, last.size, Mivora::ColorRGBA::kWhite, MVQuadBlend::Off);
-    if (!inverts) {
+    const auto takeBack = [this, held] {
+        for (const ShapeQuad& quad : held->quads) {
+            emitColor(quad.matrix, quad.size, Mivora::ColorRGBA::kWhite, MVQuadBlend::Off);
+        }
+    };
+    Shape& shape = beginShape();
+    shape.isInverted = canInvert(entries);
+    const bool together = held != nullptr && held->isInverted && shape.isInverted;
+    add(held != nullptr ? Command::Kind::BeginKnownStencil : Command::Kind::BeginStencil);
+    if (held != nullptr && !together) {
+        add(Command::Kind::CleanStencil);
+        takeBack();
         add(Command::Kind::ShapeStencil);
+    }
+    if (shape.isInverted) {
+        add(Command::Kind::InvertStencil);
+    }
+    if (together) {
+        takeBack();
     }
     shapedPlanes_ &= ~bitOf(level);
     return true;
+}
+
+/// Whether what begins with the first entry can be written by inverting a clean plane, and so taken
+/// back by inverting it once more: quads with pixels that belong to exactly one of their triangles.
+/// None may cover what counts of another.
+bool MVQuadBatch::canInvert(std::span<const MVQuadEntry> entries) const {
+    const bool areSeveral = entries.front().kind == MVQuadEntry::Kind::BeginStencils;
+    std::size_t count = 1;
+    for (; count < entries.size() && entries[count].kind == MVQuadEntry::Kind::Quad; ++count) {
+        const Float4x4 matrix = product(projection_, columnsOf(entries[count].matrix));
+        const auto box = MVQuadBox::of(matrix, entries[count].size);
+        if ((count > 1 && !areSeveral) || !box || box->isClipped) {
+            return false;
+        }
+    }
+    return count < entries.size() && entries[count].kind == MVQuadEntry::Kind::LimitToStencil;
 }
 
 void MVQuadBatch::rememberUse(const MVQuadEntry& entry, const Float4x4& matrix) {
@@ -496,44 +501,27 @@ MVQuadBatch::Shape& MVQuadBatch::beginShape() {
     }
     Shape& shape = shapes_[shapeCount_++];
     shape.quads.clear();
-    shape.cleaned = 0;
     shape.isWriting = true;
     shape.isKnown = true;
+    shape.isInverted = false;
     return shape;
 }
 
-/// Draws the shape once more, to take its bits back, or leaves that to the next one.
-bool MVQuadBatch::appendEnd(const MVQuadEntry& entry) {
+/// Leaves it to the next shape to take this one back.
+void MVQuadBatch::appendEnd(std::uint8_t level) {
     if (shapeCount_ == 0) {
-        return true;
+        return;
     }
-    Shape& shape = shapes_[shapeCount_ - 1];
-    if (shape.isKnown && shape.quads.size() == 1) {
-        if (lastShapes_.size() <= entry.stencilLevel) {
-            lastShapes_.resize(entry.stencilLevel + std::size_t{1});
-        }
-        lastShapes_[entry.stencilLevel] = shape.quads[0];
-        shapedPlanes_ |= bitOf(entry.stencilLevel);
-        commands_.push_back({.kind = Command::Kind::EndStencil, .level = entry.stencilLevel});
-        --shapeCount_;
-        return true;
+    commands_.push_back({.kind = Command::Kind::EndStencil, .level = level});
+    Shape& shape = shapes_[--shapeCount_];
+    if (!shape.isKnown || shape.quads.size() > MVQuadStream::kLeastQuads) {
+        return;  // The next one clears the plane.
     }
-    if (shape.isKnown && !shape.quads.empty()) {
-        if (shape.cleaned == 0) {
-            commands_.push_back({.kind = Command::Kind::CleanStencil, .level = entry.stencilLevel});
-        }
-        for (; shape.cleaned < shape.quads.size(); ++shape.cleaned) {
-            const ShapeQuad& quad = shape.quads[shape.cleaned];
-            if (!emitColor(quad.matrix, quad.size, Mivora::ColorRGBA::kWhite, MVQuadBlend::Off)) {
-                return false;
-            }
-        }
+    if (heldShapes_.size() <= level) {
+        heldShapes_.resize(level + std::size_t{1});
     }
-    commands_.push_back(
-        {.kind = shape.isKnown ? Command::Kind::EndCleanStencil : Command::Kind::EndStencil,
-         .level = entry.stencilLevel});
-    --shapeCount_;
-    return true;
+    std::swap(heldShapes_[level], shape);
+    shapedPlanes_ |= bitOf(level);
 }
 
 // Commands
@@ -562,11 +550,7 @@ void MVQuadBatch::issueCommands() {
                 cleanStencil(command.level);
                 break;
             case Command::Kind::EndStencil:
-            case Command::Kind::EndCleanStencil:
                 endStencil();
-                if (command.kind == Command::Kind::EndCleanStencil) {
-                    cleanPlanes_ |= bitOf(command.level);
-                }
                 break;
         }
     }
@@ -757,6 +741,7 @@ void MVQuadBatch::play(const MVQuadEntry& entry) {
             projection_ = columnsOf(entry.matrix);
             break;
         case MVQuadEntry::Kind::BeginStencil:
+        case MVQuadEntry::Kind::BeginStencils:
             beginShape().isKnown = false;
             shapedPlanes_ &= ~bitOf(entry.stencilLevel);
             beginStencil(entry.stencilLevel, false);

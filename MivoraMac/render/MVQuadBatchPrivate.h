@@ -14,6 +14,7 @@
 #include "MivoraMac/render/MVQuadEntryPrivate.h"
 #include "MivoraMac/render/MVQuadProgramsPrivate.h"
 #include "MivoraMac/render/MVQuadStreamPrivate.h"
+#include "MivoraMac/render/MVStencilGroupsPrivate.h"
 #include "MivoraMac/render/MVStencilState.h"
 
 class MVPartialRedraw;
@@ -33,8 +34,8 @@ class MVPartialRedraw;
 ///
 /// Pixels come out as from those calls, and so does, once `settle` has been called, all state that
 /// they leave in GL. Only a plane that others may have written to is cleared, though: of one that
-/// is known, nothing but what the last shape has covered is taken back. A shape of a single quad is
-/// taken back by the call that draws the next one.
+/// is known, nothing but what the last shape has covered is taken back, before the next one is
+/// drawn or by the same call. Groups of levels may take each step together; see `MVStencilGroups`.
 ///
 /// Thread: the GL queue's, with a context current of the group that the batch belongs to.
 class MIVORA_EXPORT MVQuadBatch {
@@ -107,10 +108,11 @@ class MIVORA_EXPORT MVQuadBatch {
     /// A level as the vertices are written.
     struct Shape {
         std::vector<ShapeQuad> quads;
-        std::size_t cleaned = 0;
         bool isWriting = false;
         /// Whether nobody but the shape has written to the plane since the beginning.
         bool isKnown = false;
+        /// Whether each pixel is set that an odd number of the quads cover.
+        bool isInverted = false;
     };
 
     /// A level as the commands are issued.
@@ -126,7 +128,8 @@ class MIVORA_EXPORT MVQuadBatch {
     bool append(std::span<const MVQuadEntry> entries);
     bool appendBegin(std::span<const MVQuadEntry> entries);
     bool appendQuad(const MVQuadEntry& entry);
-    bool appendEnd(const MVQuadEntry& entry);
+    bool canInvert(std::span<const MVQuadEntry> entries) const;
+    void appendEnd(std::uint8_t level);
     bool emitColor(const Mivora::Float4x4& matrix, Mivora::Size2 size, Mivora::ColorRGBA color,
                    MVQuadBlend blend);
     bool emitTexture(const Mivora::Float4x4& matrix, const MVQuadEntry& entry);
@@ -181,6 +184,7 @@ class MIVORA_EXPORT MVQuadBatch {
     bool rebuilt_ = false;
     std::uint32_t settledProgram_ = 0;  ///< What was left bound last.
 
+    MVStencilGroups groups_;
     Mivora::Float4x4 projection_{};
     std::vector<Command> commands_;
     std::vector<std::uint32_t> textures_;  ///< Those of the commands.
@@ -191,6 +195,6 @@ class MIVORA_EXPORT MVQuadBatch {
     bool isCleared_ = false;         ///< All planes were cleared; `cleanPlanes_` has yet to follow.
     bool isWithinScissor_ = false;   ///< As far as the scissor box goes.
     std::uint32_t cleanPlanes_ = 0;  ///< The bits that are 0 everywhere.
-    std::uint32_t shapedPlanes_ = 0;  ///< Those that hold one of `lastShapes_`, once all is issued.
-    std::vector<ShapeQuad> lastShapes_;  ///< By levels.
+    std::uint32_t shapedPlanes_ = 0;  ///< Those that hold one of `heldShapes_`, once all is issued.
+    std::vector<Shape> heldShapes_;   ///< The last ones, by levels.
 };

@@ -31,6 +31,7 @@ struct alignas(64) MVQuadEntry {
         Quad,            ///< a rectangle
         Projection,      ///< `matrix` is that of the quads that follow
         BeginStencil,    ///< what is drawn from here on is the shape of `stencilLevel`
+        BeginStencils,   ///< the same for quads each of which is a shape; see `MVStencilGroups`
         LimitToStencil,  ///< what is drawn from here on is seen where that shape is
         EndStencil,      ///< the level is over
         Unseen,          ///< any of these of which no pixel is to be drawn; see `MVPartialRedraw`

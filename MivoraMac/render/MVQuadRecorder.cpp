@@ -102,6 +102,11 @@ void MVQuadRecorder::commit() {
 
 void MVQuadRecorder::stencil(MVQuadEntry::Kind step, std::uint32_t level) {
     makeRoom();
+    if (!hasProjection_) {
+        // In all likelihood that of the quads to come, which then needs no entry among them: it
+        // would be between this group of levels and the next one.
+        setProjection(projection_);
+    }
     current_->next() = stencilStep(step, level);
     current_->add();
     commit();

@@ -31,6 +31,8 @@ class MVQuadStream {
  public:
     /// As many quads can be drawn by one call.
     static constexpr std::size_t kMostQuads = 2048;
+    /// There is room for as many after `map`.
+    static constexpr std::size_t kLeastQuads = 256;
 
     /// Makes the GL objects. Binds no array, and leaves the buffer bound to GL_ARRAY_BUFFER.
     void create();
@@ -51,11 +53,11 @@ class MVQuadStream {
         used_ = place + 4 * sizeof(Vertex);
         return reinterpret_cast<Vertex*>(mapped_ + (place - mappedFrom_));
     }
-    /// Whether `quad` would answer with a place.
+    /// Whether `quad` would answer with a place, so many times.
     template <class Vertex>
-    bool hasRoom() const {
+    bool hasRoom(std::size_t quads = 1) const {
         return (used_ + sizeof(Vertex) - 1) / sizeof(Vertex) * sizeof(Vertex) +
-                   4 * sizeof(Vertex) <=
+                   quads * 4 * sizeof(Vertex) <=
                kSize;
     }
     /// Where the vertex after the last one lies, in vertices of a kind.
@@ -79,6 +81,7 @@ class MVQuadStream {
     static constexpr std::size_t kSize = std::size_t{512} * 1024;
     /// With less room left, the buffer starts over.
     static constexpr std::size_t kLeast = std::size_t{64} * 1024;
+    static_assert((kLeastQuads * 4 + 1) * sizeof(MVTextureVertex) <= kLeast);
 
     std::uint32_t vertexBuffer_ = 0;
     std::uint32_t indexBuffer_ = 0;
