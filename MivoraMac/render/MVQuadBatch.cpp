@@ -49,6 +49,14 @@ GLint integer(GLenum name) {
 constexpr int kMostOpaque = 8;
 constexpr float kMostOpaqueArea = 64 * 64;
 
+/// Drawing from several textures, or with two ways of blending, costs more for each pixel, which a
+/// call less makes up for only where there are few.
+constexpr float kMostJoinedArea = 64 * 64;
+
+bool isLarge(Mivora::Size2 size) {
+    return std::abs(size.width * size.height) > kMostJoinedArea;
+}
+
 bool mayBeBlended(Mivora::Size2 size, Mivora::ColorRGBA color) {
     return color.alpha == 1.0F && std::abs(size.width * size.height) <= kMostOpaqueArea;
 }
@@ -89,6 +97,7 @@ struct MVQuadBatch::Command {
     std::int32_t firstVertex = 0;
     std::int32_t quads = 0;
     std::int32_t opaque = 0;  ///< The last of them, if they may be blended all the same.
+    bool hasLarge = false;    ///< Whether one of them is large.
 
     static Blending blendingOf(MVQuadBlend blend) {
         return blend == MVQuadBlend::Off        ? Blending::Off
@@ -422,7 +431,8 @@ bool MVQuadBatch::emitTexture(const Float4x4& matrix, const MVQuadEntry& entry) 
                              .textures = 1,
                              .firstTexture = static_cast<std::uint32_t>(textures_.size()),
                              .firstVertex = first,
-                             .quads = 1});
+                             .quads = 1,
+                             .hasLarge = isLarge(entry.size)});
         textures_.push_back(entry.texture);
     }
     writePositions(vertices, matrix, entry.size);
@@ -448,6 +458,10 @@ bool MVQuadBatch::joinTextures(Command& last, const MVQuadEntry& entry, std::uin
     // Those of the last command are at the end.
     const auto begin = textures_.begin() + last.firstTexture;
     const auto found = std::find(begin, textures_.end(), entry.texture);
+    const bool staysSingle = blendsAlike && found != textures_.end() && last.textures == 1;
+    if (!staysSingle && (last.hasLarge || isLarge(entry.size))) {
+        return false;
+    }
     if (!blendsAlike || found == textures_.end()) {
         findUnits();
         if (units_ < 2 || blending == Blending::Off || last.blending == Blending::Off) {
@@ -465,6 +479,7 @@ bool MVQuadBatch::joinTextures(Command& last, const MVQuadEntry& entry, std::uin
     if (!blendsAlike) {
         last.blending = Blending::OfEachQuad;
     }
+    last.hasLarge |= isLarge(entry.size);
     ++last.quads;
     return true;
 }

@@ -100,6 +100,25 @@ TEST_F(MVQuadBatchTest, imagesWithTexturesOfTheirOwnShareCalls) {
     EXPECT_EQ(after, before) << "that of the first unit is the last image's, in every frame";
 }
 
+TEST_F(MVQuadBatchTest, aLargeImageIsDrawnByACallOfItsOwn) {
+    const auto window = MVWindow::init();
+    window->setSize({kExtent, kExtent});
+    for (int i = 0; i < 6; ++i) {
+        const std::array<std::uint8_t, 4> pixel = {static_cast<std::uint8_t>(i), 0, 0, 128};
+        const auto view = MVImageView::initWithImage(
+            MVImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+                pixel.data(), 1, 1, 1.0F, 0, false, GL_RGBA));
+        view->setSize(i == 2 ? Mivora::Size2{100, 100} : Mivora::Size2{8, 8});
+        window->addSubview(view);
+    }
+    window->mv_drawVisit();
+    finish();
+    gl_->clear();
+    window->mv_drawVisit();
+    finish();
+    EXPECT_EQ(drawCalls(), 3U);
+}
+
 TEST_F(MVQuadBatchTest, aSamplerThatSomebodyHasBoundIsUsedForAllTexturesOrNone) {
     GLuint sampler = 0;
     for (const GLuint unit : {0U, 3U}) {

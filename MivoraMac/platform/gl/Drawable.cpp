@@ -267,10 +267,13 @@ PixelSize Drawable::readLatestFrame(std::vector<std::uint32_t>& argb) const {
     return latest.size;
 }
 
-/// Four bytes a pixel, the top row first.
+/// Four bytes a pixel, the top row first, which GL gives last unless the driver can turn them
+/// round.
 void Drawable::read(const Target& target, std::uint32_t format, std::uint32_t type, void* pixels) {
+    const bool turns = epoxy_has_gl_extension("GL_MESA_pack_invert");
     {
         const KeptFramebuffers kept;
+        const KeptPixelStore topFirst(turns ? GL_PACK_INVERT_MESA : GL_PACK_ALIGNMENT, 1);
         const KeptPixelStore tightly(GL_PACK_ALIGNMENT, 1);
         const KeptPixelStore wholeRows(GL_PACK_ROW_LENGTH, 0);
         const KeptPixelStore allRows(GL_PACK_SKIP_ROWS, 0);
@@ -281,6 +284,9 @@ void Drawable::read(const Target& target, std::uint32_t format, std::uint32_t ty
         glReadPixels(0, 0, target.size.width, target.size.height, static_cast<GLenum>(format),
                      static_cast<GLenum>(type), pixels);
         glBindBuffer(GL_PIXEL_PACK_BUFFER, static_cast<GLuint>(buffer));
+    }
+    if (turns) {
+        return;
     }
     const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(target.size.width) * 4;
     auto* top = static_cast<std::uint8_t*>(pixels);
