@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/render/MVPartialRedrawPrivate.h"
 #include "MivoraMac/render/MVQuadBatchPrivate.h"
+#include "MivoraMac/render/MVQuadBoxPrivate.h"
 
 using Mivora::columnsOf;
 using Mivora::Float4;
@@ -51,11 +53,47 @@ PixelBox inTiles(const PixelBox& box, PixelSize all) {
 }
 
 /// Whether clearing and drawing leaves nothing of what was there, within the scissor box or all of
-/// the framebuffer.
+/// the framebuffer, and an opaque quad nothing of what it covers.
 bool isEverythingOverwritten() {
     std::array<GLboolean, 4> mask{};
+    std::array<GLint, 2> fill{};  // core contexts give one
     glGetBooleanv(GL_COLOR_WRITEMASK, mask.data());
-    return std::all_of(mask.begin(), mask.end(), [](GLboolean on) { return on == GL_TRUE; });
+    glGetIntegerv(GL_POLYGON_MODE, fill.data());
+    constexpr std::array<GLenum, 8> kInTheWay = {
+        GL_SCISSOR_TEST,       GL_STENCIL_TEST,   GL_CULL_FACE,
+        GL_RASTERIZER_DISCARD, GL_COLOR_LOGIC_OP, GL_SAMPLE_ALPHA_TO_COVERAGE,
+        GL_SAMPLE_COVERAGE,    GL_SAMPLE_MASK,
+    };
+    return fill[0] == GL_FILL &&
+           std::all_of(mask.begin(), mask.end(), [](GLboolean on) { return on == GL_TRUE; }) &&
+           std::none_of(kInTheWay.begin(), kInTheWay.end(),
+                        [](GLenum name) { return glIsEnabled(name) == GL_TRUE; });
+}
+
+/// Whether all pixels of a quad have its colour, whatever was there.
+bool isOpaque(const MVQuadEntry& entry) {
+    return entry.program.samplerUniform < 0 &&
+           (entry.blend == MVQuadBlend::Off || entry.tint.alpha == 1.0F);
+}
+
+/// Takes the pixels of one box away from others that it spans from side to side: that leaves two
+/// parts of each, at most.
+void subtract(std::vector<PixelBox>& boxes, const PixelBox& taken) {
+    std::vector<PixelBox> left;
+    for (const PixelBox& box : boxes) {
+        const PixelBox both = box.intersection(taken);
+        std::array<PixelBox, 2> parts = {box, PixelBox()};
+        if (!both.isEmpty() && both.width() == box.width()) {
+            parts = {PixelBox{box.left, box.bottom, box.right, both.bottom},
+                     PixelBox{box.left, both.top, box.right, box.top}};
+        } else if (!both.isEmpty() && both.height() == box.height()) {
+            parts = {PixelBox{box.left, box.bottom, both.left, box.top},
+                     PixelBox{both.right, box.bottom, box.right, box.top}};
+        }
+        std::copy_if(parts.begin(), parts.end(), std::back_inserter(left),
+                     [](const PixelBox& part) { return !part.isEmpty(); });
+    }
+    boxes.swap(left);
 }
 
 std::uint64_t mixed(std::uint64_t hash, std::uint64_t word) {
@@ -123,6 +161,7 @@ void MVPartialRedraw::begin(const std::shared_ptr<MVPartialRedraw>& self,
     self->levels_.clear();
     self->held_.clear();
     self->boxes_.clear();
+    self->covers_.clear();
     self->batch_.setFrame(self);
 }
 
@@ -134,8 +173,7 @@ bool MVPartialRedraw::canHoldBack(Mivora::ColorRGBA clearColor) const {
     constexpr int kMost = std::numeric_limits<std::int16_t>::max();
     return isKnown_ && otherWork_ == batch_.otherWork() && timesBuilt_ == drawable.timesBuilt() &&
            clearColor_ == clearColor && batch_.isSoftware() && !batch_.isRefused() &&
-           size.width <= kMost && size.height <= kMost &&
-           glIsEnabled(GL_SCISSOR_TEST) == GL_FALSE && isEverythingOverwritten();
+           size.width <= kMost && size.height <= kMost && isEverythingOverwritten();
 }
 
 void MVPartialRedraw::clear() const {
@@ -241,6 +279,9 @@ bool MVPartialRedraw::mark(const MVQuadEntry& entry) {
             const Float4x4 matrix = product(*projection_, columnsOf(entry.matrix));
             box = boxOf(matrix, entry.size);
             markQuad(entry, box, matrix);
+            if (isHoldingBack_ && levels_.empty() && isOpaque(entry)) {
+                covers_.push_back(coverOf(matrix, entry.size));
+            }
             break;
         }
         case Kind::BeginStencils:  // only what is drawn at once has these
@@ -276,36 +317,61 @@ void MVPartialRedraw::markQuad(const MVQuadEntry& entry, const PixelBox& box,
                       static_cast<std::int16_t>(seen.top)});
 }
 
-/// The pixels that a quad may cover, those around them, and no others than the framebuffer has.
-PixelBox MVPartialRedraw::boxOf(const Float4x4& matrix, Mivora::Size2 size) const {
+/// Where a point in normalised device coordinates comes to lie, in pixels.
+/// @param axis  0 for x, 1 for y
+float MVPartialRedraw::pixelsOf(float coordinate, std::size_t axis) const {
+    return static_cast<float>(viewport_[axis]) +
+           (coordinate + 1) * 0.5F * static_cast<float>(viewport_[axis + 2]);
+}
+
+/// A box of the pixels between these edges, no others than the framebuffer has.
+PixelBox MVPartialRedraw::between(float left, float bottom, float right, float top) const {
     const PixelSize all = context_->drawable().builtSize();
-    const PixelBox anywhere = {0, 0, all.width, all.height};
-    const Float4 right = matrix.column[0] * size.width;
-    const Float4 top = matrix.column[1] * size.height;
-    const Float4 origin = matrix.column[3];
-    constexpr float kFar = 1e6F;
-    Float4 box = {kFar, kFar, -kFar, -kFar};  // left, bottom, right, top
-    for (const Float4& corner : {origin, origin + right, origin + top, origin + right + top}) {
-        constexpr float kLeast = 1e-6F;
-        if (!(corner[3] > kLeast)) {
-            return anywhere;  // it goes on behind the eye
+    const auto clamped = [](float pixels, int most) {
+        return static_cast<int>(std::clamp(pixels, 0.0F, static_cast<float>(most)));
+    };
+    return {clamped(left, all.width), clamped(bottom, all.height), clamped(right, all.width),
+            clamped(top, all.height)};
+}
+
+/// The pixels that a quad may cover, and those around them.
+PixelBox MVPartialRedraw::boxOf(const Float4x4& matrix, Mivora::Size2 size) const {
+    const std::optional<MVQuadBox> box = MVQuadBox::of(matrix, size);
+    if (!box) {
+        const PixelSize all = context_->drawable().builtSize();
+        return {0, 0, all.width, all.height};
+    }
+    return between(std::floor(pixelsOf(box->left, 0)) - 1, std::floor(pixelsOf(box->bottom, 1)) - 1,
+                   std::ceil(pixelsOf(box->right, 0)) + 1, std::ceil(pixelsOf(box->top, 1)) + 1);
+}
+
+/// The pixels that an upright quad covers with all their samples; none of other quads.
+PixelBox MVPartialRedraw::coverOf(const Float4x4& matrix, Mivora::Size2 size) const {
+    // The outermost of four samples lie an eighth of a pixel within its edge.
+    constexpr float kSlack = 1.0F / 16;
+    constexpr float kUpright = 1.0F / 64;
+    std::array<std::array<float, 4>, 2> place{};  // of each corner, in pixels
+    for (std::size_t i = 0; i < 4; ++i) {
+        const Float4 corner = (matrix.column[0] * (i % 2 != 0 ? size.width : 0.0F) +
+                               matrix.column[1] * (i / 2 != 0 ? size.height : 0.0F)) +
+                              matrix.column[3];
+        if (!(std::abs(corner[2]) < corner[3])) {
+            return {};
         }
-        for (int i = 0; i < 2; ++i) {
-            const float pixels =
-                static_cast<float>(viewport_[i]) +
-                (corner[i] / corner[3] + 1) * 0.5F * static_cast<float>(viewport_[i + 2]);
-            if (std::isnan(pixels)) {
-                return anywhere;
-            }
-            box[i] = std::min(box[i], std::max(pixels, -kFar));
-            box[i + 2] = std::max(box[i + 2], std::min(pixels, kFar));
+        for (std::size_t axis = 0; axis < 2; ++axis) {
+            place[axis][i] = pixelsOf(corner[static_cast<int>(axis)] / corner[3], axis);
         }
     }
-    const auto clamped = [](float pixels, int most) {
-        return std::clamp(static_cast<int>(pixels), 0, most);
-    };
-    return {clamped(std::floor(box[0]) - 1, all.width), clamped(std::floor(box[1]) - 1, all.height),
-            clamped(std::ceil(box[2]) + 1, all.width), clamped(std::ceil(box[3]) + 1, all.height)};
+    const auto& [x, y] = place;
+    const auto isClose = [](float a, float b) { return std::abs(a - b) <= kUpright; };
+    if (!isClose(x[0], x[2]) || !isClose(x[1], x[3]) || !isClose(y[0], y[1]) ||
+        !isClose(y[2], y[3])) {
+        return {};
+    }
+    return between(std::ceil(std::min(x[0], x[1]) + kUpright - kSlack),
+                   std::ceil(std::min(y[0], y[2]) + kUpright - kSlack),
+                   std::floor(std::max(x[0], x[1]) - kUpright + kSlack),
+                   std::floor(std::max(y[0], y[2]) - kUpright + kSlack));
 }
 
 /// Compares the frame with the one before, both in order. Where they differ, few quads may have
@@ -360,16 +426,23 @@ PixelRegion MVPartialRedraw::findChange() const {
 
 /// Draws the frame where it differs.
 void MVPartialRedraw::draw(const PixelRegion& region) {
-    // The frame before has left the depth buffer as clearing does, since it was all recorded.
-    const GLbitfield buffers =
-        GL_COLOR_BUFFER_BIT | (hasStencils_ || hadStencils_ ? GL_STENCIL_BUFFER_BIT : 0);
+    const auto limitTo = [](const PixelBox& box) {
+        glScissor(box.left, box.bottom, box.width(), box.height());
+    };
     {
         const KeptScissor kept;
         for (const PixelBox& box : region.boxes()) {
             DebugLog::log(DebugLog::Category::Frame, "drawn again: %d x %d pixels at %d, %d",
                           box.width(), box.height(), box.left, box.bottom);
-            glScissor(box.left, box.bottom, box.width(), box.height());
-            glClear(buffers);
+            // The depth buffer is as clearing leaves it: all of the frame before was recorded.
+            for (const PixelBox& part : uncovered(box)) {
+                limitTo(part);
+                glClear(GL_COLOR_BUFFER_BIT);
+            }
+            limitTo(box);
+            if (hasStencils_ || hadStencils_) {
+                glClear(GL_STENCIL_BUFFER_BIT);
+            }
             batch_.stencilClearedWithinScissor();
             drawWithin(box);
         }
@@ -380,6 +453,23 @@ void MVPartialRedraw::draw(const PixelRegion& region) {
         drawWithin({});
         batch_.settle();
     }
+}
+
+/// The parts of a box that have to be cleared, since what was there may be seen through the frame;
+/// all of it where that is not much more.
+std::vector<PixelBox> MVPartialRedraw::uncovered(const PixelBox& box) const {
+    constexpr std::size_t kMostParts = 8;
+    std::vector<PixelBox> parts = {box};
+    for (const PixelBox& cover : covers_) {
+        subtract(parts, cover);
+    }
+    int pixels = 0;
+    for (const PixelBox& part : parts) {
+        pixels += part.width() * part.height();
+    }
+    return parts.size() > kMostParts || pixels > box.width() * box.height() / 2
+               ? std::vector<PixelBox>{box}
+               : parts;
 }
 
 /// Draws what has a pixel in the box, and has the rest leave its state.

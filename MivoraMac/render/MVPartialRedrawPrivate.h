@@ -82,9 +82,13 @@ class MVPartialRedraw {
     void markQuad(const MVQuadEntry& entry, const Mivora::platform::PixelBox& box,
                   const Mivora::Float4x4& matrix);
     std::uint64_t hashOfViewport() const;
+    float pixelsOf(float coordinate, std::size_t axis) const;
+    Mivora::platform::PixelBox between(float left, float bottom, float right, float top) const;
     Mivora::platform::PixelBox boxOf(const Mivora::Float4x4& matrix, Mivora::Size2 size) const;
+    Mivora::platform::PixelBox coverOf(const Mivora::Float4x4& matrix, Mivora::Size2 size) const;
     Mivora::platform::PixelRegion findChange() const;
     void draw(const Mivora::platform::PixelRegion& region);
+    std::vector<Mivora::platform::PixelBox> uncovered(const Mivora::platform::PixelBox& box) const;
     void drawWithin(const Mivora::platform::PixelBox& box);
     std::size_t hideStencil(std::size_t begin);
     void clear() const;
@@ -103,8 +107,9 @@ class MVPartialRedraw {
     std::vector<Level> levels_;
     bool hasStencils_ = false;
     std::vector<MVQuadEntry> held_;
-    std::vector<Mivora::platform::PixelBox> boxes_;  ///< of these: of quads and of stencil levels
-    std::vector<MVQuadEntry> seen_;                  ///< as `held_`, but for what is not drawn
+    std::vector<Mivora::platform::PixelBox> boxes_;   ///< of these: of quads and of stencil levels
+    std::vector<Mivora::platform::PixelBox> covers_;  ///< what opaque quads cover
+    std::vector<MVQuadEntry> seen_;                   ///< as `held_`, but for what is not drawn
 
     // The frame before, or the one at hand until something of it is drawn.
     bool isKnown_ = false;

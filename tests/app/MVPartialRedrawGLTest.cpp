@@ -110,14 +110,16 @@ class MVPartialRedrawTest : public Mivora::tests::GLTest {
         GLTest::TearDown();
     }
 
-    /// The boxes that a frame was cleared in: x, y from the bottom, width and height.
+    /// The boxes that a frame was drawn in: x, y from the bottom, width and height.
     std::vector<std::vector<double>> boxesOf(Shown& shown) {
         gl_->clear();
         shown.draw();
         std::vector<std::vector<double>> boxes;
         for (const auto& call : gl_->calls()) {
             if (call.name == "glScissor") {
-                boxes.push_back(call.arguments);
+                if (boxes.empty() || boxes.back() != call.arguments) {
+                    boxes.push_back(call.arguments);
+                }
             } else if (call.name == "glDisable" && call.arguments.at(0) == GL_SCISSOR_TEST) {
                 return boxes;
             }
@@ -151,6 +153,12 @@ TEST_F(MVPartialRedrawTest, randomChangesComeOutAsWholeFramesDo) {
     int partial = 0;
     for (unsigned seed = 1; seed <= scenes; ++seed) {
         Shown shown;
+        const int stripes = static_cast<int>(seed % 9);
+        const float height = RandomWindow::kExtent / static_cast<float>(stripes + 1);
+        for (int i = 0; i < stripes + static_cast<int>(seed % 2); ++i) {
+            shown.add(0, static_cast<float>(i) * height, RandomWindow::kExtent, height,
+                      {0, 0, static_cast<float>(i) / 10, 1});
+        }
         RandomWindow scene(seed, shown.window(), false);
         shown.settle();
         for (int step = 1; step <= kSteps; ++step) {
@@ -186,6 +194,38 @@ TEST_F(MVPartialRedrawTest, aChangedViewHasTheTilesAroundItDrawnAgain) {
     other->setPosition({130, 120});
     EXPECT_THAT(boxesOf(*shown_), ElementsAre(ElementsAre(64, 0, 96, 64)))
         << "where it was and where it is";
+}
+
+TEST_F(MVPartialRedrawTest, whatAnOpaqueGroundCoversIsNotClearedBeforehand) {
+    for (int i = 0; i < 4; ++i) {
+        shown_->add(0, 40.0F * float(i), 160, 40, {0, 0, 1, 1});
+    }
+    const auto view = shown_->add(10, 70, 30, 50, {1, 0, 0, 0.5F});
+    shown_->settle();
+    const auto clears = [&] {
+        view->setColor({1, view->color().green > 0 ? 0.0F : 1.0F, 0, 0.5F});
+        gl_->clear();
+        const Picture picture = shown_->draw();
+        const auto calls = gl_->callsOf("glClear");
+        EXPECT_EQ(picture.rgba, shown_->drawWhole().rgba);
+        return calls;
+    };
+    EXPECT_THAT(clears(), IsEmpty());
+    const std::vector<std::shared_ptr<MVView>> ground(shown_->window()->subviews()->begin(),
+                                                      shown_->window()->subviews()->end());
+    ground[2]->setRotation3({0, 0, 0.01F});
+    shown_->settle();
+    EXPECT_THAT(clears(), SizeIs(1)) << "a gap opens";
+    ground[2]->setRotation3({0, 0, 0});
+    ground[2]->setPosition({0, 80.3F});
+    shown_->settle();
+    EXPECT_THAT(clears(), SizeIs(1));
+    ground[2]->setPosition({0, 80});
+    shown_->settle();
+    EXPECT_THAT(clears(), IsEmpty());
+    ground[2]->setOpacity(0.9F);
+    shown_->settle();
+    EXPECT_THAT(clears(), SizeIs(1));
 }
 
 TEST_F(MVPartialRedrawTest, changesFarFromEachOtherHaveBoxesOfTheirOwn) {
