@@ -178,8 +178,9 @@ void Drawable::flush() {
     const PixelRegion whole = PixelRegion::whole(builtSize_);
     const PixelRegion changed = std::exchange(changed_, {});
     const bool isKnown = std::exchange(change_, Change::None) == Change::Known;
+    latestChange_ = isKnown ? changed : whole;
     for (Target& target : targets_) {
-        target.stale.add(isKnown ? changed : whole);
+        target.stale.add(latestChange_);
     }
     const std::size_t drawn = targetToDrawInto();
     Target& target = targets_[drawn];

@@ -77,6 +77,9 @@ class MIVORA_EXPORT Drawable {
     /// Thread: any.
     Frame latestFrame() const;
 
+    /// Where the newest published frame differs from the one published before it. Thread: GL.
+    const PixelRegion& latestChange() const { return latestChange_; }
+
     /// The newest published frame, whose texture is not drawn into until it has been given back as
     /// often as it was held. Before the first frame there is nothing to hold, nor to give back.
     /// Thread: any.
@@ -137,7 +140,8 @@ class MIVORA_EXPORT Drawable {
     bool isIncomplete_ = false;  // a frame has begun
     std::uint64_t timesBuilt_ = 0;
     Change change_ = Change::None;
-    PixelRegion changed_;             // if that is known
+    PixelRegion changed_;  // if that is known
+    PixelRegion latestChange_;
     std::vector<Target> targets_{2};  // more than two where frames are held
     std::size_t newest_ = 0;
 

@@ -2,6 +2,8 @@
 
 #include <epoxy/gl.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdlib>
 #include <utility>
@@ -114,6 +116,7 @@ GtkFrameSink::~GtkFrameSink() {
 
 void GtkFrameSink::showNothing() {
     g_clear_pointer(&node_, gsk_render_node_unref);
+    g_clear_pointer(&picture_, gsk_render_node_unref);
     g_clear_object(&texture_);
     copy_.reset();
 }
@@ -136,6 +139,7 @@ void GtkFrameSink::setDrawnInMemory(bool isDrawnInMemory) {
     if (isDrawnInMemory_ != isDrawnInMemory) {
         isDrawnInMemory_ = isDrawnInMemory;
         g_clear_pointer(&node_, gsk_render_node_unref);
+        g_clear_pointer(&picture_, gsk_render_node_unref);
     }
 }
 
@@ -166,6 +170,7 @@ void GtkFrameSink::take(GLContext& context) {
     if (copies_) {
         taken.copy = memory_->take(context.drawable().latestFrame().size);
         context.drawable().readLatestFrame(taken.copy->argb);
+        taken.changed = context.drawable().latestChange();
     } else {
         taken.frame = context.holdLatestFrame();
         taken.drawn = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
@@ -174,6 +179,9 @@ void GtkFrameSink::take(GLContext& context) {
     {
         const std::lock_guard lock(mutex_);
         if (!closed_) {
+            if (hasNewest_) {
+                taken.changed.add(newest_.changed);
+            }
             hasNewest_ = true;
             std::swap(newest_, taken);
         }
@@ -213,8 +221,11 @@ void GtkFrameSink::snapshot(GtkSnapshot* snapshot, const Place& place) {
     }
     if (isNewer || node_ == nullptr || place_ != place) {
         g_clear_pointer(&node_, gsk_render_node_unref);
-        place_ = place;
-        node_ = makeNode();
+        if (place_ != place) {
+            place_ = place;
+            g_clear_pointer(&picture_, gsk_render_node_unref);
+        }
+        node_ = copy_ && isDrawnInMemory_ ? makePictureNode() : makeNode();
     }
     if (node_ != nullptr) {
         gtk_snapshot_append_node(snapshot, node_);
@@ -231,6 +242,9 @@ bool GtkFrameSink::showNewest() {
         }
         newest = std::exchange(newest_, {});
     }
+    if (updatePicture(newest)) {
+        return true;
+    }
     if (newest.copy && isDrawnInMemory_ && (!copy_ || copy_->size != newest.copy->size)) {
         haveMallocKeep(newest.copy->size);
     }
@@ -245,13 +259,54 @@ bool GtkFrameSink::showNewest() {
     return true;
 }
 
+/// Brings what is shown up to date in its place, if its node can stay.
+/// @return whether it has
+bool GtkFrameSink::updatePicture(const Newest& newest) {
+    if (picture_ == nullptr || !newest.copy || !copy_ || newest.copy->size != copy_->size) {
+        return false;
+    }
+    const PixelSize size = copy_->size;
+    for (const PixelBox& box : newest.changed.boxes()) {
+        for (int row = size.height - box.top; row < size.height - box.bottom; ++row) {
+            const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(row) * size.width + box.left;
+            std::copy_n(newest.copy->argb.begin() + first, box.width(),
+                        copy_->argb.begin() + first);
+        }
+    }
+    changed_ = newest.changed;
+    return true;
+}
+
+/// One node that stays while the frames change, and on top of it such that draw nothing, but are
+/// new: where they are, the toolkit draws again.
+GskRenderNode* GtkFrameSink::makePictureNode() {
+    GtkSnapshot* const snapshot = gtk_snapshot_new();
+    const graphene_rect_t all = {{0, 0}, {place_.width, place_.height}};
+    if (picture_ == nullptr) {
+        GtkSnapshot* const drawing = gtk_snapshot_new();
+        appendDrawing(drawing, copy_, all, place_.isOpaque);
+        picture_ = gtk_snapshot_free_to_node(drawing);
+        changed_ = {};
+    }
+    gtk_snapshot_append_node(snapshot, picture_);
+    const float across = place_.width / static_cast<float>(copy_->size.width);
+    const float down = place_.height / static_cast<float>(copy_->size.height);
+    for (const PixelBox& box : changed_.boxes()) {
+        // Pixels that are scaled show in the points next to theirs.
+        const float left = std::floor(static_cast<float>(box.left) * across) - 1;
+        const float top = std::floor(static_cast<float>(copy_->size.height - box.top) * down) - 1;
+        const float right = std::ceil(static_cast<float>(box.right) * across) + 1;
+        const float bottom =
+            std::ceil(static_cast<float>(copy_->size.height - box.bottom) * down) + 1;
+        const graphene_rect_t place = {{left, top}, {right - left, bottom - top}};
+        cairo_destroy(gtk_snapshot_append_cairo(snapshot, &place));
+    }
+    return gtk_snapshot_free_to_node(snapshot);
+}
+
 GskRenderNode* GtkFrameSink::makeNode() const {
     GtkSnapshot* const snapshot = gtk_snapshot_new();
     const graphene_rect_t all = {{0, 0}, {place_.width, place_.height}};
-    if (copy_ && isDrawnInMemory_) {
-        appendDrawing(snapshot, copy_, all, place_.isOpaque);
-        return gtk_snapshot_free_to_node(snapshot);
-    }
     if (place_.isOpaque) {
         // What the drawing has left transparent shows the colours it has, on black.
         const GdkRGBA black = {0, 0, 0, 1};

@@ -50,6 +50,7 @@ class GtkFrameSink : public std::enable_shared_from_this<GtkFrameSink> {
         std::shared_ptr<const Drawable::Frame> frame;  // or else the copy
         void* drawn = nullptr;                         // GL fence: when the frame is complete
         std::shared_ptr<GtkFrameCopies::Copy> copy;
+        PixelRegion changed;  // where the copy differs from what was asked for last
     };
 
     void take(GLContext& context);
@@ -57,7 +58,9 @@ class GtkFrameSink : public std::enable_shared_from_this<GtkFrameSink> {
     void tellArrived();
     bool showNewest();
     void showNothing();
+    bool updatePicture(const Newest& newest);
     GskRenderNode* makeNode() const;
+    GskRenderNode* makePictureNode();
     static void waitUntilDrawn(void* fence);
 
     const std::function<void()> arrived_;
@@ -73,6 +76,8 @@ class GtkFrameSink : public std::enable_shared_from_this<GtkFrameSink> {
     // Main thread.
     bool isDrawnInMemory_ = false;
     std::shared_ptr<GtkFrameCopies::Copy> copy_;  // what is shown, or else the texture
+    PixelRegion changed_;  // where it was changed in its place: the nodes of that draw it anew
+    GskRenderNode* picture_ = nullptr;  // shows the copy where the toolkit draws in memory
     GdkTexture* texture_ = nullptr;
     GskRenderNode* node_ = nullptr;  // shows it at the place
     Place place_;
