@@ -150,7 +150,7 @@ void MVPartialRedraw::begin(const std::shared_ptr<MVPartialRedraw>& self,
     if (!self->isHoldingBack_) {
         self->clear();
     }
-    self->isMarking_ = self->isOn_;
+    self->isMarking_ = self->isOn_ && self->batch_.isSoftware();
     self->isKnown_ = self->isHoldingBack_;
     self->clearColor_ = clearColor;
     self->otherWork_ = self->batch_.otherWork();
@@ -172,8 +172,8 @@ bool MVPartialRedraw::canHoldBack(Mivora::ColorRGBA clearColor) const {
     const PixelSize size = drawable.builtSize();
     constexpr int kMost = std::numeric_limits<std::int16_t>::max();
     return isKnown_ && otherWork_ == batch_.otherWork() && timesBuilt_ == drawable.timesBuilt() &&
-           clearColor_ == clearColor && batch_.isSoftware() && !batch_.isRefused() &&
-           size.width <= kMost && size.height <= kMost && isEverythingOverwritten();
+           clearColor_ == clearColor && !batch_.isRefused() && size.width <= kMost &&
+           size.height <= kMost && isEverythingOverwritten();
 }
 
 void MVPartialRedraw::clear() const {
