@@ -54,7 +54,7 @@ constexpr float kMostOpaqueArea = 64 * 64;
 constexpr float kMostJoinedArea = 64 * 64;
 
 bool isLarge(Mivora::Size2 size) {
-    return std::abs(size.width * size.height) > kMostJoinedArea;
+    return size.width * size.height > kMostJoinedArea;
 }
 
 bool mayBeBlended(Mivora::Size2 size, Mivora::ColorRGBA color) {
@@ -93,7 +93,8 @@ struct MVQuadBatch::Command {
     Blending blending = Blending::Off;
     std::uint8_t level = 0;
     std::uint8_t textures = 0;       ///< As many of `textures_`, one a unit,
-    std::uint32_t firstTexture = 0;  ///< from here on.
+    std::uint32_t firstTexture = 0;  ///< from here on,
+    std::uint32_t mostTexture = 0;   ///< and none of a larger name.
     std::int32_t firstVertex = 0;
     std::int32_t quads = 0;
     std::int32_t opaque = 0;  ///< The last of them, if they may be blended all the same.
@@ -168,7 +169,9 @@ void MVQuadBatch::drawAtOnce(std::span<const MVQuadEntry> entries) {
     }
     std::size_t next = 0;
     if (makeObjects()) {
-        entries = groups_.merged(entries, projection_);
+        if (mayHaveStencils_.load(std::memory_order_relaxed)) {
+            entries = groups_.merged(entries, projection_);
+        }
         enterState();
         while (next < entries.size() && stream_.map()) {
             while (next < entries.size() && append(entries.subspan(next))) {
@@ -430,6 +433,7 @@ bool MVQuadBatch::emitTexture(const Float4x4& matrix, const MVQuadEntry& entry) 
                              .blending = Command::blendingOf(entry.blend),
                              .textures = 1,
                              .firstTexture = static_cast<std::uint32_t>(textures_.size()),
+                             .mostTexture = entry.texture,
                              .firstVertex = first,
                              .quads = 1,
                              .hasLarge = isLarge(entry.size)});
@@ -439,12 +443,14 @@ bool MVQuadBatch::emitTexture(const Float4x4& matrix, const MVQuadEntry& entry) 
     const Mivora::Rect2 part = entry.textureCoordinates;
     const float right = part.origin.x + part.size.width;
     const float bottom = part.origin.y + part.size.height;
+    const Float4 tint = vectorOf(entry.tint);
+    const std::uint32_t premultiplied = entry.blend == MVQuadBlend::Premultiplied ? 1 : 0;
     for (int i = 0; i < 4; ++i) {
-        vertices[i].tint = vectorOf(entry.tint);
+        vertices[i].tint = tint;
         vertices[i].u = (i & 1) != 0 ? right : part.origin.x;
         vertices[i].v = (i & 2) != 0 ? bottom : part.origin.y;
         vertices[i].unit = unit;
-        vertices[i].premultiplied = entry.blend == MVQuadBlend::Premultiplied ? 1 : 0;
+        vertices[i].premultiplied = premultiplied;
     }
     return true;
 }
@@ -457,9 +463,12 @@ bool MVQuadBatch::joinTextures(Command& last, const MVQuadEntry& entry, std::uin
     const bool blendsAlike = last.blending == blending;
     // Those of the last command are at the end.
     const auto begin = textures_.begin() + last.firstTexture;
-    const auto found = std::find(begin, textures_.end(), entry.texture);
+    const auto found = entry.texture <= last.mostTexture
+                           ? std::find(begin, textures_.end(), entry.texture)
+                           : textures_.end();
     const bool staysSingle = blendsAlike && found != textures_.end() && last.textures == 1;
-    if (!staysSingle && (last.hasLarge || isLarge(entry.size))) {
+    const bool thisIsLarge = isLarge(entry.size);
+    if (!staysSingle && (last.hasLarge || thisIsLarge)) {
         return false;
     }
     if (!blendsAlike || found == textures_.end()) {
@@ -474,12 +483,13 @@ bool MVQuadBatch::joinTextures(Command& last, const MVQuadEntry& entry, std::uin
             return false;
         }
         textures_.push_back(entry.texture);
+        last.mostTexture = std::max(last.mostTexture, entry.texture);
         ++last.textures;
     }
     if (!blendsAlike) {
         last.blending = Blending::OfEachQuad;
     }
-    last.hasLarge |= isLarge(entry.size);
+    last.hasLarge |= thisIsLarge;
     ++last.quads;
     return true;
 }

@@ -55,6 +55,9 @@ class MIVORA_EXPORT MVQuadBatch {
     /// Draws what comes next.
     void drawAtOnce(std::span<const MVQuadEntry> entries);
 
+    /// There may be stencil levels among what is drawn from here on. Thread: any.
+    void expectStencils() { mayHaveStencils_.store(true, std::memory_order_relaxed); }
+
     /// What is drawn from here on is part of a frame; of none where it is null.
     void setFrame(std::shared_ptr<MVPartialRedraw> frame);
     const std::shared_ptr<MVPartialRedraw>& frame() const { return frame_; }
@@ -158,6 +161,7 @@ class MIVORA_EXPORT MVQuadBatch {
     void playQuad(const MVQuadEntry& entry);
 
     std::atomic<bool> refused_{false};
+    std::atomic<bool> mayHaveStencils_{false};
     std::shared_ptr<MVPartialRedraw> frame_;
     std::uint64_t otherWork_ = 0;
     MVQuadStream stream_;

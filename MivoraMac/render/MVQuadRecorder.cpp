@@ -101,6 +101,7 @@ void MVQuadRecorder::commit() {
 }
 
 void MVQuadRecorder::stencil(MVQuadEntry::Kind step, std::uint32_t level) {
+    batch_.expectStencils();
     makeRoom();
     if (!hasProjection_) {
         // In all likelihood that of the quads to come, which then needs no entry among them: it
