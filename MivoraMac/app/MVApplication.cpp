@@ -10,6 +10,7 @@
 #include "MivoraMac/app/MVApplicationRunLoop.h"
 #include "MivoraMac/images/MVImageCache.h"
 #include "MivoraMac/input/MVMouseToTouchDispatcher.h"
+#include "MivoraMac/platform/base/AtEndPrivate.h"
 #include "MivoraMac/platform/gl/GLContext.h"
 #include "MivoraMac/platform/threads/MainThread.h"
 #include "MivoraMac/render/MVRenderContext.h"
@@ -18,6 +19,7 @@
 #include "MivoraMac/render/MVShaderCache.h"
 #include "MivoraMac/views/MVFramePrivate.h"
 
+using Mivora::platform::AtEnd;
 using Mivora::platform::Clock;
 using Mivora::platform::MainThread;
 using Mivora::platform::ObservableObject;
@@ -228,13 +230,17 @@ bool MVApplication::mv_runLoop(const std::shared_ptr<MVApplicationRunLoop>& /*se
         return false;
     }
     const std::uint64_t drawing = ++drawings_;
-    MVFrame::draw(*parts_->window, [this] {
-        parts_->context->mv_beginFrame(clearColor_);
-        parts_->renderView->mv_setViewport();
-    });
-    const bool isWhole = drawings_ == drawing;
-    // Until the end, a `present` of the frame before leaves this one to its own.
-    parts_->context->mv_endFrame(isWhole);
+    bool isWhole = false;
+    {
+        // Until the end, a `present` of the frame before leaves this one to its own. What is thrown
+        // on the way ends it, too.
+        const AtEnd end([&] { parts_->context->mv_endFrame(isWhole); });
+        MVFrame::draw(*parts_->window, [this] {
+            parts_->context->mv_beginFrame(clearColor_);
+            parts_->renderView->mv_setViewport();
+        });
+        isWhole = drawings_ == drawing;
+    }
     if (!isWhole) {
         // Something in the tree had a frame drawn at once, as a resize does. That one was whole;
         // this one drew some of itself before it and the rest over it.

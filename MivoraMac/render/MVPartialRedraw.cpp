@@ -1,7 +1,6 @@
 #include <epoxy/gl.h>
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>

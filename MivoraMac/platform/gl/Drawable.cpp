@@ -205,7 +205,12 @@ void Drawable::resolve(Target& target) const {
     const KeptFramebuffers kept;
     glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer_);
     glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.framebuffer);
-    for (const PixelBox& box : target.stale.boxes()) {
+    const PixelBox all = {0, 0, target.size.width, target.size.height};
+    for (const PixelBox& stale : target.stale.boxes()) {
+        const PixelBox box = stale.intersection(all);  // there may have been another size since
+        if (box.isEmpty()) {
+            continue;
+        }
         glBlitFramebuffer(box.left, box.bottom, box.right, box.top, box.left, box.bottom, box.right,
                           box.top, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     }

@@ -125,6 +125,10 @@ void GtkFrameSink::connect(GLContext& context) {
     if (dynamic_cast<GtkGLContext*>(context.native().get()) == nullptr) {
         copyFrames();
     }
+    {
+        const std::lock_guard lock(mutex_);
+        startsAnew_ = true;
+    }
     context.setFrameHandler([weak = weak_from_this(), &context] {
         if (const auto self = weak.lock()) {
             self->take(context);
@@ -179,9 +183,14 @@ void GtkFrameSink::take(GLContext& context) {
     {
         const std::lock_guard lock(mutex_);
         if (!closed_) {
-            if (hasNewest_) {
+            const bool follows =
+                !std::exchange(startsAnew_, false) && taken.copy && taken.copy->size == latestSize_;
+            if (taken.copy && !follows) {
+                taken.changed = PixelRegion::whole(taken.copy->size);
+            } else if (hasNewest_) {
                 taken.changed.add(newest_.changed);
             }
+            latestSize_ = taken.copy ? taken.copy->size : PixelSize();
             hasNewest_ = true;
             std::swap(newest_, taken);
         }

@@ -72,11 +72,13 @@ class GtkFrameSink : public std::enable_shared_from_this<GtkFrameSink> {
     Newest newest_;  // not asked for yet
     bool hasNewest_ = false;
     bool closed_ = false;
+    bool startsAnew_ = true;  // the next frame has to do with none before it
+    PixelSize latestSize_;    // of the copy taken last
 
     // Main thread.
     bool isDrawnInMemory_ = false;
     std::shared_ptr<GtkFrameCopies::Copy> copy_;  // what is shown, or else the texture
-    PixelRegion changed_;  // where it was changed in its place: the nodes of that draw it anew
+    PixelRegion changed_;                         // where that was brought up to date last
     GskRenderNode* picture_ = nullptr;  // shows the copy where the toolkit draws in memory
     GdkTexture* texture_ = nullptr;
     GskRenderNode* node_ = nullptr;  // shows it at the place

@@ -125,6 +125,37 @@ TEST_F(DrawableTest, ofAFrameThatDiffersInABoxThatBoxIsResolved) {
     });
 }
 
+TEST_F(DrawableTest, aFrameOfAnotherSizeInBetweenLeavesNoTraceInLaterOnes) {
+    drawable_.setSize({8, 4});
+    onQueue([this] {
+        paint(1, 0, 0);
+        paint(1, 0, 0);
+    });
+    drawable_.setSize({32, 16});
+    onQueue([this] {
+        paint(0, 1, 0);
+        drawable_.beginFrame();
+        Mivora::platform::PixelRegion beyond;
+        beyond.add({20, 10, 30, 15});
+        drawable_.endFrame(beyond);
+    });
+    drawable_.setSize({8, 4});
+    onQueue([this] {
+        for (int i = 0; i < 3; ++i) {
+            paint(0, 0, 1);
+            const auto picture = drawable_.readLatestFrame();
+            EXPECT_EQ(picture.size, (PixelSize{8, 4}));
+            EXPECT_EQ(picture.pixel(7, 0)[2], 255);
+            EXPECT_EQ(picture.pixel(0, 3)[2], 255);
+        }
+        EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+        for (const auto& call : gl_->callsOf("glBlitFramebuffer")) {
+            EXPECT_LT(call.arguments[0], call.arguments[2]);
+            EXPECT_LT(call.arguments[1], call.arguments[3]);
+        }
+    });
+}
+
 TEST_F(DrawableTest, whatWasDrawnBesideFramesIsResolvedAsWell) {
     drawable_.setSize({8, 4});
     onQueue([this] {
