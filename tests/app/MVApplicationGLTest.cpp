@@ -945,6 +945,41 @@ std::shared_ptr<HeadlessWindow> programFrame;
     std::exit(0);
 }
 
+/// What is drawn last has the driver compile something for it.
+[[noreturn]] void drawSomethingNewAndExit() {
+    const auto application = MVApplication::init();
+    const auto frame = HeadlessWindow::create("", {0, 0, 100, 50});
+    frame->setContentView(application->mv_renderView());
+    frame->show();
+    application->window()->addSubview(MVColorView::initWithColor({1, 0, 0, 1}));
+    application->mv_runLoopFired(nullptr);
+    MVRenderContext::activeContext()->dispatchBlock([] {
+        std::array<GLuint, 2> framebuffers{};
+        std::array<GLuint, 2> textures{};
+        glGenFramebuffers(2, framebuffers.data());
+        glGenTextures(2, textures.data());
+        // By each format that is copied to another, a program of the driver's.
+        constexpr std::array<GLenum, 4> kFormats = {GL_RGBA8, GL_RGBA16F, GL_RGB10_A2, GL_R8};
+        for (const GLenum from : kFormats) {
+            for (const GLenum to : kFormats) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                for (std::size_t i = 0; i < 2; ++i) {
+                    glBindTexture(GL_TEXTURE_2D, textures[i]);
+                    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(i == 0 ? from : to), 8, 8, 0,
+                                 GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+                    glBindFramebuffer(i == 0 ? GL_READ_FRAMEBUFFER : GL_DRAW_FRAMEBUFFER,
+                                      framebuffers[i]);
+                    glFramebufferTexture2D(i == 0 ? GL_READ_FRAMEBUFFER : GL_DRAW_FRAMEBUFFER,
+                                           GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, textures[i], 0);
+                }
+                glBlitFramebuffer(0, 0, 8, 8, 0, 0, 4, 4, GL_COLOR_BUFFER_BIT, GL_LINEAR);
+                glFinish();
+            }
+        }
+    });
+    std::exit(0);
+}
+
 using MVApplicationDeathTest = Mivora::tests::ThreadsafeDeathTest;
 
 }  // namespace
@@ -952,4 +987,11 @@ using MVApplicationDeathTest = Mivora::tests::ThreadsafeDeathTest;
 TEST_F(MVApplicationDeathTest, anActiveOneMayLiveInAVariableOfTheProgram) {
     const Mivora::tests::ScopedEnvironment headless("MIVORA_HOST", "headless");
     EXPECT_EXIT(runAProgramAndExit(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(MVApplicationDeathTest, theProcessMayExitWhileItsLastFrameIsDrawn) {
+    const Mivora::tests::ScopedEnvironment headless("MIVORA_HOST", "headless");
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EXIT(drawSomethingNewAndExit(), testing::ExitedWithCode(0), "");
+    }
 }

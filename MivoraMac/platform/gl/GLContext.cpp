@@ -6,6 +6,7 @@
 #include "MivoraMac/platform/base/DebugLog.h"
 #include "MivoraMac/platform/base/MVMake.h"
 #include "MivoraMac/platform/gl/GLStatePrivate.h"
+#include "MivoraMac/platform/threads/QueueThreadsPrivate.h"
 
 namespace Mivora::platform {
 
@@ -103,6 +104,7 @@ void GLContext::flushBuffer() {
     if (drawable_->latestFrame().serial == before) {
         return;
     }
+    QueueThreads::shared().driverHasDrawn();
     FrameHandler handler;
     {
         const std::lock_guard lock(handlerMutex_);

@@ -35,10 +35,23 @@ void QueueThreads::endWork() {
     const std::lock_guard lock(mutex_);
     --working_;
     idle_.notify_all();
-    if (!exitHandled_) {
-        // Registered after the first GL work, so that it runs before the driver's own handlers.
-        exitHandled_ = std::atexit(waitAtExit) == 0;
+    if (++runs_ == nextRegistered_) {
+        nextRegistered_ *= 2;
+        lookAfterExit();
     }
+}
+
+void QueueThreads::driverHasDrawn() {
+    const std::lock_guard lock(mutex_);
+    if (!std::exchange(hasDrawn_, true)) {
+        lookAfterExit();
+    }
+}
+
+/// Handlers run in the opposite order: this one before those that the driver, and the compiler it
+/// uses, have registered so far. Some of their statics they make late.
+void QueueThreads::lookAfterExit() {
+    static_cast<void>(std::atexit(waitAtExit));
 }
 
 void QueueThreads::adopt(std::thread thread) {
@@ -71,6 +84,9 @@ void QueueThreads::waitAtExit() {
     bool idle = false;
     {
         std::unique_lock lock(threads.mutex_);
+        if (std::exchange(threads.isExiting_, true)) {
+            return;  // waited for before, or in vain
+        }
         idle = threads.idle_.wait_for(lock, kLongestWait, [&] { return threads.working_ == 0; });
         threads.over_ = idle;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <thread>
 
@@ -29,10 +30,14 @@ class QueueThreads {
     /// A queue has run dry.
     void endWork();
 
+    /// A GL driver has drawn a frame, and made what it needs for that.
+    void driverHasDrawn();
+
     /// Takes over a thread that ends by itself, the calling one.
     void adopt(std::thread thread);
 
  private:
+    static void lookAfterExit();
     static void waitAtExit();
     void joinAdopted();
 
@@ -40,7 +45,10 @@ class QueueThreads {
     std::condition_variable idle_;
     std::thread adopted_;
     int working_ = 0;
-    bool exitHandled_ = false;
+    std::uint64_t runs_ = 0;            ///< until a queue ran dry
+    std::uint64_t nextRegistered_ = 1;  ///< of these, as many have the exit looked after anew
+    bool hasDrawn_ = false;
+    bool isExiting_ = false;
     bool over_ = false;
 };
 
