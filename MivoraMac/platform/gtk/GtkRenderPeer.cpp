@@ -519,7 +519,11 @@ void GtkRenderPeer::pointerMoved(GtkEventController* controller, double x, doubl
     const Kept kept(widget_);
     const GdkModifierType state = gtk_event_controller_get_current_event_state(controller);
     modifiers_ = modifiersOf(state);
-    releaseWhatIsNotHeld(state);
+    // Motion that the toolkit makes up, when it has laid out, has no time. What it says of the
+    // buttons may be newer than releases that are on their way.
+    if (gtk_event_controller_get_current_event_time(controller) != GDK_CURRENT_TIME) {
+        releaseWhatIsNotHeld(state);
+    }
     if (!pointer_.isAnyHeld() && (state & (kPrimaryMask | kOtherMask)) != 0) {
         return;  // what is embedded holds the pointer
     }
