@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iterator>
 #include <limits>
+#include <numeric>
 #include <string_view>
 #include <utility>
 
@@ -37,20 +38,6 @@ bool isSwitchedOff() {
     return wanted != nullptr && std::string_view(wanted) == "0";
 }
 
-/// llvmpipe (Mesa 22.3) lets multisampled triangles cover samples of the pixels next to the scissor
-/// box, but does not look at tiles of this size that lie beyond it.
-constexpr int kTile = 64;
-
-/// The tiles that a box has pixels in, as far as they are in the framebuffer.
-PixelBox inTiles(const PixelBox& box, PixelSize all) {
-    if (box.isEmpty()) {
-        return box;
-    }
-    const auto roundedUp = [](int value) { return (value + kTile - 1) / kTile * kTile; };
-    return {box.left / kTile * kTile, box.bottom / kTile * kTile,
-            std::min(roundedUp(box.right), all.width), std::min(roundedUp(box.top), all.height)};
-}
-
 /// Whether clearing and drawing leaves nothing of what was there, within the scissor box or all of
 /// the framebuffer, and an opaque quad nothing of what it covers.
 bool isEverythingOverwritten() {
@@ -75,24 +62,45 @@ bool isOpaque(const MVQuadEntry& entry) {
            (entry.blend == MVQuadBlend::Off || entry.tint.alpha == 1.0F);
 }
 
-/// Takes the pixels of one box away from others that it spans from side to side: that leaves two
-/// parts of each, at most.
+/// Takes the pixels of one box away from others: that leaves four parts of each, at most.
 void subtract(std::vector<PixelBox>& boxes, const PixelBox& taken) {
     std::vector<PixelBox> left;
     for (const PixelBox& box : boxes) {
         const PixelBox both = box.intersection(taken);
-        std::array<PixelBox, 2> parts = {box, PixelBox()};
-        if (!both.isEmpty() && both.width() == box.width()) {
-            parts = {PixelBox{box.left, box.bottom, box.right, both.bottom},
-                     PixelBox{box.left, both.top, box.right, box.top}};
-        } else if (!both.isEmpty() && both.height() == box.height()) {
-            parts = {PixelBox{box.left, box.bottom, both.left, box.top},
-                     PixelBox{both.right, box.bottom, box.right, box.top}};
+        if (both.isEmpty()) {
+            left.push_back(box);
+            continue;
         }
-        std::copy_if(parts.begin(), parts.end(), std::back_inserter(left),
-                     [](const PixelBox& part) { return !part.isEmpty(); });
+        for (const PixelBox& part : {PixelBox{box.left, box.bottom, box.right, both.bottom},
+                                     PixelBox{box.left, both.top, box.right, box.top},
+                                     PixelBox{box.left, both.bottom, both.left, both.top},
+                                     PixelBox{both.right, both.bottom, box.right, both.top}}) {
+            if (!part.isEmpty()) {
+                left.push_back(part);
+            }
+        }
     }
     boxes.swap(left);
+}
+
+int areaOf(const PixelBox& box) {
+    return box.width() * box.height();
+}
+
+int areaOf(const std::vector<PixelBox>& boxes) {
+    return std::accumulate(boxes.begin(), boxes.end(), 0,
+                           [](int area, const PixelBox& box) { return area + areaOf(box); });
+}
+
+void scissor(const PixelBox& box) {
+    glScissor(box.left, box.bottom, box.width(), box.height());
+}
+
+/// Limits drawing to a box, and tells a developer.
+void limitTo(const PixelBox& box, const char* remark) {
+    DebugLog::log(DebugLog::Category::Frame, "drawn again: %d x %d pixels at %d, %d%s", box.width(),
+                  box.height(), box.left, box.bottom, remark);
+    scissor(box);
 }
 
 std::uint64_t mixed(std::uint64_t hash, std::uint64_t word) {
@@ -161,6 +169,9 @@ void MVPartialRedraw::begin(const std::shared_ptr<MVPartialRedraw>& self,
     self->held_.clear();
     self->boxes_.clear();
     self->covers_.clear();
+    self->edges_.reset(drawable.builtSize());
+    std::swap(self->stencils_, self->stencilsBefore_);
+    self->stencils_.reset(drawable.builtSize());
     self->batch_.setFrame(self);
 }
 
@@ -176,6 +187,10 @@ bool MVPartialRedraw::canHoldBack(Mivora::ColorRGBA clearColor) const {
 }
 
 void MVPartialRedraw::clear() const {
+    Drawable& drawable = context_->drawable();
+    if (drawable.isBehind()) {
+        isEverythingOverwritten() ? drawable.neverMindCatchingUp() : drawable.catchUp();
+    }
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
     batch_.stencilCleared();
 }
@@ -207,12 +222,17 @@ void MVPartialRedraw::giveUp() {
 
 void MVPartialRedraw::end() {
     Drawable& drawable = context_->drawable();
+    const std::shared_ptr<MVPartialRedraw> self = batch_.frame();
     batch_.setFrame(nullptr);
     const bool isAlone = otherWork_ == batch_.otherWork();
     if (std::exchange(isHoldingBack_, false)) {
         const PixelRegion region = findChange();
-        draw(region);
-        drawable.endFrame(region);
+        const Parts parts = partsOf(region);
+        draw(parts);
+        drawable.endFrame(region, parts.multisampled);
+        if (drawable.isBehind()) {
+            batch_.expectCatchUp(self);
+        }
     } else {
         drawable.endFrame();
     }
@@ -226,6 +246,10 @@ void MVPartialRedraw::abandon() {
     batch_.setFrame(nullptr);
     isKnown_ = false;
     context_->drawable().beginFrame();
+}
+
+void MVPartialRedraw::catchUp() const {
+    context_->drawable().catchUp();
 }
 
 void MVPartialRedraw::willShow() const {
@@ -278,9 +302,7 @@ bool MVPartialRedraw::mark(const MVQuadEntry& entry) {
             const Float4x4 matrix = product(*projection_, columnsOf(entry.matrix));
             box = boxOf(matrix, entry.size);
             markQuad(entry, box, matrix);
-            if (isHoldingBack_ && levels_.empty() && isOpaque(entry)) {
-                covers_.push_back(coverOf(matrix, entry.size));
-            }
+            markPlace(entry, box, matrix);
             break;
         }
         case Kind::BeginStencils:  // only what is drawn at once has these
@@ -316,61 +338,58 @@ void MVPartialRedraw::markQuad(const MVQuadEntry& entry, const PixelBox& box,
                       static_cast<std::int16_t>(seen.top)});
 }
 
-/// Where a point in normalised device coordinates comes to lie, in pixels.
-/// @param axis  0 for x, 1 for y
-float MVPartialRedraw::pixelsOf(float coordinate, std::size_t axis) const {
-    return static_cast<float>(viewport_[axis]) +
-           (coordinate + 1) * 0.5F * static_cast<float>(viewport_[axis + 2]);
+/// Takes note of where a quad parts pixels, and of which ones it covers.
+void MVPartialRedraw::markPlace(const MVQuadEntry& entry, const PixelBox& box,
+                                const Float4x4& matrix) {
+    if (!levels_.empty()) {
+        if (levels_.back().isShape) {
+            stencils_.add(box);
+        }
+        return;
+    }
+    if (!isHoldingBack_) {
+        return;
+    }
+    const auto quad = MVPixelQuad::of(matrix, entry.size, viewport_);
+    if (!quad) {
+        edges_.add(box);
+        return;
+    }
+    edges_.addEdges(*quad);
+    if (isOpaque(entry)) {
+        covers_.push_back(
+            {quad->cover().intersection(viewport()).intersection(all()), boxes_.size() - 1});
+    }
 }
 
-/// A box of the pixels between these edges, no others than the framebuffer has.
-PixelBox MVPartialRedraw::between(float left, float bottom, float right, float top) const {
-    const PixelSize all = context_->drawable().builtSize();
-    const auto clamped = [](float pixels, int most) {
-        return static_cast<int>(std::clamp(pixels, 0.0F, static_cast<float>(most)));
-    };
-    return {clamped(left, all.width), clamped(bottom, all.height), clamped(right, all.width),
-            clamped(top, all.height)};
+/// The whole framebuffer.
+PixelBox MVPartialRedraw::all() const {
+    const PixelSize size = context_->drawable().builtSize();
+    return {0, 0, size.width, size.height};
+}
+
+PixelBox MVPartialRedraw::viewport() const {
+    return {viewport_[0], viewport_[1], viewport_[0] + viewport_[2], viewport_[1] + viewport_[3]};
 }
 
 /// The pixels that a quad may cover, and those around them.
 PixelBox MVPartialRedraw::boxOf(const Float4x4& matrix, Mivora::Size2 size) const {
     const std::optional<MVQuadBox> box = MVQuadBox::of(matrix, size);
     if (!box) {
-        const PixelSize all = context_->drawable().builtSize();
-        return {0, 0, all.width, all.height};
+        return all();
     }
-    return between(std::floor(pixelsOf(box->left, 0)) - 1, std::floor(pixelsOf(box->bottom, 1)) - 1,
-                   std::ceil(pixelsOf(box->right, 0)) + 1, std::ceil(pixelsOf(box->top, 1)) + 1);
-}
-
-/// The pixels that an upright quad covers with all their samples; none of other quads.
-PixelBox MVPartialRedraw::coverOf(const Float4x4& matrix, Mivora::Size2 size) const {
-    // The outermost of four samples lie an eighth of a pixel within its edge.
-    constexpr float kSlack = 1.0F / 16;
-    constexpr float kUpright = 1.0F / 64;
-    std::array<std::array<float, 4>, 2> place{};  // of each corner, in pixels
-    for (std::size_t i = 0; i < 4; ++i) {
-        const Float4 corner = (matrix.column[0] * (i % 2 != 0 ? size.width : 0.0F) +
-                               matrix.column[1] * (i / 2 != 0 ? size.height : 0.0F)) +
-                              matrix.column[3];
-        if (!(std::abs(corner[2]) < corner[3])) {
-            return {};
-        }
-        for (std::size_t axis = 0; axis < 2; ++axis) {
-            place[axis][i] = pixelsOf(corner[static_cast<int>(axis)] / corner[3], axis);
-        }
-    }
-    const auto& [x, y] = place;
-    const auto isClose = [](float a, float b) { return std::abs(a - b) <= kUpright; };
-    if (!isClose(x[0], x[2]) || !isClose(x[1], x[3]) || !isClose(y[0], y[1]) ||
-        !isClose(y[2], y[3])) {
-        return {};
-    }
-    return between(std::ceil(std::min(x[0], x[1]) + kUpright - kSlack),
-                   std::ceil(std::min(y[0], y[2]) + kUpright - kSlack),
-                   std::floor(std::max(x[0], x[1]) - kUpright + kSlack),
-                   std::floor(std::max(y[0], y[2]) - kUpright + kSlack));
+    const auto x = [this](float coordinate) {
+        return MVPixelQuad::pixelsOf(coordinate, viewport_[0], viewport_[2]);
+    };
+    const auto y = [this](float coordinate) {
+        return MVPixelQuad::pixelsOf(coordinate, viewport_[1], viewport_[3]);
+    };
+    const PixelBox seen = PixelBox{static_cast<int>(std::floor(x(box->left))) - 1,
+                                   static_cast<int>(std::floor(y(box->bottom))) - 1,
+                                   static_cast<int>(std::ceil(x(box->right))) + 1,
+                                   static_cast<int>(std::ceil(y(box->top))) + 1}
+                              .intersection(all());
+    return seen.isEmpty() ? PixelBox() : seen;
 }
 
 /// Compares the frame with the one before, both in order. Where they differ, few quads may have
@@ -380,9 +399,9 @@ PixelRegion MVPartialRedraw::findChange() const {
     const auto isSame = [](const Mark& a, const Mark& b) { return a.hash == b.hash; };
     PixelRegion region;
     const auto add = [&region,
-                      all = context_->drawable().builtSize()](std::span<const Mark> marks) {
+                      size = context_->drawable().builtSize()](std::span<const Mark> marks) {
         for (const Mark& mark : marks) {
-            region.add(inTiles({mark.left, mark.bottom, mark.right, mark.top}, all));
+            region.add(MVTileSet::around({mark.left, mark.bottom, mark.right, mark.top}, size));
         }
     };
     const auto [lastNow, lastThen] =
@@ -423,35 +442,110 @@ PixelRegion MVPartialRedraw::findChange() const {
 
 // Drawing
 
+/// Parts what is to be drawn by whether edges lie across pixels: unless little is gained.
+MVPartialRedraw::Parts MVPartialRedraw::partsOf(const PixelRegion& region) const {
+    constexpr std::size_t kMostParts = 8;
+    Parts parts;
+    const bool isPossible = context_->drawable().isMultisampled() && viewport() == all();
+    MVTileSet multisampled = edges_;
+    multisampled.add(stencils_);
+    multisampled.add(stencilsBefore_);
+    for (const PixelBox& box : region.boxes()) {
+        std::vector<PixelBox> resolved;
+        if (isPossible) {
+            resolved = {box};
+        }
+        const PixelRegion edges = multisampled.within(box);
+        for (const PixelBox& taken : edges.boxes()) {
+            subtract(resolved, taken);
+        }
+        if (resolved.size() > kMostParts || 4 * areaOf(resolved) < areaOf(box)) {
+            parts.multisampled.push_back(box);
+            continue;
+        }
+        parts.multisampled.insert(parts.multisampled.end(), edges.boxes().begin(),
+                                  edges.boxes().end());
+        parts.resolved.insert(parts.resolved.end(), resolved.begin(), resolved.end());
+    }
+    return parts;
+}
+
 /// Draws the frame where it differs.
-void MVPartialRedraw::draw(const PixelRegion& region) {
-    const auto limitTo = [](const PixelBox& box) {
-        glScissor(box.left, box.bottom, box.width(), box.height());
-    };
+void MVPartialRedraw::draw(const Parts& parts) {
+    GLint framebuffer = 0;
+    std::uint32_t resolved = 0;
+    if (!parts.resolved.empty()) {
+        glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &framebuffer);
+        resolved = context_->drawable().resolvedFramebuffer(parts.resolved);
+    }
     {
         const KeptScissor kept;
-        for (const PixelBox& box : region.boxes()) {
-            DebugLog::log(DebugLog::Category::Frame, "drawn again: %d x %d pixels at %d, %d",
-                          box.width(), box.height(), box.left, box.bottom);
-            // The depth buffer is as clearing leaves it: all of the frame before was recorded.
-            for (const PixelBox& part : uncovered(box)) {
-                limitTo(part);
-                glClear(GL_COLOR_BUFFER_BIT);
-            }
-            limitTo(box);
-            if (hasStencils_ || hadStencils_) {
-                glClear(GL_STENCIL_BUFFER_BIT);
-            }
-            batch_.stencilClearedWithinScissor();
-            drawWithin(box);
+        for (const PixelBox& box : parts.multisampled) {
+            drawMultisampled(box);
         }
         batch_.settle();
+        if (!parts.resolved.empty()) {
+            glBindFramebuffer(GL_FRAMEBUFFER, resolved);
+            for (const PixelBox& box : parts.resolved) {
+                drawResolved(box);
+            }
+            batch_.settle();
+            glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(framebuffer));
+        }
     }
     batch_.forgetStencil();
-    if (region.isEmpty()) {
+    if (parts.multisampled.empty() && parts.resolved.empty()) {
         drawWithin({});
         batch_.settle();
     }
+}
+
+void MVPartialRedraw::drawMultisampled(const PixelBox& box) {
+    limitTo(box, "");
+    // The depth buffer is as clearing leaves it: all of the frame before was recorded.
+    clearUncovered(box);
+    if (hasStencils_ || hadStencils_) {
+        glClear(GL_STENCIL_BUFFER_BIT);
+    }
+    batch_.stencilClearedWithinScissor();
+    drawWithin(box, coverOf(box).value_or(0));
+}
+
+void MVPartialRedraw::drawResolved(const PixelBox& box) {
+    limitTo(box, ", where no edge parts a pixel");
+    std::size_t first = 0;
+    if (const std::optional<std::size_t> cover = coverOf(box)) {
+        first = *cover;
+        if (box == all()) {
+            // Faster than to draw it, as long as nothing limits it.
+            const Mivora::ColorRGBA& color = held_[first++].tint;
+            glDisable(GL_SCISSOR_TEST);
+            glClearColor(color.red, color.green, color.blue, color.alpha);
+            glClear(GL_COLOR_BUFFER_BIT);
+            glClearColor(clearColor_.red, clearColor_.green, clearColor_.blue, clearColor_.alpha);
+            glEnable(GL_SCISSOR_TEST);
+        }
+    } else {
+        clearUncovered(box);
+    }
+    drawWithin(box, first);
+}
+
+/// The last quad that leaves nothing to be seen in a box of what is below it.
+std::optional<std::size_t> MVPartialRedraw::coverOf(const PixelBox& box) const {
+    const auto found = std::find_if(covers_.rbegin(), covers_.rend(), [&box](const Cover& cover) {
+        return cover.box.intersection(box) == box;
+    });
+    return found != covers_.rend() ? std::optional(found->entry) : std::nullopt;
+}
+
+/// Clears what may be seen through the frame, with the scissor box limited to `box`.
+void MVPartialRedraw::clearUncovered(const PixelBox& box) const {
+    for (const PixelBox& part : uncovered(box)) {
+        scissor(part);
+        glClear(GL_COLOR_BUFFER_BIT);
+    }
+    scissor(box);
 }
 
 /// The parts of a box that have to be cleared, since what was there may be seen through the frame;
@@ -459,25 +553,22 @@ void MVPartialRedraw::draw(const PixelRegion& region) {
 std::vector<PixelBox> MVPartialRedraw::uncovered(const PixelBox& box) const {
     constexpr std::size_t kMostParts = 8;
     std::vector<PixelBox> parts = {box};
-    for (const PixelBox& cover : covers_) {
-        subtract(parts, cover);
+    for (const Cover& cover : covers_) {
+        subtract(parts, cover.box);
+        if (parts.size() > kMostParts) {
+            return {box};
+        }
     }
-    int pixels = 0;
-    for (const PixelBox& part : parts) {
-        pixels += part.width() * part.height();
-    }
-    return parts.size() > kMostParts || pixels > box.width() * box.height() / 2
-               ? std::vector<PixelBox>{box}
-               : parts;
+    return areaOf(parts) > areaOf(box) / 2 ? std::vector<PixelBox>{box} : parts;
 }
 
-/// Draws what has a pixel in the box, and has the rest leave its state.
-void MVPartialRedraw::drawWithin(const PixelBox& box) {
+/// Draws what has a pixel in the box, from the given one on, and has the rest leave its state.
+void MVPartialRedraw::drawWithin(const PixelBox& box, std::size_t first) {
     seen_ = held_;
     int levels = 0;  // those that are seen
     for (std::size_t i = 0; i < seen_.size(); ++i) {
         MVQuadEntry& entry = seen_[i];
-        const bool isSeen = levels != 0 || boxes_[i].intersects(box);
+        const bool isSeen = levels != 0 || (i >= first && boxes_[i].intersects(box));
         if (entry.kind == Kind::Quad && !isSeen) {
             entry.kind = Kind::Unseen;
         } else if (entry.kind == Kind::BeginStencil && !isSeen) {

@@ -12,6 +12,7 @@
 #include "MivoraMac/geometry/Float4Private.h"
 #include "MivoraMac/platform/gl/PixelRegion.h"
 #include "MivoraMac/render/MVQuadEntryPrivate.h"
+#include "MivoraMac/render/MVTileSetPrivate.h"
 
 namespace Mivora::platform {
 class GLContext;
@@ -23,8 +24,10 @@ class MVQuadBatch;
 /// before, where that is certain: all of both was recorded, and in between there was no GL work
 /// that textures or the framebuffer could have been changed by. Such a frame is held back until its
 /// end. Then it is compared with the one before, drawing by drawing; the boxes around those that
-/// differ are cleared and drawn again. All pixels and all GL state are as if the whole frame had
-/// been cleared and drawn.
+/// differ are cleared and drawn again. Where no edge lies across pixels, one sample of each is
+/// enough: such parts are drawn into the picture that will be shown, rather than into the
+/// multisampled framebuffer. All pixels, but for rounding, and all GL state are as if the whole
+/// frame had been cleared and drawn.
 ///
 /// For software rasterizers, which spend their time on pixels. The environment variable
 /// MIVORA_PARTIAL_REDRAW=0 has every frame drawn whole.
@@ -49,6 +52,9 @@ class MVPartialRedraw {
 
     /// The framebuffer is about to be shown.
     void willShow() const;
+
+    /// Has in the multisampled framebuffer what was drawn elsewhere.
+    void catchUp() const;
 
     /// Takes note of drawings that are part of the frame.
     /// @return whether they are held back, or else are to be drawn
@@ -77,19 +83,37 @@ class MVPartialRedraw {
         std::size_t begin = 0;           ///< its first entry among those held back
     };
 
+    /// Pixels that an opaque quad covers with all their samples.
+    struct Cover {
+        Mivora::platform::PixelBox box;
+        std::size_t entry = 0;  ///< the quad, among those held back
+    };
+
+    /// The boxes that a frame is drawn in.
+    struct Parts {
+        std::vector<Mivora::platform::PixelBox> multisampled;
+        std::vector<Mivora::platform::PixelBox> resolved;  ///< no edge lies across pixels of these
+    };
+
     bool canHoldBack(Mivora::ColorRGBA clearColor) const;
     bool mark(const MVQuadEntry& entry);
     void markQuad(const MVQuadEntry& entry, const Mivora::platform::PixelBox& box,
                   const Mivora::Float4x4& matrix);
     std::uint64_t hashOfViewport() const;
-    float pixelsOf(float coordinate, std::size_t axis) const;
-    Mivora::platform::PixelBox between(float left, float bottom, float right, float top) const;
+    Mivora::platform::PixelBox all() const;
+    Mivora::platform::PixelBox viewport() const;
     Mivora::platform::PixelBox boxOf(const Mivora::Float4x4& matrix, Mivora::Size2 size) const;
-    Mivora::platform::PixelBox coverOf(const Mivora::Float4x4& matrix, Mivora::Size2 size) const;
+    void markPlace(const MVQuadEntry& entry, const Mivora::platform::PixelBox& box,
+                   const Mivora::Float4x4& matrix);
     Mivora::platform::PixelRegion findChange() const;
-    void draw(const Mivora::platform::PixelRegion& region);
+    Parts partsOf(const Mivora::platform::PixelRegion& region) const;
+    void draw(const Parts& parts);
+    void drawMultisampled(const Mivora::platform::PixelBox& box);
+    void drawResolved(const Mivora::platform::PixelBox& box);
+    std::optional<std::size_t> coverOf(const Mivora::platform::PixelBox& box) const;
+    void clearUncovered(const Mivora::platform::PixelBox& box) const;
     std::vector<Mivora::platform::PixelBox> uncovered(const Mivora::platform::PixelBox& box) const;
-    void drawWithin(const Mivora::platform::PixelBox& box);
+    void drawWithin(const Mivora::platform::PixelBox& box, std::size_t first = 0);
     std::size_t hideStencil(std::size_t begin);
     void clear() const;
 
@@ -107,14 +131,17 @@ class MVPartialRedraw {
     std::vector<Level> levels_;
     bool hasStencils_ = false;
     std::vector<MVQuadEntry> held_;
-    std::vector<Mivora::platform::PixelBox> boxes_;   ///< of these: of quads and of stencil levels
-    std::vector<Mivora::platform::PixelBox> covers_;  ///< what opaque quads cover
-    std::vector<MVQuadEntry> seen_;                   ///< as `held_`, but for what is not drawn
+    std::vector<Mivora::platform::PixelBox> boxes_;  ///< of these: of quads and of stencil levels
+    std::vector<Cover> covers_;                      ///< in the order of their quads
+    MVTileSet edges_;                                ///< and of what is not in a stencil level
+    MVTileSet stencils_;                             ///< where there are levels
+    std::vector<MVQuadEntry> seen_;                  ///< as `held_`, but for what is not drawn
 
     // The frame before, or the one at hand until something of it is drawn.
     bool isKnown_ = false;
     std::vector<Mark> before_;
     bool hadStencils_ = false;
+    MVTileSet stencilsBefore_;
     std::uint64_t otherWork_ = 0;  ///< what was known of when it was ended
     std::uint64_t timesBuilt_ = 0;
 };

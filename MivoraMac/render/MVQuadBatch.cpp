@@ -141,7 +141,7 @@ void MVQuadBatch::release() {
 
 void MVQuadBatch::draw(std::span<const MVQuadEntry> entries) {
     if (frame_ == nullptr) {
-        ++otherWork_;
+        noteOtherWork();
     } else if (frame_->take(entries)) {
         return;
     }
@@ -153,8 +153,25 @@ void MVQuadBatch::setFrame(std::shared_ptr<MVPartialRedraw> frame) {
 }
 
 void MVQuadBatch::otherWorkComes() {
-    ++otherWork_;
+    noteOtherWork();
     contextComes(nullptr);
+}
+
+void MVQuadBatch::noteOtherWork() {
+    ++otherWork_;
+    for (const auto& weak : std::exchange(behind_, {})) {
+        if (const auto frames = weak.lock()) {
+            frames->catchUp();
+        }
+    }
+}
+
+void MVQuadBatch::expectCatchUp(const std::shared_ptr<MVPartialRedraw>& frames) {
+    std::erase_if(behind_, [&frames](const auto& weak) {
+        const auto other = weak.lock();
+        return other == nullptr || other == frames;
+    });
+    behind_.push_back(frames);
 }
 
 void MVQuadBatch::contextComes(const MVPartialRedraw* frames) {

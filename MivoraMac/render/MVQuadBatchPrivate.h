@@ -64,6 +64,8 @@ class MIVORA_EXPORT MVQuadBatch {
     /// GL work comes of which nothing is known: what a frame holds back is drawn before it, and
     /// whatever frames are drawn from may be different after it.
     void otherWorkComes();
+    /// A context's frame has something to catch up with before other work comes.
+    void expectCatchUp(const std::shared_ptr<MVPartialRedraw>& frames);
     /// How often that has been.
     std::uint64_t otherWork() const { return otherWork_; }
     /// The context with these frames is to be drawn on.
@@ -124,6 +126,7 @@ class MIVORA_EXPORT MVQuadBatch {
         std::uint8_t depthMask = 1;
     };
 
+    void noteOtherWork();
     bool makeObjects();
     void enterState();
     void leaveState();
@@ -164,6 +167,7 @@ class MIVORA_EXPORT MVQuadBatch {
     std::atomic<bool> mayHaveStencils_{false};
     std::shared_ptr<MVPartialRedraw> frame_;
     std::uint64_t otherWork_ = 0;
+    std::vector<std::weak_ptr<MVPartialRedraw>> behind_;  ///< may have something to catch up with
     MVQuadStream stream_;
     MVQuadPrograms programs_;
 

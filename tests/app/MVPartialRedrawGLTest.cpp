@@ -30,6 +30,7 @@ using Mivora::platform::MainThread;
 using Mivora::platform::Picture;
 using Mivora::tests::currentState;
 using Mivora::tests::RandomWindow;
+using Mivora::tests::UprightWindow;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -49,6 +50,7 @@ class Shown {
         gl->setFrameHandler([this, gl = gl.get()] {
             picture_ = gl->drawable().readLatestFrame();
             ++frames_;
+            isBehind_ = gl->drawable().isBehind();
         });
         MainThread::runUntil([] { return false; }, 0);
         application_->setClearColor(ColorRGBA::kClear);
@@ -80,6 +82,14 @@ class Shown {
         return draw();
     }
     int frames() const { return frames_; }
+    /// Whether some of the last frame was drawn elsewhere than in the framebuffer.
+    bool isBehind() const { return isBehind_; }
+    /// The framebuffer as it is when others have a look at it.
+    const Picture& framebuffer() {
+        context().dispatchBlock([] {});
+        context().present();
+        return picture_;
+    }
 
     void resize(int width, int height) { frame_->setContentSize(width, height); }
 
@@ -96,6 +106,7 @@ class Shown {
     std::shared_ptr<HeadlessWindow> frame_;
     Picture picture_;  // the GL queue's, while that draws
     int frames_ = 0;
+    bool isBehind_ = false;
 };
 
 class MVPartialRedrawTest : public Mivora::tests::GLTest {
@@ -142,14 +153,17 @@ class MVPartialRedrawTest : public Mivora::tests::GLTest {
     std::optional<Shown> shown_;
 };
 
+unsigned wantedScenes(unsigned usually) {
+    const char* const wanted = std::getenv("MIVORA_TEST_SCENES");
+    return wanted != nullptr ? static_cast<unsigned>(std::strtoul(wanted, nullptr, 10)) : usually;
+}
+
 }  // namespace
 
 TEST_F(MVPartialRedrawTest, randomChangesComeOutAsWholeFramesDo) {
     constexpr int kSteps = 30;
     constexpr int kCompared = 3;  // only then is it a step from whole to partial
-    const char* const wanted = std::getenv("MIVORA_TEST_SCENES");
-    const unsigned scenes =
-        wanted != nullptr ? static_cast<unsigned>(std::strtoul(wanted, nullptr, 10)) : 30;
+    const unsigned scenes = wantedScenes(30);
     int partial = 0;
     for (unsigned seed = 1; seed <= scenes; ++seed) {
         Shown shown;
@@ -182,6 +196,46 @@ TEST_F(MVPartialRedrawTest, randomChangesComeOutAsWholeFramesDo) {
     EXPECT_GT(partial, static_cast<int>(scenes) * kSteps / 4) << "or little has been compared";
 }
 
+TEST_F(MVPartialRedrawTest, randomChangesOfUprightViewsComeOutAsWholeFramesDo) {
+    constexpr unsigned kSteps = 40;
+    constexpr unsigned kCompared = 5;  // only then is it a step from whole to partial
+    const unsigned scenes = wantedScenes(30);
+    unsigned behind = 0;
+    std::size_t different = 0;
+    std::size_t compared = 0;
+    for (unsigned seed = 1; seed <= scenes; ++seed) {
+        Shown shown;
+        shown.resize(static_cast<int>(UprightWindow::kExtent),
+                     static_cast<int>(UprightWindow::kExtent));
+        UprightWindow scene(seed, shown.window());
+        shown.settle();
+        for (unsigned step = 1; step <= kSteps; ++step) {
+            scene.change();
+            const Picture picture = shown.draw();
+            if (step % kCompared != 0) {
+                continue;
+            }
+            behind += shown.isBehind() ? 1U : 0U;
+            ASSERT_EQ(picture.rgba, shown.framebuffer().rgba)
+                << "as others see it: scene " << seed << ", " << step;
+            const Picture& whole = shown.drawWhole();
+            compared += picture.rgba.size() / 4;
+            for (std::size_t i = 0; i < picture.rgba.size(); i += 4) {
+                int difference = 0;
+                for (std::size_t channel = i; channel < i + 4; ++channel) {
+                    difference =
+                        std::max(difference, std::abs(picture.rgba[channel] - whole.rgba[channel]));
+                }
+                ASSERT_LE(difference, 2) << "scene " << seed << ", " << step;
+                different += difference != 0 ? 1 : 0;
+            }
+        }
+    }
+    // Where the rasterizer samples textures, it rounds by the framebuffer's samples.
+    EXPECT_LE(different * 10'000, compared) << different << " of " << compared;
+    EXPECT_GT(behind, scenes * kSteps / kCompared / 2) << "or little has been compared";
+}
+
 TEST_F(MVPartialRedrawTest, aChangedViewHasTheTilesAroundItDrawnAgain) {
     shown_->add(0, 0, 160, 160, {0, 0, 1, 1});
     const auto view = shown_->add(10, 20, 30, 40, {1, 0, 0, 1});
@@ -194,6 +248,111 @@ TEST_F(MVPartialRedrawTest, aChangedViewHasTheTilesAroundItDrawnAgain) {
     other->setPosition({130, 120});
     EXPECT_THAT(boxesOf(*shown_), ElementsAre(ElementsAre(64, 0, 96, 64)))
         << "where it was and where it is";
+}
+
+TEST_F(MVPartialRedrawTest, whereNoEdgePartsAPixelOneSampleOfEachIsDrawn) {
+    shown_->resize(640, 640);
+    shown_->add(0, 0, 640, 640, {0, 0, 1, 1});
+    const auto view = shown_->add(10, 20, 30, 40, {1, 0, 0, 0.5F});
+    const auto other = shown_->add(300, 300, 30, 40, {1, 0, 0, 0.5F});
+    shown_->settle();
+    const auto isResolved = [&] {
+        const Picture picture = shown_->draw();
+        const bool isBehind = shown_->isBehind();
+        EXPECT_EQ(picture.rgba, shown_->drawWhole().rgba);
+        shown_->draw();
+        return isBehind;
+    };
+    view->setColor({0, 1, 0, 0.5F});
+    EXPECT_TRUE(isResolved());
+    view->setPosition({10.5F, 20});
+    EXPECT_FALSE(isResolved());
+    other->setColor({0, 1, 0, 0.5F});
+    EXPECT_TRUE(isResolved()) << "the edge is elsewhere";
+    view->setPosition({10, 20});
+    view->setRotation3({0, 0, 0.1F});
+    EXPECT_FALSE(isResolved());
+    view->setRotation3({0, 0, 0});
+    view->setStencilView(MVColorView::initWithColor({1, 1, 1, 1}));
+    view->stencilView()->setSize({8, 8});
+    EXPECT_FALSE(isResolved()) << "stencils have their planes in the framebuffer";
+}
+
+TEST_F(MVPartialRedrawTest, ofAChangeWithFewEdgesOnlyThesePartsAreMultisampled) {
+    shown_->resize(640, 640);
+    const auto ground = shown_->add(0, 0, 640, 640, {0, 0, 1, 1});
+    shown_->add(10, 20, 30, 40, {1, 0, 0, 1})->setRotation3({0, 0, 0.1F});
+    shown_->settle();
+    ground->setColor({0, 1, 0, 1});
+    EXPECT_THAT(boxesOf(*shown_),
+                ElementsAre(ElementsAre(0, 576, 64, 64), ElementsAre(0, 0, 640, 576),
+                            ElementsAre(64, 576, 576, 64)));
+    EXPECT_TRUE(shown_->isBehind());
+    const Picture picture = shown_->draw();
+    EXPECT_EQ(picture.rgba, shown_->framebuffer().rgba);
+    EXPECT_EQ(picture.rgba, shown_->drawWhole().rgba);
+}
+
+TEST_F(MVPartialRedrawTest, aGroundThatCoversAllOfAFrameIsClearedTo) {
+    shown_->add(0, 0, 160, 160, {1, 1, 0, 1});
+    const auto ground = shown_->add(0, 0, 160, 160, {0, 0, 1, 1});
+    shown_->add(10, 20, 30, 40, {1, 0, 0, 1});
+    shown_->settle();
+    ground->setColor({0, 0.5F, 1, 1});
+    gl_->clear();
+    const Picture picture = shown_->draw();
+    EXPECT_EQ(drawCalls(), 1U);
+    EXPECT_THAT(gl_->callsOf("glDrawArrays"), SizeIs(1)) << "what is above it; nothing else";
+    ASSERT_THAT(gl_->callsOf("glClear"), SizeIs(1));
+    EXPECT_EQ(picture.rgba, shown_->drawWhole().rgba);
+}
+
+TEST_F(MVPartialRedrawTest, whatCoversAPartHasNothingBelowItDrawn) {
+    shown_->resize(640, 640);
+    const auto below = shown_->add(0, 0, 640, 640, {0, 0, 1, 1});
+    const auto cover = shown_->add(64, 64, 512, 512, {0, 1, 0, 1});
+    const auto view = shown_->add(200, 200, 30, 40, {1, 0, 0, 0.5F});
+    shown_->settle();
+    view->setColor({1, 1, 1, 0.5F});
+    gl_->clear();
+    Picture picture = shown_->draw();
+    EXPECT_THAT(gl_->callsOf("glClear"), IsEmpty());
+    EXPECT_EQ(drawCalls(), 2U) << "the cover and what is on it: the one is opaque";
+    EXPECT_THAT(gl_->callsOf("glDrawArrays"), SizeIs(2)) << "a quad each";
+    EXPECT_EQ(picture.rgba, shown_->drawWhole().rgba);
+    cover->setColor({0, 1, 0, 0.9F});
+    below->setColor({0, 0, 0.5F, 1});
+    picture = shown_->draw();
+    EXPECT_EQ(picture.rgba, shown_->drawWhole().rgba);
+}
+
+TEST_F(MVPartialRedrawTest, aFrameThatTurnsOutToBeLargeIsWholeThoughTheOneBeforeWasResolved) {
+    const auto view = shown_->add(10, 20, 30, 40, {1, 0, 0, 1});
+    shown_->settle();
+    view->setColor({0, 1, 0, 1});
+    shown_->draw();
+    ASSERT_TRUE(shown_->isBehind());
+    for (int i = 0; i < 3000; ++i) {
+        shown_->add(float(i % 50) * 3, float(i / 50) * 2, 2, 1, {1, 0, 0, 1});
+    }
+    const Picture picture = shown_->draw();
+    EXPECT_FALSE(shown_->isBehind());
+    EXPECT_EQ(picture.rgba, shown_->drawWhole().rgba);
+}
+
+TEST_F(MVPartialRedrawTest, whoLimitsDrawingFindsTheFrameBeforeAroundIt) {
+    const auto view = shown_->add(10, 20, 30, 40, {1, 0, 0, 1});
+    shown_->settle();
+    view->setColor({0, 1, 0, 1});
+    shown_->draw();
+    ASSERT_TRUE(shown_->isBehind());
+    shown_->context().dispatchBlock([] {
+        glEnable(GL_SCISSOR_TEST);
+        glScissor(0, 0, 5, 5);
+    });
+    view->setColor({0, 0, 1, 1});
+    EXPECT_THAT(shown_->draw().pixel(25, 40), ElementsAre(0, 255, 0, 255));
+    shown_->context().dispatchBlock([] { glDisable(GL_SCISSOR_TEST); });
 }
 
 TEST_F(MVPartialRedrawTest, whatAnOpaqueGroundCoversIsNotClearedBeforehand) {

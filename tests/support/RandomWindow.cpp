@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -192,6 +193,65 @@ void RandomWindow::place(MVView& view) {
                        between(-2, 2)});
     view.setAnchorPoint({0.5F, 0.5F});
     view.setOpacity(chance(0.6F) ? 1.0F : between(0, 1));
+}
+
+UprightWindow::UprightWindow(unsigned seed, std::shared_ptr<MVWindow> window)
+    : MeddledWindow(seed, std::move(window)) {
+    window_->setSize({kExtent, kExtent});
+    makeImages(8);
+    for (int i = 0; i < 20; ++i) {
+        auto view = quad();
+        place(*view);
+        views_.push_back(view);
+        window_->addSubview(view);
+    }
+    if (chance(0.7F)) {
+        auto ground = MVColorView::initWithColor({between(0, 1), 0.5F, between(0, 1), 1});
+        ground->setSize({kExtent, kExtent});
+        window_->insertSubviewAtIndex(ground, static_cast<std::int64_t>(generator_() % 8));
+        views_.push_back(ground);
+    }
+}
+
+void UprightWindow::change() {
+    const std::shared_ptr<MVView>& view = views_[generator_() % views_.size()];
+    switch (generator_() % 9) {
+        case 0:
+            return place(*view);
+        case 1:
+            return view->setPosition({whole(0, kExtent), whole(0, kExtent)});
+        case 2:
+            return view->setOpacity(between(0, 1));
+        case 3:
+            return view->setHidden(!view->isHidden());
+        case 4:
+            return view->setRotation3({0, 0, chance(0.3F) ? between(-1, 1) : 0.0F});
+        case 5: {
+            auto stencil = color();
+            place(*stencil);
+            return view->setStencilView(chance(0.2F) ? stencil : nullptr);
+        }
+        case 6:
+            return window_->insertSubviewAtIndex(
+                view, static_cast<std::int64_t>(generator_() % window_->subviews()->size()));
+        default:
+            if (auto* const shown = dynamic_cast<MVImageView*>(view.get())) {
+                return shown->setImage(images_[generator_() % images_.size()]);
+            }
+            return dynamic_cast<MVColorView&>(*view).setColor(
+                {between(0, 1), between(0, 1), 0.5F, chance(0.6F) ? 1.0F : between(0, 1)});
+    }
+}
+
+float UprightWindow::whole(float low, float high) {
+    const float value = between(low, high);
+    return chance(0.95F) ? std::floor(value) : value;
+}
+
+void UprightWindow::place(MVView& view) {
+    view.setPosition({whole(0, kExtent), whole(0, kExtent)});
+    view.setSize({whole(5, 250), whole(5, 250)});
+    view.setOpacity(chance(0.7F) ? 1.0F : between(0, 1));
 }
 
 }  // namespace Mivora::tests

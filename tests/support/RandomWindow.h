@@ -76,4 +76,21 @@ class RandomWindow : public MeddledWindow {
     std::vector<std::shared_ptr<MVView>> views_;
 };
 
+/// Windows of the usual kind: nearly all views are upright, with their edges between pixels.
+class UprightWindow : public MeddledWindow {
+ public:
+    static constexpr float kExtent = 384;
+
+    UprightWindow(unsigned seed, std::shared_ptr<MVWindow> window);
+
+    /// Changes one thing about one of the views.
+    void change();
+
+ private:
+    float whole(float low, float high);
+    void place(MVView& view);
+
+    std::vector<std::shared_ptr<MVView>> views_;
+};
+
 }  // namespace Mivora::tests

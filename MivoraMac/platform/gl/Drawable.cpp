@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -51,6 +52,30 @@ class KeptPixelStore {
     const GLint before_;
 };
 
+/// Copies these boxes from one framebuffer to another, and leaves them bound. A blit obeys the
+/// scissor test and nothing else of the drawing state.
+void copy(GLuint from, GLuint to, std::span<const PixelBox> boxes, PixelSize size) {
+    if (boxes.empty()) {
+        return;
+    }
+    const bool isScissored = glIsEnabled(GL_SCISSOR_TEST) == GL_TRUE;
+    if (isScissored) {
+        glDisable(GL_SCISSOR_TEST);
+    }
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, from);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, to);
+    for (const PixelBox& whole : boxes) {
+        const PixelBox box = whole.intersection({0, 0, size.width, size.height});
+        if (!box.isEmpty()) {
+            glBlitFramebuffer(box.left, box.bottom, box.right, box.top, box.left, box.bottom,
+                              box.right, box.top, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+        }
+    }
+    if (isScissored) {
+        glEnable(GL_SCISSOR_TEST);
+    }
+}
+
 std::size_t pixelCount(PixelSize size) {
     return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
 }
@@ -90,15 +115,29 @@ std::uint32_t Drawable::beginFrame() {
 
 void Drawable::endFrame() {
     isIncomplete_ = false;
+    isResolvedDrawn_ = false;
     forgetChange();
 }
 
-void Drawable::endFrame(const PixelRegion& changed) {
+void Drawable::endFrame(const PixelRegion& changed, std::span<const PixelBox> multisampled) {
     isIncomplete_ = false;
+    if (std::exchange(isResolvedDrawn_, false)) {
+        behind_.add(changed);
+    }
+    unresolved_.insert(unresolved_.end(), multisampled.begin(), multisampled.end());
+    changed_.add(changed);
     if (change_ == Change::None) {
         change_ = Change::Known;
     }
-    changed_.add(changed);
+    constexpr std::size_t kMostUnresolved = 64;  // though nobody flushes
+    if (unresolved_.size() > kMostUnresolved) {
+        bringForward({});
+    }
+}
+
+void Drawable::forgetChange() {
+    catchUp();
+    change_ = Change::Unknown;
 }
 
 void Drawable::keepToSize() {
@@ -143,6 +182,7 @@ bool Drawable::buildMultisampled(PixelSize size, int samples) {
     glBindRenderbuffer(GL_RENDERBUFFER, static_cast<GLuint>(renderbuffer));
     const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
     if (status == GL_FRAMEBUFFER_COMPLETE) {
+        builtSamples_ = samples;
         return true;
     }
     DebugLog::warnOnce(DebugLog::Category::GL,
@@ -175,49 +215,70 @@ void Drawable::flush() {
     if (!isPublished_ || isIncomplete_) {
         return;
     }
-    const PixelRegion whole = PixelRegion::whole(builtSize_);
-    const PixelRegion changed = std::exchange(changed_, {});
-    const bool isKnown = std::exchange(change_, Change::None) == Change::Known;
-    latestChange_ = isKnown ? changed : whole;
+    if (change_ != Change::Known) {
+        forgetChange();
+    }
+    bringForward({});
+    glFlush();
+    change_ = Change::None;
+    latestChange_ = std::exchange(changed_, {});
+    newest_ = *std::exchange(next_, std::nullopt);
     for (Target& target : targets_) {
         target.stale.add(latestChange_);
     }
-    const std::size_t drawn = targetToDrawInto();
-    Target& target = targets_[drawn];
-    if (target.texture == 0 || target.size != builtSize_) {
-        buildTarget(target);
-        target.stale = whole;
-    }
-    resolve(target);
-    glFlush();
-
-    newest_ = drawn;
+    Target& target = targets_[newest_];
+    target.stale = {};
     const std::lock_guard lock(mutex_);
     latest_ = {target.texture, target.size, latest_.serial + 1};
 }
 
-/// Brings a target up to date. A blit obeys the scissor test and nothing else of the drawing state.
-void Drawable::resolve(Target& target) const {
-    const bool isScissored = glIsEnabled(GL_SCISSOR_TEST) == GL_TRUE;
-    if (isScissored) {
-        glDisable(GL_SCISSOR_TEST);
+std::uint32_t Drawable::resolvedFramebuffer(std::span<const PixelBox> overwritten) {
+    isResolvedDrawn_ = true;
+    return bringForward(overwritten).framebuffer;
+}
+
+void Drawable::catchUp() {
+    if (!isBehind()) {
+        return;
     }
+    const Target& target = bringForward({});
     const KeptFramebuffers kept;
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, framebuffer_);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.framebuffer);
-    const PixelBox all = {0, 0, target.size.width, target.size.height};
-    for (const PixelBox& stale : target.stale.boxes()) {
-        const PixelBox box = stale.intersection(all);  // there may have been another size since
-        if (box.isEmpty()) {
-            continue;
-        }
-        glBlitFramebuffer(box.left, box.bottom, box.right, box.top, box.left, box.bottom, box.right,
-                          box.top, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    copy(target.framebuffer, framebuffer_, behind_.boxes(), builtSize_);
+    behind_ = {};
+}
+
+/// Brings the target that will be published up to date with the frames that have been ended: from
+/// the one published last, and from the framebuffer what is nowhere else.
+/// @param overwritten  where that may be left out
+Drawable::Target& Drawable::bringForward(std::span<const PixelBox> overwritten) {
+    if (!next_) {
+        next_ = targetToDrawInto();
     }
+    Target& target = targets_[*next_];
+    if (target.texture == 0 || target.size != builtSize_) {
+        buildTarget(target);
+        target.stale = PixelRegion::whole(builtSize_);
+    }
+    if (change_ == Change::Unknown) {
+        change_ = Change::Known;
+        changed_ = PixelRegion::whole(builtSize_);
+        unresolved_.assign(changed_.boxes().begin(), changed_.boxes().end());
+    }
+    const auto isWithin = [](const PixelBox& box, std::span<const PixelBox> boxes) {
+        return std::any_of(boxes.begin(), boxes.end(), [&box](const PixelBox& other) {
+            return box.intersection(other) == box;
+        });
+    };
+    std::vector<PixelBox> copied;
+    std::copy_if(target.stale.boxes().begin(), target.stale.boxes().end(),
+                 std::back_inserter(copied), [&](const PixelBox& box) {
+                     return !isWithin(box, unresolved_) && !isWithin(box, overwritten);
+                 });
     target.stale = {};
-    if (isScissored) {
-        glEnable(GL_SCISSOR_TEST);
-    }
+    const KeptFramebuffers kept;
+    copy(targets_[newest_].framebuffer, target.framebuffer, copied, builtSize_);
+    copy(framebuffer_, target.framebuffer, std::exchange(unresolved_, {}), builtSize_);
+    return target;
 }
 
 /// The next target in turn that nobody shows.
@@ -309,6 +370,10 @@ void Drawable::releaseMultisampled() {
         glDeleteRenderbuffers(1, &depthStencilBuffer_);
     }
     framebuffer_ = colorBuffer_ = depthStencilBuffer_ = 0;
+    behind_ = {};
+    unresolved_.clear();
+    change_ = Change::Unknown;
+    next_.reset();
 }
 
 void Drawable::releaseTarget(Target& target) {

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <vector>
 
 #include "MivoraMac/Export.h"
@@ -17,6 +19,9 @@ namespace Mivora::platform {
 /// the older of two textures and publishes that one, so the newest complete frame can always be
 /// shown while the next is being drawn. Who shows frames for longer holds them: their textures are
 /// passed over, and others take their turn.
+///
+/// What needs no more than one sample a pixel may be drawn into that texture at once, which the
+/// multisampled framebuffer then is behind, until somebody draws there who may see it.
 ///
 /// Of whoever draws beside it, it disturbs nothing: whatever it binds, it binds back.
 ///
@@ -58,11 +63,32 @@ class MIVORA_EXPORT Drawable {
     void endFrame();
 
     /// The frame begun last is complete, and like the one that was ended before it in all pixels
-    /// but these. Thread: GL.
-    void endFrame(const PixelRegion& changed);
+    /// but these.
+    /// @param multisampled  those of them that were drawn into the framebuffer; the others were
+    ///                      drawn into the resolved one. Thread: GL.
+    void endFrame(const PixelRegion& changed, std::span<const PixelBox> multisampled);
+
+    /// Whether the framebuffer has more than one sample a pixel. Thread: GL.
+    bool isMultisampled() const { return isPublished_ && builtSamples_ > 1; }
+
+    /// For the frame that has begun: a framebuffer with the picture that `flush` will publish, one
+    /// sample a pixel and nothing but colours. It holds the frame that was ended last.
+    /// @param overwritten  where all pixels will be drawn over: there it may hold anything.
+    ///                     Thread: GL.
+    std::uint32_t resolvedFramebuffer(std::span<const PixelBox> overwritten);
+
+    /// Brings into the framebuffer what was drawn into the resolved one alone. Before anybody
+    /// draws there who does not draw over all of it. Thread: GL.
+    void catchUp();
+
+    /// Instead, where all of the framebuffer is about to be drawn over. Thread: GL.
+    void neverMindCatchingUp() { behind_ = {}; }
+
+    /// Whether one of these is called for. Thread: GL.
+    bool isBehind() const { return !behind_.isEmpty(); }
 
     /// Others may have drawn since the last frame was ended. Thread: GL.
-    void forgetChange() { change_ = Change::Unknown; }
+    void forgetChange();
 
     /// How often the framebuffer has been made anew, with undefined contents. Thread: GL.
     std::uint64_t timesBuilt() const { return timesBuilt_; }
@@ -113,7 +139,7 @@ class MIVORA_EXPORT Drawable {
         std::uint32_t texture = 0;
         std::uint32_t framebuffer = 0;
         PixelSize size;
-        PixelRegion stale;  ///< where it shows an older frame than the newest
+        PixelRegion stale;  ///< where it shows an older frame than the newest published one
     };
 
     /// What was drawn since the last `flush`, as far as this has been told.
@@ -123,7 +149,7 @@ class MIVORA_EXPORT Drawable {
     void build(PixelSize size);
     bool buildMultisampled(PixelSize size, int samples);
     void buildTarget(Target& target);
-    void resolve(Target& target) const;
+    Target& bringForward(std::span<const PixelBox> overwritten);
     std::size_t targetToDrawInto();
     void releaseMultisampled();
     static void releaseTarget(Target& target);
@@ -136,14 +162,19 @@ class MIVORA_EXPORT Drawable {
     std::uint32_t colorBuffer_ = 0;
     std::uint32_t depthStencilBuffer_ = 0;
     PixelSize builtSize_;
+    int builtSamples_ = 0;
     bool isPublished_ = false;   // or else the framebuffer is the one of a single pixel
     bool isIncomplete_ = false;  // a frame has begun
     std::uint64_t timesBuilt_ = 0;
     Change change_ = Change::None;
     PixelRegion changed_;  // if that is known
     PixelRegion latestChange_;
-    std::vector<Target> targets_{2};  // more than two where frames are held
+    std::vector<PixelBox> unresolved_;  // what no target has yet of what is in the framebuffer
+    PixelRegion behind_;                // what the framebuffer may lack
+    bool isResolvedDrawn_ = false;      // into by the frame that has begun
+    std::vector<Target> targets_{2};    // more than two where frames are held
     std::size_t newest_ = 0;
+    std::optional<std::size_t> next_;  // the one to be published, once something is in it
 
     mutable std::mutex mutex_;
     PixelSize wantedSize_;

@@ -270,11 +270,16 @@ bool GtkFrameSink::showNewest() {
 
 /// Brings what is shown up to date in its place, if its node can stay.
 /// @return whether it has
-bool GtkFrameSink::updatePicture(const Newest& newest) {
+bool GtkFrameSink::updatePicture(Newest& newest) {
     if (picture_ == nullptr || !newest.copy || !copy_ || newest.copy->size != copy_->size) {
         return false;
     }
     const PixelSize size = copy_->size;
+    changed_ = newest.changed;
+    if (std::ranges::equal(changed_.boxes(), PixelRegion::whole(size).boxes())) {
+        copy_->argb.swap(newest.copy->argb);
+        return true;
+    }
     for (const PixelBox& box : newest.changed.boxes()) {
         for (int row = size.height - box.top; row < size.height - box.bottom; ++row) {
             const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(row) * size.width + box.left;
@@ -282,7 +287,6 @@ bool GtkFrameSink::updatePicture(const Newest& newest) {
                         copy_->argb.begin() + first);
         }
     }
-    changed_ = newest.changed;
     return true;
 }
 

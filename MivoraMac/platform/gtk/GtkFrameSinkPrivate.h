@@ -58,7 +58,7 @@ class GtkFrameSink : public std::enable_shared_from_this<GtkFrameSink> {
     void tellArrived();
     bool showNewest();
     void showNothing();
-    bool updatePicture(const Newest& newest);
+    bool updatePicture(Newest& newest);
     GskRenderNode* makeNode() const;
     GskRenderNode* makePictureNode();
     static void waitUntilDrawn(void* fence);

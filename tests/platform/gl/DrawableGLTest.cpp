@@ -16,6 +16,7 @@
 using Mivora::platform::Drawable;
 using Mivora::platform::GLContext;
 using Mivora::platform::PixelSize;
+using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -102,7 +103,7 @@ TEST_F(DrawableTest, ofAFrameThatDiffersInABoxThatBoxIsResolved) {
             glDisable(GL_SCISSOR_TEST);
             Mivora::platform::PixelRegion changed;
             changed.add({x, 0, x + 1, 1});
-            drawable_.endFrame(changed);
+            drawable_.endFrame(changed, changed.boxes());
             drawable_.flush();
             return drawable_.readLatestFrame();
         };
@@ -137,7 +138,7 @@ TEST_F(DrawableTest, aFrameOfAnotherSizeInBetweenLeavesNoTraceInLaterOnes) {
         drawable_.beginFrame();
         Mivora::platform::PixelRegion beyond;
         beyond.add({20, 10, 30, 15});
-        drawable_.endFrame(beyond);
+        drawable_.endFrame(beyond, beyond.boxes());
     });
     drawable_.setSize({8, 4});
     onQueue([this] {
@@ -162,7 +163,7 @@ TEST_F(DrawableTest, whatWasDrawnBesideFramesIsResolvedAsWell) {
         paint(0, 1, 0);
         paint(0, 1, 0);
         drawable_.beginFrame();
-        drawable_.endFrame(Mivora::platform::PixelRegion());
+        drawable_.endFrame({}, {});
         glClearColor(1, 0, 0, 1);
         glBindFramebuffer(GL_FRAMEBUFFER, drawable_.framebuffer());
         glClear(GL_COLOR_BUFFER_BIT);
@@ -173,12 +174,152 @@ TEST_F(DrawableTest, whatWasDrawnBesideFramesIsResolvedAsWell) {
         drawable_.flush();
         EXPECT_EQ(drawable_.readLatestFrame().pixel(3, 2)[2], 255) << "no frame was ended at all";
         drawable_.beginFrame();
-        drawable_.endFrame(Mivora::platform::PixelRegion());
+        drawable_.endFrame({}, {});
         glClearColor(1, 0, 0, 1);
         glClear(GL_COLOR_BUFFER_BIT);
         drawable_.forgetChange();
         drawable_.flush();
         EXPECT_EQ(drawable_.readLatestFrame().pixel(3, 2)[0], 255);
+    });
+}
+
+namespace {
+
+/// A frame of eight columns of pixels, each of which is drawn by another call.
+class ColumnsTest : public DrawableTest {
+ protected:
+    void SetUp() override {
+        DrawableTest::SetUp();
+        drawable_.setSize({8, 4});
+    }
+
+    enum class Into { Framebuffer, Resolved };
+
+    /// A frame in which one column differs, or more that are next to each other.
+    void frame(int column, int red, Into into, int count = 1) {
+        const GLuint framebuffer = drawable_.beginFrame();
+        Mivora::platform::PixelRegion changed;
+        changed.add({column, 0, column + count, 4});
+        const auto boxes = changed.boxes();
+        glBindFramebuffer(GL_FRAMEBUFFER, into == Into::Resolved
+                                              ? drawable_.resolvedFramebuffer(boxes)
+                                              : framebuffer);
+        fill(column, count, red);
+        drawable_.endFrame(changed, into == Into::Resolved ? boxes.first(0) : boxes);
+    }
+
+    static void fill(int column, int count, int red) {
+        glEnable(GL_SCISSOR_TEST);
+        glScissor(column, 0, count, 4);
+        glClearColor(static_cast<float>(red) / 255, 0, 0, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+        glDisable(GL_SCISSOR_TEST);
+    }
+
+    std::vector<int> shown() {
+        drawable_.flush();
+        const auto picture = drawable_.readLatestFrame();
+        std::vector<int> reds;
+        for (int x = 0; x < picture.size.width; ++x) {
+            reds.push_back(picture.pixel(x, 1)[0]);
+        }
+        return reds;
+    }
+};
+
+}  // namespace
+
+TEST_F(ColumnsTest, whatIsDrawnIntoTheResolvedFrameIsShownInThatAndInLaterFrames) {
+    onQueue([this] {
+        EXPECT_TRUE((drawable_.framebuffer(), drawable_.isMultisampled()));
+        paint(0, 1, 0);
+        frame(1, 10, Into::Resolved);
+        EXPECT_TRUE(drawable_.isBehind());
+        EXPECT_THAT(shown(), ElementsAre(0, 10, 0, 0, 0, 0, 0, 0));
+        frame(3, 30, Into::Framebuffer);
+        EXPECT_THAT(shown(), ElementsAre(0, 10, 0, 30, 0, 0, 0, 0));
+        frame(5, 50, Into::Resolved);
+        EXPECT_THAT(shown(), ElementsAre(0, 10, 0, 30, 0, 50, 0, 0));
+        frame(1, 0, Into::Framebuffer);
+        EXPECT_THAT(shown(), ElementsAre(0, 0, 0, 30, 0, 50, 0, 0));
+        EXPECT_EQ(drawable_.latestChange().boxes().size(), 1U);
+    });
+}
+
+TEST_F(ColumnsTest, framesThatNobodyShowedAreInTheOneThatIsShown) {
+    onQueue([this] {
+        paint(0, 0, 0);
+        frame(0, 10, Into::Framebuffer, 4);
+        frame(2, 20, Into::Resolved, 4);
+        frame(3, 30, Into::Framebuffer);
+        frame(5, 50, Into::Resolved);
+        frame(6, 60, Into::Framebuffer);
+        EXPECT_THAT(shown(), ElementsAre(10, 10, 20, 30, 20, 50, 60, 0));
+        EXPECT_THAT(shown(), ElementsAre(10, 10, 20, 30, 20, 50, 60, 0)) << "and once more";
+    });
+}
+
+TEST_F(ColumnsTest, whoDrawsIntoTheFramebufferFindsAllOfTheFrameThere) {
+    onQueue([this] {
+        paint(0, 0, 0);
+        frame(1, 10, Into::Resolved);
+        frame(2, 20, Into::Framebuffer);
+        drawable_.flush();
+        frame(3, 30, Into::Resolved);
+        glBindFramebuffer(GL_FRAMEBUFFER, drawable_.framebuffer());
+        EXPECT_FALSE(drawable_.isBehind());
+        fill(7, 1, 70);
+        EXPECT_THAT(shown(), ElementsAre(0, 10, 20, 30, 0, 0, 0, 70));
+        drawable_.beginFrame();
+        drawable_.endFrame();
+        EXPECT_THAT(shown(), ElementsAre(0, 10, 20, 30, 0, 0, 0, 70)) << "all of it is resolved";
+    });
+}
+
+TEST_F(ColumnsTest, aHeldFrameIsLeftAloneByThoseDrawnAfterIt) {
+    onQueue([this] {
+        paint(0, 0, 0);
+        std::vector<Drawable::Frame> held;
+        for (int i = 0; i < 5; ++i) {
+            frame(i, 10 * (i + 1), i % 2 == 0 ? Into::Resolved : Into::Framebuffer);
+            std::vector<int> expected(8);
+            for (int column = 0; column <= i; ++column) {
+                expected[static_cast<std::size_t>(column)] = 10 * (column + 1);
+            }
+            EXPECT_EQ(shown(), expected);
+            held.push_back(drawable_.holdLatestFrame());
+        }
+        for (const auto& frame : held) {
+            drawable_.giveBack(frame);
+        }
+        frame(7, 70, Into::Resolved);
+        EXPECT_THAT(shown(), ElementsAre(10, 20, 30, 40, 50, 0, 0, 70));
+    });
+}
+
+TEST_F(ColumnsTest, anotherSizeLeavesNothingToCatchUpWith) {
+    onQueue([this] {
+        paint(0, 0, 0);
+        frame(1, 10, Into::Resolved);
+    });
+    drawable_.setSize({6, 4});
+    onQueue([this] {
+        drawable_.beginFrame();
+        EXPECT_FALSE(drawable_.isBehind());
+        drawable_.endFrame();
+        paint(0.2F, 0, 0);
+        EXPECT_THAT(shown(), ElementsAre(51, 51, 51, 51, 51, 51));
+    });
+}
+
+TEST_F(ColumnsTest, manyFramesThatNobodyShowsAreNotForgotten) {
+    onQueue([this] {
+        paint(0, 0, 0);
+        for (int i = 0; i < 200; ++i) {
+            frame(i % 7, i, i % 5 == 0 ? Into::Resolved : Into::Framebuffer);
+        }
+        EXPECT_THAT(shown(), ElementsAre(196, 197, 198, 199, 193, 194, 195, 0));
+        EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
     });
 }
 
