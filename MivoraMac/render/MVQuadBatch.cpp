@@ -159,6 +159,9 @@ void MVQuadBatch::otherWorkComes() {
 
 void MVQuadBatch::noteOtherWork() {
     ++otherWork_;
+    if (behind_.empty()) {
+        return;
+    }
     for (const auto& weak : std::exchange(behind_, {})) {
         if (const auto frames = weak.lock()) {
             frames->catchUp();
@@ -196,6 +199,11 @@ void MVQuadBatch::drawAtOnce(std::span<const MVQuadEntry> entries) {
             }
             stream_.unmap();
             issueCommands();
+        }
+        if (next != 0 && next < entries.size() &&
+            entries[next - 1].kind == MVQuadEntry::Kind::Quad) {
+            const MVQuadEntry& last = entries[next - 1];
+            rememberUse(last, product(projection_, columnsOf(last.matrix)));
         }
     }
     for (; next < entries.size(); ++next) {
@@ -275,7 +283,7 @@ bool MVQuadBatch::append(std::span<const MVQuadEntry> entries) {
     };
     switch (entry.kind) {
         case MVQuadEntry::Kind::Quad:
-            return appendQuad(entry);
+            return appendQuad(entries);
         case MVQuadEntry::Kind::Projection:
             projection_ = columnsOf(entry.matrix);
             break;
@@ -300,7 +308,8 @@ bool MVQuadBatch::append(std::span<const MVQuadEntry> entries) {
     return true;
 }
 
-bool MVQuadBatch::appendQuad(const MVQuadEntry& entry) {
+bool MVQuadBatch::appendQuad(std::span<const MVQuadEntry> entries) {
+    const MVQuadEntry& entry = entries.front();
     const Float4x4 matrix = product(projection_, columnsOf(entry.matrix));
     Shape* const shape = shapeCount_ != 0 && shapes_[shapeCount_ - 1].isWriting
                              ? &shapes_[shapeCount_ - 1]
@@ -314,7 +323,11 @@ bool MVQuadBatch::appendQuad(const MVQuadEntry& entry) {
     if (!emitted) {
         return false;
     }
-    rememberUse(entry, matrix);
+    if (isLastUse(entries)) {
+        rememberUse(entry, matrix);
+    } else {
+        rememberState(entry);
+    }
     if (shape != nullptr) {
         shape->quads.push_back({matrix, entry.size});
     }
@@ -371,6 +384,12 @@ bool MVQuadBatch::canInvert(std::span<const MVQuadEntry> entries) const {
     return count < entries.size() && entries[count].kind == MVQuadEntry::Kind::LimitToStencil;
 }
 
+/// Whether the first entry left leaves its uniforms, rather than the one after it its own.
+bool MVQuadBatch::isLastUse(std::span<const MVQuadEntry> entries) {
+    return entries.size() == 1 || entries[1].kind != MVQuadEntry::Kind::Quad ||
+           entries[1].program != entries[0].program;
+}
+
 void MVQuadBatch::rememberUse(const MVQuadEntry& entry, const Float4x4& matrix) {
     if (lastUse_ >= uses_.size() || uses_[lastUse_].program != entry.program) {
         lastUse_ = 0;
@@ -383,6 +402,10 @@ void MVQuadBatch::rememberUse(const MVQuadEntry& entry, const Float4x4& matrix) 
     }
     uses_[lastUse_].matrix = matrix;
     uses_[lastUse_].tint = entry.tint;
+    rememberState(entry);
+}
+
+void MVQuadBatch::rememberState(const MVQuadEntry& entry) {
     if (entry.blend != MVQuadBlend::Off) {
         lastBlend_ = entry.blend;
     }

@@ -133,7 +133,7 @@ class MIVORA_EXPORT MVQuadBatch {
 
     bool append(std::span<const MVQuadEntry> entries);
     bool appendBegin(std::span<const MVQuadEntry> entries);
-    bool appendQuad(const MVQuadEntry& entry);
+    bool appendQuad(std::span<const MVQuadEntry> entries);
     bool canInvert(std::span<const MVQuadEntry> entries) const;
     void appendEnd(std::uint8_t level);
     bool emitColor(const Mivora::Float4x4& matrix, Mivora::Size2 size, Mivora::ColorRGBA color,
@@ -143,7 +143,9 @@ class MIVORA_EXPORT MVQuadBatch {
     bool joinTextures(Command& last, const MVQuadEntry& entry, std::uint32_t& unit);
     void findUnits();
     Shape& beginShape();
+    static bool isLastUse(std::span<const MVQuadEntry> entries);
     void rememberUse(const MVQuadEntry& entry, const Mivora::Float4x4& matrix);
+    void rememberState(const MVQuadEntry& entry);
 
     void issueCommands();
     void drawQuads(const Command& command);

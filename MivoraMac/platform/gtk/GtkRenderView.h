@@ -21,8 +21,8 @@ class View;
 ///
 /// The widget gives the view its size, scale and window, and delivers the events of the pointer and
 /// of the keyboard; it expands in both directions. For each element of the view it has an invisible
-/// child, which takes the keyboard's focus and which assistive technology reads. Each view has one widget: later calls yield the same for as long as
-/// that is there.
+/// child, which takes the keyboard's focus and which assistive technology reads. Each view has one
+/// widget: later calls yield the same for as long as that is there.
 ///
 /// The widget holds the view weakly. Without its view it shows nothing; when the widget goes first,
 /// the view leaves its window and another call makes another widget.
