@@ -478,6 +478,7 @@ bool MVQuadBatch::emitTexture(const Float4x4& matrix, const MVQuadEntry& entry) 
                              .quads = 1,
                              .hasLarge = isLarge(entry.size)});
         textures_.push_back(entry.texture);
+        unit = 0;
     }
     writePositions(vertices, matrix, entry.size);
     const Mivora::Rect2 part = entry.textureCoordinates;

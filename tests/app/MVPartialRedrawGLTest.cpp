@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -22,6 +21,7 @@
 #include "tests/platform/base/ScopedEnvironment.h"
 #include "tests/support/GLTest.h"
 #include "tests/support/RandomWindow.h"
+#include "tests/views/QuadBatchTest.h"
 #include "tests/views/RecordingView.h"
 
 using Mivora::ColorRGBA;
@@ -30,6 +30,7 @@ using Mivora::platform::MainThread;
 using Mivora::platform::Picture;
 using Mivora::tests::currentState;
 using Mivora::tests::RandomWindow;
+using Mivora::tests::scenesToCompare;
 using Mivora::tests::UprightWindow;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -153,17 +154,12 @@ class MVPartialRedrawTest : public Mivora::tests::GLTest {
     std::optional<Shown> shown_;
 };
 
-unsigned wantedScenes(unsigned usually) {
-    const char* const wanted = std::getenv("MIVORA_TEST_SCENES");
-    return wanted != nullptr ? static_cast<unsigned>(std::strtoul(wanted, nullptr, 10)) : usually;
-}
-
 }  // namespace
 
 TEST_F(MVPartialRedrawTest, randomChangesComeOutAsWholeFramesDo) {
     constexpr int kSteps = 30;
     constexpr int kCompared = 3;  // only then is it a step from whole to partial
-    const unsigned scenes = wantedScenes(30);
+    const unsigned scenes = scenesToCompare(30);
     int partial = 0;
     for (unsigned seed = 1; seed <= scenes; ++seed) {
         Shown shown;
@@ -199,7 +195,7 @@ TEST_F(MVPartialRedrawTest, randomChangesComeOutAsWholeFramesDo) {
 TEST_F(MVPartialRedrawTest, randomChangesOfUprightViewsComeOutAsWholeFramesDo) {
     constexpr unsigned kSteps = 40;
     constexpr unsigned kCompared = 5;  // only then is it a step from whole to partial
-    const unsigned scenes = wantedScenes(30);
+    const unsigned scenes = scenesToCompare(30);
     unsigned behind = 0;
     std::size_t different = 0;
     std::size_t compared = 0;

@@ -195,6 +195,18 @@ void RandomWindow::place(MVView& view) {
     view.setOpacity(chance(0.6F) ? 1.0F : between(0, 1));
 }
 
+PictureWindow::PictureWindow(unsigned seed) : MeddledWindow(seed, MVWindow::init()) {
+    makeImages(40);
+    for (int i = 0; i < 150; ++i) {
+        auto view = chance(0.03F) ? quad() : picture();
+        view->setPosition({between(0, kExtent), between(0, kExtent)});
+        view->setSize({between(2, 60), between(2, 60)});
+        view->setRotation3({0, 0, between(-2, 2)});
+        view->setOpacity(chance(0.5F) ? 1.0F : between(0, 1));
+        window_->addSubview(view);
+    }
+}
+
 UprightWindow::UprightWindow(unsigned seed, std::shared_ptr<MVWindow> window)
     : MeddledWindow(seed, std::move(window)) {
     window_->setSize({kExtent, kExtent});

@@ -76,6 +76,12 @@ class RandomWindow : public MeddledWindow {
     std::vector<std::shared_ptr<MVView>> views_;
 };
 
+/// Windows with many small pictures, which are drawn together.
+class PictureWindow : public MeddledWindow {
+ public:
+    explicit PictureWindow(unsigned seed);
+};
+
 /// Windows of the usual kind: nearly all views are upright, with their edges between pixels.
 class UprightWindow : public MeddledWindow {
  public:

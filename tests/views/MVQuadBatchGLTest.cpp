@@ -27,6 +27,7 @@
 
 using Mivora::ColorRGBA;
 using Mivora::platform::Picture;
+using Mivora::tests::PictureWindow;
 using Mivora::tests::QuadBatchTest;
 using Mivora::tests::RandomWindow;
 using Mivora::tests::scenesToCompare;
@@ -54,6 +55,15 @@ class MVQuadBatchTest : public QuadBatchTest {
         return window;
     }
 
+    /// By how much the pixels of two pictures differ that differ most.
+    static int worst(const Picture& one, const Picture& other) {
+        int most = one.rgba.size() == other.rgba.size() ? 0 : 256;
+        for (std::size_t i = 0; most <= 255 && i < one.rgba.size(); ++i) {
+            most = std::max(most, std::abs(one.rgba[i] - other.rgba[i]));
+        }
+        return most;
+    }
+
     /// What is bound to the texture units; leaves the first one active.
     static std::vector<GLint> boundTextures() {
         std::vector<GLint> names;
@@ -73,6 +83,11 @@ TEST_F(MVQuadBatchTest, randomScenesComeOutAsFromTheirCalls) {
 
 TEST_F(MVQuadBatchTest, randomScenesComeOutAsFromTheirCallsWithFourSamples) {
     expectIdentity<RandomWindow>(4, scenesToCompare(40));
+}
+
+TEST_F(MVQuadBatchTest, windowsOfManyPicturesComeOutAsFromTheirCalls) {
+    expectIdentity<PictureWindow>(0, scenesToCompare(20));
+    expectIdentity<PictureWindow>(4, scenesToCompare(5));
 }
 
 TEST_F(MVQuadBatchTest, imagesWithTexturesOfTheirOwnShareCalls) {
@@ -98,6 +113,7 @@ TEST_F(MVQuadBatchTest, imagesWithTexturesOfTheirOwnShareCalls) {
     onQueue([&] { after = boundTextures(); });
     EXPECT_EQ(drawCalls(), kImages / 16);
     EXPECT_EQ(after, before) << "that of the first unit is the last image's, in every frame";
+    EXPECT_LE(worst(captureWith(true, window, 0), captureWith(false, window, 0)), 2);
 }
 
 TEST_F(MVQuadBatchTest, aLargeImageIsDrawnByACallOfItsOwn) {
@@ -200,6 +216,75 @@ TEST_F(MVQuadBatchTest, aSoftwareRasterizerIsGivenManyViewsInLots) {
     }
     EXPECT_LT(most, 5000U);
     EXPECT_THAT(gl_->callsOf("glFinish"), SizeIs(2));
+}
+
+namespace {
+
+/// Lets the driver map buffers so many times, and then no more.
+class FewMaps {
+ public:
+    explicit FewMaps(int count) : original_(epoxy_glMapBufferRange) {
+        left_ = count;
+        real_ = original_;
+        epoxy_glMapBufferRange = [](GLenum target, GLintptr offset, GLsizeiptr length,
+                                    GLbitfield access) -> void* {
+            return left_-- > 0 ? real_(target, offset, length, access) : nullptr;
+        };
+    }
+    ~FewMaps() { epoxy_glMapBufferRange = original_; }
+    FewMaps(const FewMaps&) = delete;
+    FewMaps& operator=(const FewMaps&) = delete;
+
+ private:
+    static inline int left_ = 0;  // the GL queue's
+    static inline PFNGLMAPBUFFERRANGEPROC real_ = nullptr;
+    const PFNGLMAPBUFFERRANGEPROC original_;
+};
+
+}  // namespace
+
+TEST_F(MVQuadBatchTest, whatTheDriverMapsNoMemoryForMakesItsCalls) {
+    // More than fit into the memory that is mapped at once, with textures by turns.
+    const auto window = MVWindow::init();
+    window->setSize({kExtent, kExtent});
+    std::vector<std::shared_ptr<MVImage>> images;
+    for (unsigned i = 0; i < 40; ++i) {
+        const std::array<std::uint8_t, 4> pixel = {static_cast<std::uint8_t>(6 * i), 99, 0, 128};
+        images.push_back(
+            MVImage::initWithDataWidthHeightScaleCoordinateSystemPremultipliedAlphaPixelFormat(
+                pixel.data(), 1, 1, 1.0F, 0, false, GL_RGBA));
+    }
+    for (std::size_t i = 0; i < 4000; ++i) {
+        const auto view = MVImageView::initWithImage(images[i % images.size()]);
+        view->setSize({3, 2});
+        view->setPosition({static_cast<float>(i % 50) * 3, static_cast<float>(i / 50) * 2});
+        window->addSubview(view);
+    }
+    captureWith(false, window, 0);
+    const Picture expected = captureWith(false, window, 0);
+    std::vector<double> expectedState;
+    std::vector<GLint> expectedTextures;
+    onQueue([&] {
+        expectedState = Mivora::tests::currentState();
+        expectedTextures = boundTextures();
+    });
+    for (int maps = 0; maps < 4; ++maps) {
+        onQueue([] { static_cast<void>(boundTextures()); });
+        Picture picture;
+        {
+            const FewMaps few(maps);
+            picture = captureWith(true, window, 0);
+        }
+        std::vector<double> state;
+        std::vector<GLint> textures;
+        onQueue([&] {
+            state = Mivora::tests::currentState();
+            textures = boundTextures();
+        });
+        EXPECT_LE(worst(picture, expected), 2) << "after " << maps;
+        EXPECT_EQ(state, expectedState) << "after " << maps;
+        EXPECT_EQ(textures, expectedTextures) << "after " << maps;
+    }
 }
 
 TEST_F(MVQuadBatchTest, framesOfFewerViewsAreNotDivided) {
