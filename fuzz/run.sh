@@ -67,12 +67,12 @@ unset MIVORA_DEBUG MIVORA_PAINT
 export MIVORA_HOST=headless
 # Too much memory asked for is a failure that the library is to bear.
 export ASAN_OPTIONS=allocator_may_return_null=1:detect_stack_use_after_return=1
-export LSAN_OPTIONS=suppressions=$PWD/tests/support/lsan.supp:print_suppressions=0
 export UBSAN_OPTIONS=print_stacktrace=1
 
 # run NAME: one target, for the seconds.
 run() {
     local name=$1 corpus=build/fuzz/corpus/$1 findings=build/fuzz/findings/$1
+    local leaks=$PWD/build/fuzz/$1.supp
     local arguments=("$corpus")
     mkdir -p "$corpus" "$findings"
     if [ -d "fuzz/corpus/$name" ]; then
@@ -81,7 +81,12 @@ run() {
     if [ -e "fuzz/$name.dict" ]; then
         arguments+=("-dict=fuzz/$name.dict")
     fi
-    "${launcher[@]}" "build/fuzz/fuzz/$name" "${arguments[@]}" \
+    cat tests/support/lsan.supp > "$leaks"
+    if [ -e "fuzz/$name.supp" ]; then
+        cat "fuzz/$name.supp" >> "$leaks"
+    fi
+    LSAN_OPTIONS=suppressions=$leaks:print_suppressions=0 \
+        "${launcher[@]}" "build/fuzz/fuzz/$name" "${arguments[@]}" \
         -seed="${MIVORA_FUZZ_SEED:-0}" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -print_final_stats=1 \
         -artifact_prefix="$findings/" > "build/fuzz/$name.log" 2>&1
 }

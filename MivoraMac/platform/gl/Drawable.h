@@ -20,8 +20,8 @@ namespace Mivora::platform {
 /// shown while the next is being drawn. Who shows frames for longer holds them: their textures are
 /// passed over, and others take their turn.
 ///
-/// What needs no more than one sample a pixel may be drawn into that texture at once, which the
-/// multisampled framebuffer then is behind, until somebody draws there who may see it.
+/// What needs no more than one sample a pixel may be drawn straight into that texture. The
+/// multisampled framebuffer is behind it then, and catches up before others draw there.
 ///
 /// Of whoever draws beside it, it disturbs nothing: whatever it binds, it binds back.
 ///
@@ -63,18 +63,17 @@ class MIVORA_EXPORT Drawable {
     void endFrame();
 
     /// The frame begun last is complete, and like the one that was ended before it in all pixels
-    /// but these.
+    /// but these. Thread: GL.
     /// @param multisampled  those of them that were drawn into the framebuffer; the others were
-    ///                      drawn into the resolved one. Thread: GL.
+    ///                      drawn into the resolved one
     void endFrame(const PixelRegion& changed, std::span<const PixelBox> multisampled);
 
     /// Whether the framebuffer has more than one sample a pixel. Thread: GL.
     bool isMultisampled() const { return isPublished_ && builtSamples_ > 1; }
 
     /// For the frame that has begun: a framebuffer with the picture that `flush` will publish, one
-    /// sample a pixel and nothing but colours. It holds the frame that was ended last.
-    /// @param overwritten  where all pixels will be drawn over: there it may hold anything.
-    ///                     Thread: GL.
+    /// sample a pixel and nothing but colours. It holds the frame that was ended last. Thread: GL.
+    /// @param overwritten  where all pixels will be drawn over: there it may hold anything
     std::uint32_t resolvedFramebuffer(std::span<const PixelBox> overwritten);
 
     /// Brings into the framebuffer what was drawn into the resolved one alone. Before anybody
@@ -171,7 +170,7 @@ class MIVORA_EXPORT Drawable {
     PixelRegion latestChange_;
     std::vector<PixelBox> unresolved_;  // what no target has yet of what is in the framebuffer
     PixelRegion behind_;                // what the framebuffer may lack
-    bool isResolvedDrawn_ = false;      // into by the frame that has begun
+    bool isResolvedDrawn_ = false;      // whether the frame at hand draws into the resolved one
     std::vector<Target> targets_{2};    // more than two where frames are held
     std::size_t newest_ = 0;
     std::optional<std::size_t> next_;  // the one to be published, once something is in it
