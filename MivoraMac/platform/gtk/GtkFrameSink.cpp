@@ -136,9 +136,11 @@ void GtkFrameSink::connect(GLContext& context) {
     });
 }
 
-void GtkFrameSink::setDrawnInMemory(bool isDrawnInMemory) {
+void GtkFrameSink::setRenderer(GskRenderer* renderer) {
+    const bool isDrawnInMemory = renderer != nullptr && GSK_IS_CAIRO_RENDERER(renderer);
     if (isDrawnInMemory) {
         copyFrames();
+        display_ = gdk_surface_get_display(gsk_renderer_get_surface(renderer));
     }
     if (isDrawnInMemory_ != isDrawnInMemory) {
         isDrawnInMemory_ = isDrawnInMemory;
@@ -166,6 +168,7 @@ void GtkFrameSink::close() {
         waitUntilDrawn(dropped.drawn);
     }
     showNothing();
+    shared_.reset();
 }
 
 /// Runs where the frame was drawn, with the context current.
@@ -256,6 +259,7 @@ bool GtkFrameSink::showNewest() {
     }
     if (newest.copy && isDrawnInMemory_ && (!copy_ || copy_->size != newest.copy->size)) {
         haveMallocKeep(newest.copy->size);
+        shared_ = keepSharedMemory(display_, newest.copy->size);
     }
     showNothing();
     if (newest.drawn != nullptr) {

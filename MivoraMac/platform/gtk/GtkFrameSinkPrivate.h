@@ -9,6 +9,7 @@
 
 #include "MivoraMac/platform/gl/Drawable.h"
 #include "MivoraMac/platform/gtk/GtkFrameCopiesPrivate.h"
+#include "MivoraMac/platform/gtk/GtkSharedMemoryPrivate.h"
 
 namespace Mivora::platform {
 
@@ -30,9 +31,9 @@ class GtkFrameSink : public std::enable_shared_from_this<GtkFrameSink> {
     /// Takes no more frames and lets go of those it has. Thread: main.
     void close();
 
-    /// The toolkit draws with a renderer of that kind from now on. One that draws in memory has no
-    /// part in GL: frames are copied from the next one on. Thread: main.
-    void setDrawnInMemory(bool isDrawnInMemory);
+    /// The toolkit draws with this renderer from now on; null for none. One that draws in memory
+    /// has no part in GL: frames are copied from the next one on. Thread: main.
+    void setRenderer(GskRenderer* renderer);
 
     /// Where frames are shown: from the top left corner on, in points.
     struct Place {
@@ -77,8 +78,10 @@ class GtkFrameSink : public std::enable_shared_from_this<GtkFrameSink> {
 
     // Main thread.
     bool isDrawnInMemory_ = false;
+    GdkDisplay* display_ = nullptr;               // if so; not owned
     std::shared_ptr<GtkFrameCopies::Copy> copy_;  // what is shown, or else the texture
     PixelRegion changed_;                         // where that was brought up to date last
+    GtkSharedMemory shared_{nullptr, cairo_surface_destroy};  // for as long as it is drawn
     GskRenderNode* picture_ = nullptr;  // shows the copy where the toolkit draws in memory
     GdkTexture* texture_ = nullptr;
     GskRenderNode* node_ = nullptr;  // shows it at the place

@@ -216,8 +216,7 @@ void GtkRenderPeer::tellRoot() {
 }
 
 void GtkRenderPeer::realized() {
-    GskRenderer* const renderer = gtk_native_get_renderer(gtk_widget_get_native(widget_));
-    sink_->setDrawnInMemory(renderer != nullptr && GSK_IS_CAIRO_RENDERER(renderer));
+    sink_->setRenderer(gtk_native_get_renderer(gtk_widget_get_native(widget_)));
     // The toolkit draws when it likes, so what it shows is looked at before: at the beginning of a
     // frame, and after what programs do at each.
     const auto frameWillBeDrawn = G_CALLBACK(+[](GdkFrameClock*, gpointer self) {
