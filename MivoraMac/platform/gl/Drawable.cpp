@@ -277,7 +277,8 @@ Drawable::Target& Drawable::bringForward(std::span<const PixelBox> overwritten) 
     target.stale = {};
     const KeptFramebuffers kept;
     copy(targets_[newest_].framebuffer, target.framebuffer, copied, builtSize_);
-    copy(framebuffer_, target.framebuffer, std::exchange(unresolved_, {}), builtSize_);
+    copy(framebuffer_, target.framebuffer, unresolved_, builtSize_);
+    unresolved_.clear();
     return target;
 }
 
