@@ -418,7 +418,8 @@ void MVQuadBatch::rememberState(const MVQuadEntry& entry) {
 
 bool MVQuadBatch::emitColor(const Float4x4& matrix, Mivora::Size2 size, Mivora::ColorRGBA color,
                             MVQuadBlend blend) {
-    auto* const vertices = stream_.quad<MVColorVertex>();
+    std::int32_t first = 0;
+    auto* const vertices = stream_.quad<MVColorVertex>(first);
     if (vertices == nullptr) {
         return false;
     }
@@ -426,7 +427,6 @@ bool MVQuadBatch::emitColor(const Float4x4& matrix, Mivora::Size2 size, Mivora::
     for (int i = 0; i < 4; ++i) {
         vertices[i].color = vectorOf(color);
     }
-    const std::int32_t first = stream_.end<MVColorVertex>() - 4;
     if (commands_.empty() || !commands_.back().continues(Command::Kind::Color, first) ||
         !joinColors(commands_.back(), size, color, blend)) {
         commands_.push_back({.kind = Command::Kind::Color,
@@ -461,11 +461,11 @@ bool MVQuadBatch::joinColors(Command& last, Mivora::Size2 size, Mivora::ColorRGB
 }
 
 bool MVQuadBatch::emitTexture(const Float4x4& matrix, const MVQuadEntry& entry) {
-    auto* const vertices = stream_.quad<MVTextureVertex>();
+    std::int32_t first = 0;
+    auto* const vertices = stream_.quad<MVTextureVertex>(first);
     if (vertices == nullptr) {
         return false;
     }
-    const std::int32_t first = stream_.end<MVTextureVertex>() - 4;
     std::uint32_t unit = 0;
     if (commands_.empty() || !commands_.back().continues(Command::Kind::Texture, first) ||
         !joinTextures(commands_.back(), entry, unit)) {

@@ -43,27 +43,24 @@ class MVQuadStream {
     /// Makes room for vertices. The buffer has to be bound to GL_ARRAY_BUFFER.
     /// @return false where the driver gives none
     bool map();
-    /// The next vertex of a kind if there is room for four, else null.
+    /// Takes the place of four vertices of a kind.
+    /// @param first  set to where they begin, in such vertices
+    /// @return null where there is no room for them
     template <class Vertex>
-    Vertex* quad() {
-        if (!hasRoom<Vertex>()) {
+    Vertex* quad(std::int32_t& first) {
+        const std::size_t index = nextIndex<Vertex>();
+        const std::size_t end = (index + 4) * sizeof(Vertex);
+        if (end > kSize) {
             return nullptr;
         }
-        const std::size_t place = (used_ + sizeof(Vertex) - 1) / sizeof(Vertex) * sizeof(Vertex);
-        used_ = place + 4 * sizeof(Vertex);
-        return reinterpret_cast<Vertex*>(mapped_ + (place - mappedFrom_));
+        used_ = end;
+        first = static_cast<std::int32_t>(index);
+        return reinterpret_cast<Vertex*>(mapped_ + (index * sizeof(Vertex) - mappedFrom_));
     }
     /// Whether `quad` would answer with a place, so many times.
     template <class Vertex>
     bool hasRoom(std::size_t quads = 1) const {
-        return (used_ + sizeof(Vertex) - 1) / sizeof(Vertex) * sizeof(Vertex) +
-                   quads * 4 * sizeof(Vertex) <=
-               kSize;
-    }
-    /// Where the vertex after the last one lies, in vertices of a kind.
-    template <class Vertex>
-    std::int32_t end() const {
-        return static_cast<std::int32_t>(used_ / sizeof(Vertex));
+        return (nextIndex<Vertex>() + 4 * quads) * sizeof(Vertex) <= kSize;
     }
     /// Hands the vertices over; they can be drawn from here on.
     void unmap();
@@ -77,6 +74,12 @@ class MVQuadStream {
     std::uint32_t vertexBuffer() const { return vertexBuffer_; }
 
  private:
+    /// Where the next vertex of a kind can lie, in such vertices.
+    template <class Vertex>
+    std::size_t nextIndex() const {
+        return (used_ + sizeof(Vertex) - 1) / sizeof(Vertex);
+    }
+
     /// Room for some 4,000 coloured quads.
     static constexpr std::size_t kSize = std::size_t{512} * 1024;
     /// With less room left, the buffer starts over.
