@@ -336,6 +336,24 @@ TEST_F(MVPartialRedrawTest, aFrameThatTurnsOutToBeLargeIsWholeThoughTheOneBefore
     EXPECT_EQ(picture.rgba, shown_->drawWhole().rgba);
 }
 
+TEST_F(MVPartialRedrawTest, whatSomebodyDrawsOverAPartOfAFrameIsShownWithTheRest) {
+    const auto view = shown_->add(10, 20, 30, 40, {1, 0, 0, 1});
+    shown_->settle();
+    view->setColor({0, 1, 0, 1});
+    shown_->draw();
+    ASSERT_TRUE(shown_->isBehind());
+    shown_->context().dispatchBlock([] {
+        glEnable(GL_SCISSOR_TEST);
+        glScissor(0, 0, 20, 160);
+        glClearColor(1, 1, 1, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+        glDisable(GL_SCISSOR_TEST);
+    });
+    const Picture& picture = shown_->framebuffer();
+    EXPECT_THAT(picture.pixel(15, 40), ElementsAre(255, 255, 255, 255));
+    EXPECT_THAT(picture.pixel(25, 40), ElementsAre(0, 255, 0, 255));
+}
+
 TEST_F(MVPartialRedrawTest, whoLimitsDrawingFindsTheFrameBeforeAroundIt) {
     const auto view = shown_->add(10, 20, 30, 40, {1, 0, 0, 1});
     shown_->settle();
